@@ -1,0 +1,176 @@
+#include "message/NumericText.h"
+
+#include <cctype>
+#include <cmath>
+#include <cstdlib>
+#include <stdexcept>
+#include <string>
+
+namespace tavo {
+namespace {
+
+bool isBlank(char c) { return c == ' ' || c == '\t'; }
+
+bool isDigit(char c) { return c >= '0' && c <= '9'; }
+
+int digitValue(char c, int base)
+{
+    int v = -1;
+    if (c >= '0' && c <= '9')
+        v = c - '0';
+    else if (c >= 'a' && c <= 'f')
+        v = c - 'a' + 10;
+    else if (c >= 'A' && c <= 'F')
+        v = c - 'A' + 10;
+    return v < base ? v : -1;
+}
+
+struct Scan {
+    double value = 0.0;
+    std::size_t end = 0;  // one past the last character that belongs to the number
+    bool found = false;   // at least one digit was read
+};
+
+// Reads a number starting at `pos` (blanks already skipped).
+Scan scanNumber(std::string_view text, std::size_t pos)
+{
+    Scan s;
+    s.end = pos;
+    if (pos + 1 < text.size() && text[pos] == '&') {
+        const char kind = static_cast<char>(std::toupper(static_cast<unsigned char>(text[pos + 1])));
+        const int base = kind == 'H' ? 16 : kind == 'O' ? 8 : 0;
+        if (base != 0) {
+            double v = 0.0;
+            std::size_t i = pos + 2;
+            while (i < text.size() && digitValue(text[i], base) >= 0) {
+                v = v * base + digitValue(text[i], base);
+                ++i;
+            }
+            if (i > pos + 2) {
+                s.value = v;
+                s.end = i;
+                s.found = true;
+            }
+            return s;
+        }
+    }
+
+    // Decimal: collect the longest prefix of the form [+-]digits[.digits][(e|d)[+-]digits]
+    // and hand it to strtod, which does the correctly rounded conversion.
+    std::size_t i = pos;
+    if (i < text.size() && (text[i] == '+' || text[i] == '-'))
+        ++i;
+    const std::size_t digitsStart = i;
+    while (i < text.size() && isDigit(text[i]))
+        ++i;
+    bool anyDigit = i > digitsStart;
+    if (i < text.size() && text[i] == '.') {
+        std::size_t j = i + 1;
+        while (j < text.size() && isDigit(text[j]))
+            ++j;
+        if (j > i + 1 || anyDigit) {
+            anyDigit = anyDigit || j > i + 1;
+            i = j;
+        }
+    }
+    if (!anyDigit)
+        return s;
+    std::size_t mantissaEnd = i;
+    if (i < text.size() && (text[i] == 'e' || text[i] == 'E' || text[i] == 'd' || text[i] == 'D')) {
+        std::size_t j = i + 1;
+        if (j < text.size() && (text[j] == '+' || text[j] == '-'))
+            ++j;
+        const std::size_t expStart = j;
+        while (j < text.size() && isDigit(text[j]))
+            ++j;
+        if (j > expStart)
+            i = j;
+    }
+    std::string literal(text.substr(pos, i - pos));
+    if (i > mantissaEnd)
+        literal[mantissaEnd - pos] = 'e'; // "1d3" is an exponent too
+    s.value = std::strtod(literal.c_str(), nullptr);
+    s.end = i;
+    s.found = true;
+    return s;
+}
+
+std::size_t skipBlanks(std::string_view text, std::size_t pos)
+{
+    while (pos < text.size() && isBlank(text[pos]))
+        ++pos;
+    return pos;
+}
+
+bool equalsIgnoringCase(std::string_view a, std::string_view b)
+{
+    if (a.size() != b.size())
+        return false;
+    for (std::size_t i = 0; i < a.size(); ++i) {
+        if (std::tolower(static_cast<unsigned char>(a[i])) != std::tolower(static_cast<unsigned char>(b[i])))
+            return false;
+    }
+    return true;
+}
+
+std::string_view trimmed(std::string_view text)
+{
+    const std::size_t first = skipBlanks(text, 0);
+    std::size_t last = text.size();
+    while (last > first && isBlank(text[last - 1]))
+        --last;
+    return text.substr(first, last - first);
+}
+
+} // namespace
+
+double leadingNumber(std::string_view text)
+{
+    const Scan s = scanNumber(text, skipBlanks(text, 0));
+    return s.found ? s.value : 0.0;
+}
+
+std::optional<double> wholeNumber(std::string_view text)
+{
+    const std::string_view t = trimmed(text);
+    if (t.empty())
+        return std::nullopt;
+    const Scan s = scanNumber(t, 0);
+    if (!s.found || s.end != t.size())
+        return std::nullopt;
+    return s.value;
+}
+
+std::optional<bool> wholeBoolean(std::string_view text)
+{
+    const std::string_view t = trimmed(text);
+    if (equalsIgnoringCase(t, "true"))
+        return true;
+    if (equalsIgnoringCase(t, "false"))
+        return false;
+    if (const auto n = wholeNumber(t))
+        return *n != 0.0;
+    return std::nullopt;
+}
+
+std::int16_t roundToInt16(double value)
+{
+    if (!std::isfinite(value))
+        throw std::overflow_error("value does not fit 16 bits");
+    // nearbyint rounds in the current mode, which is round-half-even unless
+    // somebody changed it; do it by hand so nothing outside can change it.
+    double r = std::floor(value);
+    const double diff = value - r;
+    if (diff > 0.5 || (diff == 0.5 && std::fmod(r, 2.0) != 0.0))
+        r += 1.0;
+    if (r < -32768.0 || r > 32767.0)
+        throw std::overflow_error("value does not fit 16 bits");
+    return static_cast<std::int16_t>(r);
+}
+
+std::int16_t leadingInt16(std::string_view text)
+{
+    return roundToInt16(leadingNumber(text));
+}
+
+} // namespace tavo

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+// One serial message: the byte string a unit listens for, with the way the
+// user entered each byte and the editing state that travels with it.
+//
+// A message holds at most 14 bytes in 15 slots. The fifteenth slot is
+// always there so that every index from 0 to NumberOfBytesInMessage() is
+// valid (the cursor may stand after the last byte). Slots beyond the
+// message keep their value and type; they take part in IsTheSameAs() and
+// the packed text writes one of them.
+//
+// Faults follow the unit's original firmware tools: an index outside 0..14
+// throws std::out_of_range, a number that does not fit 16 bits throws
+// std::overflow_error, and in both cases nothing has been changed.
+class SerialEditorData
+{
+public:
+    static constexpr int SlotCount = 15;
+    static constexpr int MaxBytes = 14;
+
+    // Byte type codes, shared by the message, the editor and the files.
+    enum Type : std::int16_t {
+        Ascii = 0,
+        Decimal = 1,
+        Hexadecimal = 2,
+        Binary = 3,
+        Control = 4,
+        NoMeaning = 5, // accepted when reading, never produced
+        Ignore = 6,    // wildcard byte, matches anything the unit receives
+    };
+    static constexpr std::int16_t HighestType = Ignore;
+
+    void EmptyOut();
+    std::string PackedIntoString() const;
+    bool UnpackFromString(std::string_view text);
+    void SetAllDataTo(const SerialEditorData &other);
+    bool IsTheSameAs(const SerialEditorData &other) const;
+
+    std::int16_t ByteValue(int index) const;
+    void SetByteValue(int index, std::int16_t value);
+    std::int16_t ByteType(int index) const;
+    void SetByteType(int index, std::int16_t type);
+
+    std::int16_t NumberOfBytesInMessage() const { return m_count; }
+    void SetNumberOfBytesInMessage(std::int16_t count) { m_count = count; }
+    std::int16_t CurrentByte() const { return m_currentByte; }
+    void SetCurrentByte(std::int16_t index) { m_currentByte = index; }
+    std::int16_t CurrentMode() const { return m_currentMode; }
+    void SetCurrentMode(std::int16_t mode) { m_currentMode = mode; }
+    bool CanDoIgnore() const { return m_canDoIgnore; }
+    void SetCanDoIgnore(bool allowed) { m_canDoIgnore = allowed; }
+
+private:
+    static void checkIndex(int index);
+
+    std::array<std::int16_t, SlotCount> m_value{};
+    std::array<std::int16_t, SlotCount> m_type{};
+    std::int16_t m_count = 0;
+    std::int16_t m_currentByte = 0;
+    bool m_canDoIgnore = false;
+    std::int16_t m_currentMode = 0;
+};

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <functional>
+
+// The waits of the serial protocol: "wait up to N ms, or until enough bytes
+// have arrived, or until the user gives up".
+//
+// The program waits in a nested event loop so that the window stays
+// responsive; the tests advance a virtual clock instead, so that a search
+// with three-second restart waits runs in microseconds.
+class Waiter
+{
+public:
+    virtual ~Waiter() = default;
+
+    // Returns after `ms` milliseconds, or as soon as `enough` (checked at the
+    // start and whenever input may have arrived) returns true, or at once
+    // when an abort has been requested. Returns false only when aborted.
+    virtual bool Wait(int ms, const std::function<bool()> &enough = {}) = 0;
+
+    // The form-level abort flag: once set, every wait returns at once.
+    void RequestAbort() { m_abortRequested = true; }
+    void ClearAbort() { m_abortRequested = false; }
+    bool AbortRequested() const { return m_abortRequested; }
+
+private:
+    bool m_abortRequested = false;
+};
