@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QString>
+
+class Prompter;
+class Shell;
+
+// Opening a document (the help page) with the desktop's viewer, and telling
+// the user why it did not open.
+namespace tavo {
+
+// Asks the shell to open `path`; a launch code of 32 or less is reported
+// through ShowLaunchError.
+void LaunchDocument(Shell &shell, Prompter &prompter, const QString &path);
+
+// The message for a failed launch code, "!" included; empty when the code
+// is shown no message (no application associated with the file type).
+QString launchErrorText(int code);
+
+// Shows launchErrorText(code) titled "Link Launch Error" with the critical
+// icon, or nothing when the text is empty.
+void ShowLaunchError(Prompter &prompter, int code);
+
+} // namespace tavo

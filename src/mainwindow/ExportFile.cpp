@@ -1,0 +1,37 @@
+#include "mainwindow/ExportFile.h"
+
+#include <QSaveFile>
+
+#include <algorithm>
+
+namespace tavo {
+
+QByteArray exportFileBytes(const ConfigData &config)
+{
+    QByteArray bytes(ExportFileSize, '\0');
+    bytes[0] = static_cast<char>(ExportTypeCode);
+    std::copy(config.ConfigImage.begin(), config.ConfigImage.end(), bytes.begin() + 1);
+    return bytes;
+}
+
+bool writeExportFile(const QString &path, const ConfigData &config)
+{
+    const QByteArray bytes = exportFileBytes(config);
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    if (file.write(bytes) != bytes.size()) {
+        file.cancelWriting();
+        return false;
+    }
+    return file.commit();
+}
+
+QString proposedExportName(const QString &currentFileName)
+{
+    if (currentFileName.size() < 5)
+        return {};
+    return currentFileName.chopped(3) + QStringLiteral("BDX");
+}
+
+} // namespace tavo
