@@ -1,25 +1,170 @@
 #pragma once
 
+#include "editor/ByteDisplay.h"
 #include "message/SerialEditorData.h"
 
 #include <QObject>
+#include <QString>
+#include <qnamespace.h>
 
+#include <optional>
+#include <vector>
+
+// Everything the message editor does, without a widget: the message and
+// its cursor and selection, the undo history, the keyboard, the clipboard
+// text and the context-menu commands. SerialEditor paints it and feeds it
+// events; tests drive it directly.
+//
+// The cursor is the message's CurrentByte and stands *before* the byte of
+// that index (CurrentByte == count means after the last byte). The
+// selection runs between SelectAnchor and the cursor.
 class EditorModel : public QObject
 {
     Q_OBJECT
 
 public:
+    // A byte range, both ends included; empty when last < first.
+    struct Range {
+        int first = 0;
+        int last = -1;
+        int size() const { return last - first + 1; }
+        friend bool operator==(const Range &, const Range &) = default;
+    };
+
+    static inline const QString ClipboardMarker = QStringLiteral("OLVEXBYTES");
+
     explicit EditorModel(QObject *parent = nullptr);
 
-    void UseThisMessage(const SerialEditorData &message, bool allowEdit);
+    // --- state -----------------------------------------------------------
+    bool AllowEdit() const { return m_allowEdit; }
+    std::int16_t SelectAnchor() const { return m_selectAnchor; }
+    std::int16_t EntryState() const { return m_entryState; }
+    std::int16_t ForcedDisplayMode() const { return m_forcedDisplayMode; }
+    bool SelectFlag() const { return m_selectFlag; }
+    bool KeyHandled() const { return m_keyHandled; }
+    bool LeadingZeros() const { return m_leadingZeros; }
     SerialEditorData &Message() { return m_message; }
+    const SerialEditorData &Message() const { return m_message; }
+    const SerialEditorData &EditStartCopy() const { return m_editStartCopy; }
+    const std::vector<SerialEditorData> &History() const { return m_history; }
+    int HistoryTop() const { return m_historyTop; }
+    int HistoryPos() const { return m_historyPos; }
+    static const std::array<QString, 32> &ControlCharNames() { return ByteDisplay::controlCharNames(); }
+
+    // --- public face of the editor ----------------------------------------
+    void UseThisMessage(const SerialEditorData &message, bool allowEdit);
+    // -1 shows every byte in its own type, 0..4 forces one type; other
+    // values are ignored.
+    void DisplayAsThisMode(int mode);
+    void SetLeadingZeros(bool on);
+
+    // --- undo history --------------------------------------------------
+    void Undo();
+    void Redo();
+    bool canUndo() const { return m_historyPos > 0; }
+    bool canRedo() const { return m_historyPos < m_historyTop; }
+
+    // --- selection ---------------------------------------------------------
+    // Whether byte `index` is drawn selected and takes a new type. While
+    // the cursor is right of the anchor, the byte at the cursor is included.
+    bool isSelected(int index) const;
+    // False when there is nothing to act on: cursor on the anchor with the
+    // select flag set. With the flag cleared the byte at the cursor counts.
+    bool hasSelection() const;
+    // The bytes that copy, cut, Delete and the insert commands take: the
+    // smaller to the larger of cursor and anchor, both included, without
+    // the position after the last byte. Nothing while a value is typed or
+    // when there is no selection.
+    std::optional<Range> selectionRange() const;
+    // Gives the selected bytes a type (0..4) and raises Changed.
+    void SetSelectedType(int type);
+
+    // --- mouse ---------------------------------------------------------------
+    // Puts the cursor before byte `position` (a click); with `extend` the
+    // anchor stays where it is, so the bytes in between become selected.
+    void placeCursor(int position, bool extend);
+
+    // --- keyboard --------------------------------------------------------
+    // The key-down step: navigation, value stepping, deletion, Ctrl
+    // shortcuts, Escape and Enter. Returns whether the key was consumed.
+    bool keyDown(int key, Qt::KeyboardModifiers modifiers);
+    // The key-press step for a typed character; does nothing after a
+    // key-down that consumed its key.
+    void keyPress(char16_t character);
+
+    // --- clipboard text (the caller owns the clipboard) -------------------
+    // The text for the clipboard, or an empty string when there is nothing
+    // to copy (the caller then leaves the clipboard empty).
+    QString CopyText(bool wholeMessage) const;
+    // Copies the selection and, when editing is allowed, removes it.
+    QString Cut();
+    // Inserts the bytes of a clipboard text at the cursor. Returns false
+    // when the text was refused whole.
+    bool Paste(const QString &text);
+
+    // --- context-menu commands --------------------------------------------
+    void InsertControl(int value);
+    void InsertIgnore();
+    void DeleteSelection();
+
+    // --- what the drawing shows -------------------------------------------
+    int shownByteCount() const { return ByteDisplay::shownByteCount(m_message); }
+    int displayType(int index) const;
+    QString cellText(int index) const;
+    ByteDisplay::Rgb cellColour(int index) const;
+    // The label of the entry mode (empty for a mode without one).
+    QString modeLabel() const;
+    QString positionLabel() const;
+    // The cursor and the anchor, kept within the message whatever a caller
+    // did to the message through ReturnCurrentMessage.
+    int cursor() const;
+    int anchor() const;
 
 signals:
     void Changed();
     void Cancelled();
+    // Anything shown has changed: message, cursor, selection or display.
     void redrawNeeded();
+    // Choosing an entry mode restarts the cursor's flashing.
+    void flashRequested();
 
 private:
-    SerialEditorData m_message;
+    int lastCursorPosition() const;
+    void beginEdit();
+    void recordStep();
+    void resetHistory();
+    void restoreFrom(const SerialEditorData &entry);
+    void redraw() { emit redrawNeeded(); }
+
+    bool applyType(int type);
+    void chooseEntryType(int type, bool setsEntryMode);
+    bool stepValue(int delta);
+    void moveLeft(bool extend, bool byRun);
+    void moveRight(bool extend, bool byRun);
+    void finishTypedValue();
+
+    bool removeRange(const std::optional<Range> &range);
+    void removeBytes(int first, int last);
+    bool makeRoom();
+    bool insertAtCursor(int value, int type);
+
+    void typeDigit(char16_t character);
+    void startTypedByte(char16_t character);
+    void deleteTypedDigit();
+    void abandonTypedValue();
+
+    void setCursor(int position);
+
     bool m_allowEdit = false;
+    std::int16_t m_selectAnchor = 0;
+    std::int16_t m_entryState = 0;
+    std::int16_t m_forcedDisplayMode = -1;
+    bool m_selectFlag = true;
+    bool m_keyHandled = false;
+    bool m_leadingZeros = false;
+    SerialEditorData m_message;
+    SerialEditorData m_editStartCopy;
+    std::vector<SerialEditorData> m_history;
+    int m_historyTop = 0;
+    int m_historyPos = 0;
 };

@@ -1,22 +1,629 @@
 #include "editor/SerialEditor.h"
 
-SerialEditor::SerialEditor(QWidget *parent) : QWidget(parent), m_model(new EditorModel(this))
+#include <QActionGroup>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QFontDatabase>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QMenu>
+#include <QPainter>
+#include <QScrollBar>
+#include <QStyle>
+#include <QStyleHints>
+#include <QTimer>
+
+#include <algorithm>
+#include <cmath>
+
+namespace {
+
+constexpr int ScrollStep = 8; // pixels per step of the offset bar
+constexpr int CaretWidth = 2;
+constexpr int WidgetWidth = 290; // what the output panels give us
+constexpr int WidgetHeight = 25;
+
+QColor toColor(ByteDisplay::Rgb rgb)
 {
-    connect(m_model, &EditorModel::Changed, this, &SerialEditor::Changed);
-    connect(m_model, &EditorModel::Cancelled, this, &SerialEditor::Cancelled);
+    return QColor(rgb.red, rgb.green, rgb.blue);
 }
 
-void SerialEditor::SetToolTipText(const QString &text) { setToolTip(text); }
+// Modern fonts have no glyph for DEL (the stand-in of every byte below 32)
+// nor for the few C1 codes; draw the house sign old terminals showed, so
+// such a byte never turns into an invisible, zero-width cell.
+QString drawable(QString text)
+{
+    for (QChar &c : text) {
+        if (!c.isPrint())
+            c = QChar(0x2302);
+    }
+    return text;
+}
+
+QString labelSample()
+{
+    return QStringLiteral("15/15");
+}
+
+} // namespace
+
+// The drawing surface: it takes the keys, the mouse and the focus, and hands
+// everything to the editor.
+class SerialEditorSurface : public QWidget
+{
+public:
+    explicit SerialEditorSurface(SerialEditor *editor)
+        : QWidget(editor)
+        , m_editor(editor)
+    {
+        setObjectName(QStringLiteral("DisplayImage"));
+        setFocusPolicy(Qt::StrongFocus);
+        setAttribute(Qt::WA_OpaquePaintEvent);
+        setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+        setCursor(Qt::IBeamCursor);
+    }
+
+protected:
+    bool event(QEvent *event) override
+    {
+        if (event->type() == QEvent::ShortcutOverride
+            && m_editor->surfaceOverridesShortcut(static_cast<QKeyEvent *>(event))) {
+            event->accept();
+            return true;
+        }
+        return QWidget::event(event);
+    }
+    void paintEvent(QPaintEvent *event) override { m_editor->paintSurface(event); }
+    void keyPressEvent(QKeyEvent *event) override { m_editor->surfaceKeyPress(event); }
+    void mousePressEvent(QMouseEvent *event) override { m_editor->surfaceMousePress(event); }
+    void mouseMoveEvent(QMouseEvent *event) override { m_editor->surfaceMouseMove(event); }
+    void contextMenuEvent(QContextMenuEvent *event) override { m_editor->surfaceContextMenu(event); }
+    void focusInEvent(QFocusEvent *event) override
+    {
+        QWidget::focusInEvent(event);
+        m_editor->surfaceFocusChanged(true);
+    }
+    void focusOutEvent(QFocusEvent *event) override
+    {
+        QWidget::focusOutEvent(event);
+        m_editor->surfaceFocusChanged(false);
+    }
+
+private:
+    SerialEditor *m_editor;
+};
+
+SerialEditor::SerialEditor(QWidget *parent)
+    : QWidget(parent)
+    , m_model(new EditorModel(this))
+    , m_display(new SerialEditorSurface(this))
+    , m_offsetBar(new QScrollBar(Qt::Horizontal, this))
+    , m_byteMode(new QLabel(this))
+    , m_byteCounts(new QLabel(this))
+    , m_flashTimer(new QTimer(this))
+    , m_hiddenMenu(new QMenu(QStringLiteral("Hidden"), this))
+{
+    setFocusProxy(m_display);
+
+    m_offsetBar->setObjectName(QStringLiteral("OffsetBar"));
+    m_offsetBar->setFocusPolicy(Qt::NoFocus);
+    m_offsetBar->setSingleStep(1);
+    m_offsetBar->setEnabled(false);
+    connect(m_offsetBar, &QScrollBar::valueChanged, m_display, qOverload<>(&QWidget::update));
+
+    m_byteMode->setObjectName(QStringLiteral("ByteMode"));
+    m_byteMode->setToolTip(QStringLiteral("Current byte mode"));
+    m_byteMode->setText(ByteDisplay::modeLabel(0));
+    m_byteCounts->setObjectName(QStringLiteral("ByteCounts"));
+    m_byteCounts->setToolTip(QStringLiteral("current byte OF total number of bytes"));
+    for (QLabel *label : {m_byteMode, m_byteCounts})
+        label->setAlignment(Qt::AlignCenter);
+
+    m_flashTimer->setObjectName(QStringLiteral("FlashTimer"));
+    connect(m_flashTimer, &QTimer::timeout, this, [this] {
+        m_caretOn = !m_caretOn;
+        m_display->update();
+    });
+
+    buildMenu();
+
+    connect(m_model, &EditorModel::Changed, this, &SerialEditor::Changed);
+    connect(m_model, &EditorModel::Cancelled, this, &SerialEditor::Cancelled);
+    connect(m_model, &EditorModel::redrawNeeded, this, &SerialEditor::Display);
+    connect(m_model, &EditorModel::flashRequested, this, &SerialEditor::restartFlash);
+
+    resize(sizeHint());
+    layoutChildren();
+    relayout();
+}
+
+// --- public face --------------------------------------------------------------
+
+void SerialEditor::SetToolTipText(const QString &text)
+{
+    m_display->setToolTip(text);
+}
 
 void SerialEditor::UseThisMessage(const SerialEditorData &message, bool allowEdit)
 {
     m_model->UseThisMessage(message, allowEdit);
 }
 
-SerialEditorData &SerialEditor::ReturnCurrentMessage() { return m_model->Message(); }
+SerialEditorData &SerialEditor::ReturnCurrentMessage()
+{
+    return m_model->Message();
+}
 
-void SerialEditor::DisplayAsThisMode(int mode) { Q_UNUSED(mode); }
+void SerialEditor::DisplayAsThisMode(int mode)
+{
+    m_model->DisplayAsThisMode(mode);
+    m_display->setFocus();
+}
 
-void SerialEditor::Display() { update(); }
+void SerialEditor::Display()
+{
+    relayout();
+    restartFlash();
+    updateMenuState();
+}
 
-EditorModel &SerialEditor::model() { return *m_model; }
+EditorModel &SerialEditor::model()
+{
+    return *m_model;
+}
+
+QSize SerialEditor::sizeHint() const
+{
+    const QFontMetrics fm(m_display->font());
+    return {WidgetWidth, std::max(WidgetHeight, fm.height() + 10)};
+}
+
+QSize SerialEditor::minimumSizeHint() const
+{
+    const QFontMetrics fm(m_display->font());
+    return {fm.horizontalAdvance(QLatin1Char('0')) * 8 + fm.horizontalAdvance(labelSample()),
+            std::min(WidgetHeight, fm.height() + 6)};
+}
+
+// --- menu -------------------------------------------------------------------
+
+void SerialEditor::buildMenu()
+{
+    m_hiddenMenu->setObjectName(QStringLiteral("HiddenMenu"));
+    auto addItem = [](QMenu *menu, const QString &name, const QString &caption) {
+        QAction *action = menu->addAction(caption);
+        action->setObjectName(name);
+        return action;
+    };
+    auto addSeparator = [this](const QString &name) { m_hiddenMenu->addSeparator()->setObjectName(name); };
+
+    QMenu *modeMenu = m_modeMenu = m_hiddenMenu->addMenu(QStringLiteral("Mode"));
+    modeMenu->setObjectName(QStringLiteral("MenuByteMode"));
+    modeMenu->menuAction()->setObjectName(QStringLiteral("MenuByteModeAction"));
+    const std::array<QString, 5> typeCaptions = {QStringLiteral("&ASCII"), QStringLiteral("Decimal"),
+                                                 QStringLiteral("Hexadecimal"), QStringLiteral("Binary"),
+                                                 QStringLiteral("Control")};
+    for (int i = 0; i < 5; ++i) {
+        m_charType[i] = addItem(modeMenu, QStringLiteral("CharType%1").arg(i), typeCaptions[i]);
+        connect(m_charType[i], &QAction::triggered, this, [this, i] { m_model->SetSelectedType(i); });
+    }
+    addSeparator(QStringLiteral("MenuSpace1"));
+
+    QMenu *controlMenu = m_controlMenu = m_hiddenMenu->addMenu(QStringLiteral("Insert Control"));
+    controlMenu->setObjectName(QStringLiteral("MenuControlChar"));
+    controlMenu->menuAction()->setObjectName(QStringLiteral("MenuControlCharAction"));
+    for (int c = 0; c < 32; ++c) {
+        m_controlChars[c] = addItem(controlMenu, QStringLiteral("MenuControlChars%1").arg(c),
+                                    ByteDisplay::controlCharCaption(c));
+        connect(m_controlChars[c], &QAction::triggered, this, [this, c] { m_model->InsertControl(c); });
+    }
+    m_ignore = addItem(m_hiddenMenu, QStringLiteral("MenuIgnore"), QStringLiteral("Insert Ignore"));
+    connect(m_ignore, &QAction::triggered, m_model, &EditorModel::InsertIgnore);
+    addSeparator(QStringLiteral("MenuSpace2"));
+
+    m_undo = addItem(m_hiddenMenu, QStringLiteral("MenuUndo"), QStringLiteral("Undo"));
+    connect(m_undo, &QAction::triggered, m_model, &EditorModel::Undo);
+    m_redo = addItem(m_hiddenMenu, QStringLiteral("MenuRedo"), QStringLiteral("Redo"));
+    connect(m_redo, &QAction::triggered, m_model, &EditorModel::Redo);
+    addSeparator(QStringLiteral("MenuSpace3"));
+
+    m_copy = addItem(m_hiddenMenu, QStringLiteral("MenuCopy"), QStringLiteral("Copy"));
+    connect(m_copy, &QAction::triggered, this, [this] { copyToClipboard(false); });
+    m_copyAll = addItem(m_hiddenMenu, QStringLiteral("MenuCopyAll"), QStringLiteral("Copy All"));
+    connect(m_copyAll, &QAction::triggered, this, [this] { copyToClipboard(true); });
+    m_cut = addItem(m_hiddenMenu, QStringLiteral("MenuCut"), QStringLiteral("Cut"));
+    connect(m_cut, &QAction::triggered, this, &SerialEditor::cutToClipboard);
+    m_paste = addItem(m_hiddenMenu, QStringLiteral("MenuPaste"), QStringLiteral("Paste"));
+    connect(m_paste, &QAction::triggered, this, &SerialEditor::pasteFromClipboard);
+    m_delete = addItem(m_hiddenMenu, QStringLiteral("MenuDelete"), QStringLiteral("Delete"));
+    connect(m_delete, &QAction::triggered, m_model, &EditorModel::DeleteSelection);
+    addSeparator(QStringLiteral("MenuSpace4"));
+
+    QMenu *displayMenu = m_hiddenMenu->addMenu(QStringLiteral("Display as"));
+    displayMenu->setObjectName(QStringLiteral("MenuDisplay"));
+    displayMenu->menuAction()->setObjectName(QStringLiteral("MenuDisplayAction"));
+    auto *displayGroup = new QActionGroup(displayMenu);
+    const std::array<QString, 6> displayCaptions = {
+        QStringLiteral("Individual"),  QStringLiteral("ASCII"),  QStringLiteral("Decimal"),
+        QStringLiteral("Hexadecimal"), QStringLiteral("Binary"), QStringLiteral("Control")};
+    for (int k = 0; k < 6; ++k) {
+        m_displayForce[k] =
+            addItem(displayMenu, QStringLiteral("MenuDisplayForce%1").arg(k), displayCaptions[k]);
+        m_displayForce[k]->setCheckable(true);
+        displayGroup->addAction(m_displayForce[k]);
+        connect(m_displayForce[k], &QAction::triggered, this, [this, k] { DisplayAsThisMode(k - 1); });
+    }
+
+    m_zeros = addItem(m_hiddenMenu, QStringLiteral("MenuZeros"), QStringLiteral("Show Leading zeros"));
+    m_zeros->setCheckable(true);
+    connect(m_zeros, &QAction::triggered, this, [this](bool checked) {
+        m_model->SetLeadingZeros(checked);
+        m_display->setFocus();
+    });
+
+    connect(m_hiddenMenu, &QMenu::aboutToShow, this, &SerialEditor::updateMenuState);
+}
+
+void SerialEditor::updateMenuState()
+{
+    const EditorModel &m = *m_model;
+    const bool edit = m.AllowEdit();
+    const auto range = m.selectionRange();
+    const bool somethingSelected = range && range->size() > 0;
+    // Types can be given while nothing is being typed and there is
+    // something to act on; everything that changes bytes needs editing.
+    const bool canSetType = edit && m.EntryState() == 0 && m.hasSelection();
+
+    m_modeMenu->setEnabled(canSetType);
+    for (QAction *action : m_charType)
+        action->setEnabled(canSetType);
+    m_controlMenu->setEnabled(edit);
+    for (QAction *action : m_controlChars)
+        action->setEnabled(edit);
+    m_ignore->setEnabled(edit && m.Message().CanDoIgnore());
+    m_undo->setEnabled(m.canUndo());
+    m_redo->setEnabled(m.canRedo());
+    m_copy->setEnabled(somethingSelected);
+    m_copyAll->setEnabled(m.shownByteCount() > 0);
+    m_cut->setEnabled(edit && somethingSelected);
+    m_paste->setEnabled(edit);
+    m_delete->setEnabled(edit && somethingSelected);
+
+    const int forced = m.ForcedDisplayMode();
+    for (int k = 0; k < 6; ++k)
+        m_displayForce[k]->setChecked(k == forced + 1);
+    m_zeros->setChecked(m.LeadingZeros());
+}
+
+// --- geometry -----------------------------------------------------------------
+
+void SerialEditor::layoutChildren()
+{
+    const int w = width();
+    const int h = height();
+
+    // Two small labels stacked at the right, as narrow as "15/15" allows.
+    QFont labelFont = m_display->font();
+    labelFont.setPixelSize(std::clamp(h / 2 - 2, 8, 12));
+    m_byteMode->setFont(labelFont);
+    m_byteCounts->setFont(labelFont);
+    const QFontMetrics lfm(labelFont);
+    const int labelWidth = lfm.horizontalAdvance(labelSample()) + 6;
+    m_byteMode->setGeometry(w - labelWidth, 0, labelWidth, h / 2);
+    m_byteCounts->setGeometry(w - labelWidth, h / 2, labelWidth, h - h / 2);
+
+    // The offset bar takes what the text line leaves, within reason: a thin
+    // bar at the panels' 25 pixels, a normal one in taller editors.
+    const QFontMetrics fm(m_display->font());
+    const int styleExtent = style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, m_offsetBar);
+    const int barHeight = std::clamp(h - fm.height() - 2, 5, std::max(5, styleExtent));
+    const int drawWidth = std::max(0, w - labelWidth - 1);
+    m_display->setGeometry(0, 0, drawWidth, std::max(0, h - barHeight));
+    m_offsetBar->setGeometry(0, h - barHeight, drawWidth, barHeight);
+}
+
+void SerialEditor::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    layoutChildren();
+    relayout();
+}
+
+void SerialEditor::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::StyleChange) {
+        layoutChildren();
+        relayout();
+    }
+}
+
+int SerialEditor::scrollOffset() const
+{
+    return m_offsetBar->isEnabled() ? m_offsetBar->value() * ScrollStep : 0;
+}
+
+void SerialEditor::relayout()
+{
+    const QFontMetrics fm(m_display->font());
+    const int shown = m_model->shownByteCount();
+    int x = 0;
+    for (int i = 0; i < shown; ++i) {
+        m_cellLeft[i] = x;
+        x += fm.horizontalAdvance(drawable(m_model->cellText(i)));
+    }
+    m_cellLeft[shown] = x;
+
+    // Room for the cursor after the last cell belongs to the content too.
+    const int content = x + CaretWidth;
+    const int inner = m_display->width();
+    if (content <= inner) {
+        m_offsetBar->setRange(0, 0);
+        m_offsetBar->setEnabled(false);
+    } else {
+        const int overflowSteps = (content - inner + ScrollStep - 1) / ScrollStep;
+        m_offsetBar->setRange(0, overflowSteps);
+        m_offsetBar->setPageStep(std::max(1, inner / ScrollStep));
+        m_offsetBar->setEnabled(true);
+    }
+    keepCursorVisible();
+
+    const QString mode = m_model->modeLabel();
+    if (!mode.isEmpty() && mode != m_byteMode->text())
+        m_byteMode->setText(mode);
+    const int entryMode =
+        m_model->ForcedDisplayMode() >= 0 ? m_model->ForcedDisplayMode() : m_model->Message().CurrentMode();
+    QPalette modePalette = m_byteMode->palette();
+    modePalette.setColor(QPalette::WindowText, toColor(ByteDisplay::colourOf(entryMode)));
+    m_byteMode->setPalette(modePalette);
+    const QString position = m_model->positionLabel();
+    if (position != m_byteCounts->text())
+        m_byteCounts->setText(position);
+
+    m_display->update();
+}
+
+void SerialEditor::keepCursorVisible()
+{
+    // Every change through the model (keys, clicks, edits) scrolls the
+    // cursor into view, as any text field does; dragging the bar by hand
+    // does not come through here, so the user can still look elsewhere.
+    if (!m_offsetBar->isEnabled())
+        return;
+    const int x = caretPosition(m_model->cursor());
+    const int offset = scrollOffset();
+    const int inner = m_display->width();
+    if (x < offset)
+        m_offsetBar->setValue(x / ScrollStep);
+    else if (x + CaretWidth > offset + inner)
+        m_offsetBar->setValue((x + CaretWidth - inner + ScrollStep - 1) / ScrollStep);
+}
+
+int SerialEditor::caretPosition(int index) const
+{
+    const int shown = m_model->shownByteCount();
+    if (index >= shown)
+        return m_cellLeft[shown];
+    const QFontMetrics fm(m_display->font());
+    const QString cell = drawable(m_model->cellText(index));
+    if (m_model->EntryState() != 0) {
+        // While a value is typed the cursor follows its digits.
+        const QString suffix = ByteDisplay::suffixOf(m_model->displayType(index));
+        return m_cellLeft[index] + fm.horizontalAdvance(cell.left(cell.size() - suffix.size()));
+    }
+    // Before the byte's own text, after the separator it shares with the
+    // byte to its left.
+    return m_cellLeft[index]
+           + (cell.startsWith(QLatin1Char(',')) ? fm.horizontalAdvance(QLatin1Char(',')) : 0);
+}
+
+int SerialEditor::nearestBoundary(int x) const
+{
+    const int target = x + scrollOffset();
+    int best = 0;
+    int bestDistance = std::abs(caretPosition(0) - target);
+    for (int i = 1; i <= m_model->shownByteCount(); ++i) {
+        const int distance = std::abs(caretPosition(i) - target);
+        if (distance < bestDistance) {
+            best = i;
+            bestDistance = distance;
+        }
+    }
+    return best;
+}
+
+// --- drawing ------------------------------------------------------------------
+
+void SerialEditor::paintSurface(QPaintEvent *)
+{
+    QPainter p(m_display);
+    // The type colours are fixed, so the surface is always white behind them.
+    p.fillRect(m_display->rect(), Qt::white);
+    p.setFont(m_display->font());
+    const QFontMetrics fm(m_display->font());
+    const int offset = scrollOffset();
+    const int lineHeight = fm.height();
+    const int top = std::max(0, (m_display->height() - lineHeight) / 2);
+    const int baseline = top + fm.ascent();
+    const int inner = m_display->width();
+    const int cursorByte = m_model->cursor();
+
+    for (int i = 0; i < m_model->shownByteCount(); ++i) {
+        const int x = m_cellLeft[i];
+        const int w = m_cellLeft[i + 1] - x;
+        const bool visible = x - offset < inner && x + w - offset >= 1;
+        if (!visible)
+            continue;
+        const QColor colour = toColor(m_model->cellColour(i));
+        if (m_model->isSelected(i) && i != cursorByte) {
+            p.fillRect(x - offset, top, w, lineHeight, colour);
+            p.setPen(Qt::white);
+        } else {
+            p.setPen(colour);
+        }
+        p.drawText(x - offset, baseline, drawable(m_model->cellText(i)));
+    }
+
+    if (m_caretOn && m_display->hasFocus()) {
+        const int entryMode = m_model->Message().CurrentMode();
+        const QColor caret =
+            entryMode >= 0 && entryMode <= 3 ? toColor(ByteDisplay::colourOf(entryMode)) : Qt::black;
+        p.fillRect(caretPosition(cursorByte) - offset, top, CaretWidth, lineHeight, caret);
+    }
+}
+
+void SerialEditor::restartFlash()
+{
+    // Any change shows the cursor at once and starts its blinking afresh.
+    m_caretOn = true;
+    const int interval = QGuiApplication::styleHints()->cursorFlashTime() / 2;
+    if (m_display->hasFocus() && interval > 0)
+        m_flashTimer->start(interval);
+    m_display->update();
+}
+
+void SerialEditor::surfaceFocusChanged(bool focused)
+{
+    if (focused)
+        restartFlash();
+    else
+        m_flashTimer->stop();
+    m_display->update();
+}
+
+// --- input --------------------------------------------------------------------
+
+bool SerialEditor::surfaceOverridesShortcut(QKeyEvent *event) const
+{
+    // Keys the editor uses win over shortcuts of the window around it.
+    if (event->matches(QKeySequence::Copy) || event->matches(QKeySequence::Cut)
+        || event->matches(QKeySequence::Paste))
+        return true;
+    const Qt::KeyboardModifiers mods = event->modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier);
+    if (mods == Qt::ControlModifier) {
+        switch (event->key()) {
+        case Qt::Key_A:
+        case Qt::Key_D:
+        case Qt::Key_H:
+        case Qt::Key_B:
+        case Qt::Key_O:
+        case Qt::Key_I:
+        case Qt::Key_Z:
+        case Qt::Key_Y:
+        case Qt::Key_Left:
+        case Qt::Key_Right:
+            return true;
+        default:
+            return false;
+        }
+    }
+    if (mods != Qt::NoModifier)
+        return false;
+    switch (event->key()) {
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+    case Qt::Key_Home:
+    case Qt::Key_End:
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+    case Qt::Key_Delete:
+    case Qt::Key_Backspace:
+    case Qt::Key_Insert:
+        return true;
+    default:
+        return !event->text().isEmpty() && event->text().at(0).isPrint();
+    }
+}
+
+void SerialEditor::surfaceKeyPress(QKeyEvent *event)
+{
+    // The clipboard keys every user knows; the menu has the same commands.
+    if (event->matches(QKeySequence::Copy)) {
+        copyToClipboard(false);
+        return;
+    }
+    if (event->matches(QKeySequence::Cut)) {
+        if (m_model->AllowEdit())
+            cutToClipboard();
+        return;
+    }
+    if (event->matches(QKeySequence::Paste)) {
+        if (m_model->AllowEdit())
+            pasteFromClipboard();
+        return;
+    }
+
+    bool consumed = m_model->keyDown(event->key(), event->modifiers());
+
+    // The key-press half: characters only. Control characters are not
+    // typed here (Backspace, Escape and Ctrl+letter arrive as text on some
+    // platforms); a control byte is entered through "Insert Control". With
+    // Ctrl held (but not AltGr, which is Ctrl+Alt on Windows) the text is
+    // a shortcut's, not a character.
+    const Qt::KeyboardModifiers mods = event->modifiers();
+    const bool shortcutText = mods.testFlag(Qt::ControlModifier) && !mods.testFlag(Qt::AltModifier);
+    if (!shortcutText) {
+        const QString text = event->text();
+        for (const QChar c : text) {
+            if (c.category() == QChar::Other_Control)
+                continue;
+            m_model->keyPress(c.unicode());
+            consumed = consumed || m_model->AllowEdit();
+        }
+    }
+    if (!consumed)
+        event->ignore();
+}
+
+void SerialEditor::surfaceMousePress(QMouseEvent *event)
+{
+    if (event->button() != Qt::LeftButton) {
+        event->ignore();
+        return;
+    }
+    m_display->setFocus(Qt::MouseFocusReason);
+    // Shift+click extends the selection the way Shift+arrow does, and so
+    // only where Shift selects at all: in an editor that may be changed.
+    const bool extend = event->modifiers().testFlag(Qt::ShiftModifier) && m_model->AllowEdit();
+    m_model->placeCursor(nearestBoundary(qRound(event->position().x())), extend);
+}
+
+void SerialEditor::surfaceMouseMove(QMouseEvent *event)
+{
+    // Dragging selects, read-only or not: what can be seen can be copied.
+    if (event->buttons().testFlag(Qt::LeftButton))
+        m_model->placeCursor(nearestBoundary(qRound(event->position().x())), true);
+}
+
+void SerialEditor::surfaceContextMenu(QContextMenuEvent *event)
+{
+    updateMenuState();
+    m_hiddenMenu->popup(event->globalPos());
+}
+
+// --- clipboard ----------------------------------------------------------------
+
+void SerialEditor::copyToClipboard(bool wholeMessage)
+{
+    // Cleared first: copying nothing leaves the clipboard empty.
+    QClipboard *clipboard = QGuiApplication::clipboard();
+    clipboard->clear();
+    const QString text = m_model->CopyText(wholeMessage);
+    if (!text.isEmpty())
+        clipboard->setText(text);
+}
+
+void SerialEditor::cutToClipboard()
+{
+    QClipboard *clipboard = QGuiApplication::clipboard();
+    clipboard->clear();
+    const QString text = m_model->Cut();
+    if (!text.isEmpty())
+        clipboard->setText(text);
+}
+
+void SerialEditor::pasteFromClipboard()
+{
+    m_model->Paste(QGuiApplication::clipboard()->text());
+}

@@ -5,7 +5,19 @@
 
 #include <QWidget>
 
-// Shows and edits one serial message of at most 14 bytes.
+#include <array>
+
+class QAction;
+class QLabel;
+class QMenu;
+class QScrollBar;
+class QTimer;
+class SerialEditorSurface;
+
+// Shows and edits one serial message of at most 14 bytes: one line of
+// coloured byte cells, the entry mode and the cursor position at the right,
+// a right-click menu. All editing is done by EditorModel; this widget
+// paints it and turns Qt's events into model calls.
 class SerialEditor : public QWidget
 {
     Q_OBJECT
@@ -21,10 +33,66 @@ public:
     void Display();                   // redraw
     EditorModel &model();
 
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
 signals:
     void Changed();
     void Cancelled();
 
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+    void changeEvent(QEvent *event) override;
+
 private:
+    friend class SerialEditorSurface;
+
+    void buildMenu();
+    void updateMenuState();
+    void layoutChildren();
+    void relayout();
+    void keepCursorVisible();
+    int scrollOffset() const;
+    int caretPosition(int index) const;
+    int nearestBoundary(int x) const;
+    void restartFlash();
+
+    void paintSurface(QPaintEvent *event);
+    void surfaceKeyPress(QKeyEvent *event);
+    bool surfaceOverridesShortcut(QKeyEvent *event) const;
+    void surfaceMousePress(QMouseEvent *event);
+    void surfaceMouseMove(QMouseEvent *event);
+    void surfaceContextMenu(QContextMenuEvent *event);
+    void surfaceFocusChanged(bool focused);
+
+    void copyToClipboard(bool wholeMessage);
+    void cutToClipboard();
+    void pasteFromClipboard();
+
     EditorModel *m_model;
+    SerialEditorSurface *m_display;
+    QScrollBar *m_offsetBar;
+    QLabel *m_byteMode;
+    QLabel *m_byteCounts;
+    QTimer *m_flashTimer;
+    QMenu *m_hiddenMenu;
+    QMenu *m_modeMenu = nullptr;
+    QMenu *m_controlMenu = nullptr;
+    std::array<QAction *, 5> m_charType{};
+    std::array<QAction *, 32> m_controlChars{};
+    std::array<QAction *, 6> m_displayForce{};
+    QAction *m_ignore = nullptr;
+    QAction *m_undo = nullptr;
+    QAction *m_redo = nullptr;
+    QAction *m_copy = nullptr;
+    QAction *m_copyAll = nullptr;
+    QAction *m_cut = nullptr;
+    QAction *m_paste = nullptr;
+    QAction *m_delete = nullptr;
+    QAction *m_zeros = nullptr;
+
+    // Left edge of every cell in message coordinates, plus the end of the
+    // last one; a cell's width is the text width of its string.
+    std::array<int, SerialEditorData::SlotCount + 1> m_cellLeft{};
+    bool m_caretOn = true;
 };
