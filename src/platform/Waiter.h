@@ -18,10 +18,19 @@ public:
     // when an abort has been requested. Returns false only when aborted.
     virtual bool Wait(int ms, const std::function<bool()> &enough = {}) = 0;
 
-    // The form-level abort flag: once set, every wait returns at once.
-    void RequestAbort() { m_abortRequested = true; }
+    // The form-level abort flag: once set, every wait returns at once. It
+    // is usually set from a slot that runs inside a wait (the dialog being
+    // closed), so a waiter gets the chance to end the wait in progress.
+    void RequestAbort()
+    {
+        m_abortRequested = true;
+        OnAbortRequested();
+    }
     void ClearAbort() { m_abortRequested = false; }
     bool AbortRequested() const { return m_abortRequested; }
+
+protected:
+    virtual void OnAbortRequested() {}
 
 private:
     bool m_abortRequested = false;

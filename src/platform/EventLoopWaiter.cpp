@@ -1,0 +1,74 @@
+#include "platform/EventLoopWaiter.h"
+
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QTimer>
+
+EventLoopWaiter::EventLoopWaiter(QObject *parent)
+    : QObject(parent)
+{
+}
+
+bool EventLoopWaiter::Wait(int ms, const std::function<bool()> &enough)
+{
+    if (AbortRequested())
+        return false;
+    ++m_waitCount;
+    m_requestedMs += ms;
+    if (enough && enough())
+        return true;
+
+    QElapsedTimer clock;
+    clock.start();
+
+    QEventLoop loop;
+    QTimer timer;
+    timer.setSingleShot(true);
+    timer.setTimerType(Qt::PreciseTimer);
+    connect(&timer, &QTimer::timeout, &loop, &QEventLoop::quit);
+
+    // The routines are not re-entrant, but a slot run during this wait may
+    // still start another one (a second click); keep the outer wait's state
+    // so that it carries on afterwards.
+    QEventLoop *const outerLoop = m_loop;
+    const std::function<bool()> *const outerEnough = m_enough;
+    m_loop = &loop;
+    m_enough = enough ? &enough : nullptr;
+
+    timer.start(ms < 0 ? 0 : ms);
+    loop.exec();
+
+    m_loop = outerLoop;
+    m_enough = outerEnough;
+    m_waitedMs += clock.elapsed();
+    // An abort must end the outer wait too, not only the innermost one.
+    if (AbortRequested() && m_loop)
+        m_loop->quit();
+    return !AbortRequested();
+}
+
+void EventLoopWaiter::InputMayHaveArrived()
+{
+    // Reading the byte count may itself pull bytes in and emit the input
+    // signal again; one check at a time is enough.
+    if (!m_loop || !m_enough || m_checking)
+        return;
+    m_checking = true;
+    const bool done = (*m_enough)();
+    m_checking = false;
+    if (done && m_loop)
+        m_loop->quit();
+}
+
+void EventLoopWaiter::OnAbortRequested()
+{
+    if (m_loop)
+        m_loop->quit();
+}
+
+void EventLoopWaiter::resetTotals()
+{
+    m_requestedMs = 0;
+    m_waitedMs = 0;
+    m_waitCount = 0;
+}

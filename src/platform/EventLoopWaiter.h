@@ -1,0 +1,53 @@
+#pragma once
+
+#include "platform/Waiter.h"
+
+#include <QObject>
+
+class QEventLoop;
+
+// Waits in a nested event loop, so that the window keeps painting and the
+// user can still close the dialog while the protocol waits for the unit.
+//
+// The time-out is a precise single-shot timer (the protocol's 10 ms waits
+// would stretch to 15 or more on a coarse one). Connect a link's input
+// signal to InputMayHaveArrived(), or use watch(), so that a wait for "at
+// least N bytes" ends as soon as they are there.
+class EventLoopWaiter : public QObject, public Waiter
+{
+    Q_OBJECT
+
+public:
+    explicit EventLoopWaiter(QObject *parent = nullptr);
+
+    bool Wait(int ms, const std::function<bool()> &enough = {}) override;
+
+    // Ends the current wait early when `sender` emits `signal`, provided the
+    // wait's condition holds by then.
+    template <typename Sender, typename Signal>
+    void watch(const Sender *sender, Signal signal)
+    {
+        connect(sender, signal, this, &EventLoopWaiter::InputMayHaveArrived);
+    }
+
+    // Totals over every wait so far, for measurements: what the protocol
+    // asked for and what it actually spent waiting.
+    qint64 requestedMs() const { return m_requestedMs; }
+    qint64 waitedMs() const { return m_waitedMs; }
+    int waitCount() const { return m_waitCount; }
+    void resetTotals();
+
+public slots:
+    void InputMayHaveArrived();
+
+protected:
+    void OnAbortRequested() override;
+
+private:
+    QEventLoop *m_loop = nullptr;
+    const std::function<bool()> *m_enough = nullptr;
+    bool m_checking = false;
+    qint64 m_requestedMs = 0;
+    qint64 m_waitedMs = 0;
+    int m_waitCount = 0;
+};

@@ -1,0 +1,160 @@
+#include "platform/QtSerialLink.h"
+
+#include "platform/LineSettings.h"
+
+#include <QSerialPortInfo>
+
+namespace {
+
+QSerialPort::Parity toParity(LineSettings::Parity parity)
+{
+    switch (parity) {
+    case LineSettings::Parity::Even: return QSerialPort::EvenParity;
+    case LineSettings::Parity::Odd: return QSerialPort::OddParity;
+    case LineSettings::Parity::Mark: return QSerialPort::MarkParity;
+    case LineSettings::Parity::Space: return QSerialPort::SpaceParity;
+    case LineSettings::Parity::None: break;
+    }
+    return QSerialPort::NoParity;
+}
+
+} // namespace
+
+QtSerialLink::QtSerialLink(PortSlots ports, QObject *parent)
+    : QObject(parent)
+    , m_slots(std::move(ports))
+{
+    connect(&m_port, &QSerialPort::readyRead, this, &QtSerialLink::InputArrived);
+    // A port that goes away (adapter unplugged, simulator gone) is closed
+    // here so that the protocol sees a closed port and gives up cleanly.
+    connect(&m_port, &QSerialPort::errorOccurred, this, [this](QSerialPort::SerialPortError error) {
+        if (error == QSerialPort::ResourceError && m_port.isOpen())
+            m_port.close();
+    });
+}
+
+QtSerialLink::~QtSerialLink()
+{
+    if (m_port.isOpen())
+        m_port.close();
+}
+
+void QtSerialLink::SetCommPort(int port)
+{
+    if (m_port.isOpen())
+        throw SerialLinkError("the port number cannot change while the port is open");
+    if (port < 1 || port > PortSlots::Count)
+        throw SerialLinkError("invalid port number");
+    m_commPort = port;
+}
+
+void QtSerialLink::SetPortOpen(bool open)
+{
+    if (!open) {
+        if (m_port.isOpen())
+            m_port.close();
+        return;
+    }
+    if (m_port.isOpen())
+        throw SerialLinkError("the port is already open");
+
+    m_lastError.clear();
+    const QString name = m_slots.name(m_commPort);
+    if (name.isEmpty()) {
+        m_lastError = QStringLiteral("no port in slot %1").arg(m_commPort);
+        return;
+    }
+    m_port.setPortName(name);
+    m_port.setFlowControl(QSerialPort::NoFlowControl);
+    if (!m_port.open(QIODevice::ReadWrite)) {
+        m_lastError = m_port.errorString();
+        m_port.clearError();
+        return;
+    }
+    if (!applySettings(m_settings)) {
+        m_lastError = m_port.errorString();
+        m_port.close();
+    }
+}
+
+bool QtSerialLink::PortOpen() const { return m_port.isOpen(); }
+
+bool QtSerialLink::applySettings(const QString &settings)
+{
+    const auto s = LineSettings::parse(settings);
+    if (!s)
+        return false;
+    // QSerialPort keeps the values of a closed port and applies them when
+    // it opens; on an open one each call takes effect at once.
+    const bool ok = m_port.setBaudRate(s->baud)
+        && m_port.setDataBits(static_cast<QSerialPort::DataBits>(s->dataBits))
+        && m_port.setParity(toParity(s->parity))
+        && m_port.setStopBits(s->stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop);
+    return ok || !m_port.isOpen();
+}
+
+void QtSerialLink::SetSettings(const QString &settings)
+{
+    if (!LineSettings::parse(settings))
+        throw SerialLinkError("invalid line setting");
+    if (!applySettings(settings)) {
+        const QString why = m_port.errorString();
+        m_port.clearError();
+        throw SerialLinkError(why.toStdString());
+    }
+    m_settings = settings;
+}
+
+void QtSerialLink::Output(const QByteArray &bytes)
+{
+    if (!m_port.isOpen())
+        throw SerialLinkError("the port is not open");
+    if (m_port.write(bytes) != bytes.size())
+        throw SerialLinkError(m_port.errorString().toStdString());
+    // Hand the bytes to the driver now: the protocol changes the line
+    // setting soon after a write, and the byte must leave at the old one.
+    m_port.flush();
+}
+
+void QtSerialLink::pullPending()
+{
+    // QSerialPort moves bytes from the driver into its buffer only when the
+    // event loop runs. A read between waits (the flushes of the protocol)
+    // must see everything that has arrived, so collect it first.
+    if (m_port.isOpen() && m_port.waitForReadyRead(0))
+        return;
+    if (m_port.error() == QSerialPort::TimeoutError)
+        m_port.clearError();
+}
+
+QByteArray QtSerialLink::Input()
+{
+    if (!m_port.isOpen())
+        return {};
+    pullPending();
+    return m_port.readAll();
+}
+
+int QtSerialLink::InBufferCount()
+{
+    if (!m_port.isOpen())
+        return 0;
+    pullPending();
+    return static_cast<int>(m_port.bytesAvailable());
+}
+
+QString QtSerialLink::PortName(int port) const { return m_slots.name(port); }
+
+QString QtSerialLink::PortDescription(int port) const
+{
+    const QString name = m_slots.name(port);
+    if (name.isEmpty())
+        return {};
+    const QSerialPortInfo info(name);
+    QStringList parts;
+    if (!info.description().isEmpty())
+        parts.append(info.description());
+    if (!info.manufacturer().isEmpty())
+        parts.append(info.manufacturer());
+    return parts.join(QStringLiteral(", "));
+}

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "platform/PortSlots.h"
+#include "platform/SerialLink.h"
+
+#include <QObject>
+#include <QSerialPort>
+
+// SerialLink on a real serial port.
+//
+// Port slots 1 to 4 are turned into system port names through PortSlots.
+// Opening never touches the modem lines (DTR and RTS stay as the system
+// leaves them), because some units are powered or reset from them.
+// InputArrived() is emitted whenever bytes have come in, so that a waiter
+// can end a wait as soon as enough has arrived.
+class QtSerialLink : public QObject, public SerialLink
+{
+    Q_OBJECT
+
+public:
+    explicit QtSerialLink(PortSlots ports = PortSlots::fromEnvironment(), QObject *parent = nullptr);
+    ~QtSerialLink() override;
+
+    const PortSlots &portSlots() const { return m_slots; }
+    void setPortSlots(const PortSlots &ports) { m_slots = ports; }
+
+    void SetCommPort(int port) override;
+    int CommPort() const override { return m_commPort; }
+    void SetPortOpen(bool open) override;
+    bool PortOpen() const override;
+    void SetSettings(const QString &settings) override;
+    QString Settings() const override { return m_settings; }
+    void Output(const QByteArray &bytes) override;
+    QByteArray Input() override;
+    int InBufferCount() override;
+    QString PortName(int port) const override;
+    QString PortDescription(int port) const override;
+
+    // Why the last open failed, for the command-line tool.
+    QString lastError() const { return m_lastError; }
+
+signals:
+    void InputArrived();
+
+private:
+    bool applySettings(const QString &settings);
+    void pullPending();
+
+    PortSlots m_slots;
+    QSerialPort m_port;
+    int m_commPort = 1;
+    QString m_settings = QStringLiteral("9600,n,8,1");
+    QString m_lastError;
+};

@@ -1,0 +1,252 @@
+#include "platform/EventLoopWaiter.h"
+#include "platform/LineSettings.h"
+#include "platform/SettingsKeyValueStore.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+using Kind = KeyValueStore::Kind;
+using Status = KeyValueStore::Status;
+
+const QString Types = QStringLiteral("Software\\Olvex\\Brondels\\Types");
+
+// Emits on demand, standing in for a serial port's input signal.
+class InputSource : public QObject
+{
+    Q_OBJECT
+
+signals:
+    void arrived();
+};
+
+} // namespace
+
+class TestPlatform : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void lineSettingsParse_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("valid");
+        QTest::addColumn<QString>("normalised");
+
+        QTest::newRow("search") << u"9600,n,8,2"_s << true << u"9600,n,8,2"_s;
+        QTest::newRow("line reset") << u"110,n,8,2"_s << true << u"110,n,8,2"_s;
+        QTest::newRow("odd command") << u"9600,o,8,1"_s << true << u"9600,o,8,1"_s;
+        QTest::newRow("non-standard 14400") << u"14400,n,8,2"_s << true << u"14400,n,8,2"_s;
+        QTest::newRow("non-standard 28800") << u"28800,e,8,1"_s << true << u"28800,e,8,1"_s;
+        QTest::newRow("upper-case parity") << u"38400,E,7,1"_s << true << u"38400,e,7,1"_s;
+        QTest::newRow("mark, 5 bits") << u"2400,m,5,2"_s << true << u"2400,m,5,2"_s;
+        QTest::newRow("space") << u"4800,s,6,1"_s << true << u"4800,s,6,1"_s;
+        QTest::newRow("unknown rate") << u"9601,n,8,1"_s << false << u""_s;
+        QTest::newRow("signed rate") << u"+9600,n,8,1"_s << false << u""_s;
+        QTest::newRow("blank") << u"9600, n,8,1"_s << false << u""_s;
+        QTest::newRow("parity word") << u"9600,no,8,1"_s << false << u""_s;
+        QTest::newRow("parity x") << u"9600,x,8,1"_s << false << u""_s;
+        QTest::newRow("4 data bits") << u"9600,n,4,1"_s << false << u""_s;
+        QTest::newRow("9 data bits") << u"9600,n,9,1"_s << false << u""_s;
+        QTest::newRow("1.5 stop bits") << u"9600,n,8,1.5"_s << false << u""_s;
+        QTest::newRow("3 stop bits") << u"9600,n,8,3"_s << false << u""_s;
+        QTest::newRow("three fields") << u"9600,n,8"_s << false << u""_s;
+        QTest::newRow("five fields") << u"9600,n,8,1,"_s << false << u""_s;
+        QTest::newRow("unknown index gives no rate") << u",n,8,1"_s << false << u""_s;
+        QTest::newRow("empty") << u""_s << false << u""_s;
+    }
+
+    void lineSettingsParse()
+    {
+        QFETCH(QString, text);
+        QFETCH(bool, valid);
+        QFETCH(QString, normalised);
+        const auto parsed = LineSettings::parse(text);
+        QCOMPARE(parsed.has_value(), valid);
+        if (valid)
+            QCOMPARE(parsed->toString(), normalised);
+    }
+
+    void storeKeepsNumbersAndTextsApart_data()
+    {
+        // A raw INI line under [Types] and what a query must make of it.
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<uint>("number");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("size");
+
+        QTest::newRow("number") << u"Value=dword:0000001c"_s << int(Kind::Number) << 28u << u""_s << 4;
+        QTest::newRow("upper-case hex") << u"Value=dword:FFFFFFFF"_s << int(Kind::Number) << 0xFFFFFFFFu << u""_s << 4;
+        QTest::newRow("text") << u"Value=\"sz:Serial Tavo \""_s << int(Kind::Text) << 0u << u"Serial Tavo "_s << 13;
+        QTest::newRow("text that looks like a number") << u"Value=sz:8"_s << int(Kind::Text) << 0u << u"8"_s << 2;
+        QTest::newRow("empty text") << u"Value=sz:"_s << int(Kind::Text) << 0u << u""_s << 1;
+        QTest::newRow("bare number") << u"Value=8"_s << int(Kind::Other) << 0u << u""_s << 1;
+        QTest::newRow("short hex") << u"Value=dword:8"_s << int(Kind::Other) << 0u << u""_s << 7;
+        QTest::newRow("bad hex") << u"Value=dword:0000000g"_s << int(Kind::Other) << 0u << u""_s << 14;
+        QTest::newRow("list") << u"Value=sz:a, b"_s << int(Kind::Other) << 0u << u""_s << -1;
+        QTest::newRow("byte array") << u"Value=@ByteArray(xyz)"_s << int(Kind::Other) << 0u << u""_s << 3;
+        QTest::newRow("broken variant") << u"Value=@Variant(\\0\\0\\0\\x7f)"_s << int(Kind::Other) << 0u << u""_s << -1;
+    }
+
+    void storeKeepsNumbersAndTextsApart()
+    {
+        QFETCH(QString, line);
+        QFETCH(int, kind);
+        QFETCH(uint, number);
+        QFETCH(QString, text);
+        QFETCH(int, size);
+
+        QTemporaryDir dir;
+        const QString file = dir.filePath(QStringLiteral("types.ini"));
+        writeFile(file, "[Types]\n" + line.toLatin1() + "\n");
+        auto store = SettingsKeyValueStore::openIniFile(file);
+        const KeyValueStore::Value v = store->QueryValue(Types, QStringLiteral("Value"), 255);
+        QCOMPARE(v.status, Status::Success);
+        QCOMPARE(int(v.kind), kind);
+        QCOMPARE(v.number, number);
+        QCOMPARE(v.text, text);
+        if (size >= 0)
+            QCOMPARE(v.size, size);
+    }
+
+    void storeRoundTripsThroughTheFile()
+    {
+        QTemporaryDir dir;
+        const QString file = dir.filePath(QStringLiteral("types.ini"));
+        const QString row = Types + QStringLiteral("\\12");
+        {
+            auto store = SettingsKeyValueStore::openIniFile(file);
+            QVERIFY(!store->OpenKey(Types));
+            QVERIFY(store->CreateKey(row));
+            QVERIFY(store->SetNumber(Types, QStringLiteral("Version"), 8));
+            QVERIFY(store->SetText(row, QStringLiteral("Name"), QStringLiteral(" a, b = c ")));
+            QVERIFY(store->SetNumber(row, QStringLiteral("Reply"), 0xEE));
+            store->CloseKey(row);
+        }
+        auto store = SettingsKeyValueStore::openIniFile(file);
+        QVERIFY(store->OpenKey(Types));
+        QVERIFY(store->OpenKey(row));
+        QVERIFY(!store->OpenKey(Types + QStringLiteral("\\13")));
+        QVERIFY(!store->OpenKey(QStringLiteral("Software\\Elsewhere")));
+        QCOMPARE(store->QueryValue(Types, QStringLiteral("Version"), 4).number, 8u);
+        const auto name = store->QueryValue(row, QStringLiteral("Name"), 255);
+        QCOMPARE(name.kind, Kind::Text);
+        QCOMPARE(name.text, QStringLiteral(" a, b = c "));
+        QCOMPARE(store->QueryValue(row, QStringLiteral("Reply"), 4).number, 0xEEu);
+        QCOMPARE(store->QueryValue(row, QStringLiteral("Type"), 4).status, Status::NotFound);
+    }
+
+    void longTextsAreCutToTheBuffer()
+    {
+        QTemporaryDir dir;
+        auto store = SettingsKeyValueStore::openIniFile(dir.filePath(QStringLiteral("t.ini")));
+        const QString longText(300, QLatin1Char('x'));
+        store->SetText(Types, QStringLiteral("Name"), longText);
+        const auto v = store->QueryValue(Types, QStringLiteral("Name"), 255);
+        QCOMPARE(v.status, Status::MoreData);
+        QCOMPARE(v.size, 301);
+        QCOMPARE(v.text.size(), 255);
+    }
+
+    void subkeysAreListedByNameIgnoringCase()
+    {
+        QTemporaryDir dir;
+        const QString file = dir.filePath(QStringLiteral("types.ini"));
+        writeFile(file, "[Types]\n10\\Type=dword:00000001\nB\\Type=dword:00000001\n2\\Type=dword:00000001\n"
+                        "a\\Type=dword:00000001\n0\\Type=dword:00000001\n");
+        auto store = SettingsKeyValueStore::openIniFile(file);
+        QStringList names;
+        for (int i = 0;; ++i) {
+            const auto name = store->EnumKey(Types, i);
+            if (!name)
+                break;
+            names.append(*name);
+        }
+        QCOMPARE(names, QStringList({u"0"_s, u"10"_s, u"2"_s, u"a"_s, u"B"_s}));
+        QVERIFY(!store->EnumKey(Types, -1));
+    }
+
+    void garbageFilesReadAsNothingUsable()
+    {
+        QTemporaryDir dir;
+        const QString file = dir.filePath(QStringLiteral("types.ini"));
+        QByteArray junk("[Types\n=\n\\\\\\=@Variant(\n[Types]\nVersion\n[]\n\xff\xfe\x00\x01=\x02\n");
+        for (int i = 0; i < 64; ++i)
+            junk.append(static_cast<char>((i * 37) & 0xFF));
+        writeFile(file, junk);
+        auto store = SettingsKeyValueStore::openIniFile(file);
+        for (int i = 0; i < 8; ++i)
+            store->EnumKey(Types, i);
+        const auto v = store->QueryValue(Types, QStringLiteral("Version"), 4);
+        QVERIFY(v.kind != Kind::Number);
+    }
+
+    void waitEndsWhenTheConditionHoldsOnInput()
+    {
+        EventLoopWaiter waiter;
+        InputSource source;
+        waiter.watch(&source, &InputSource::arrived);
+        int bytes = 0;
+        QTimer::singleShot(0, &source, [&] {
+            bytes = 1;
+            emit source.arrived();
+        });
+        QTimer::singleShot(1, &source, [&] {
+            bytes = 2;
+            emit source.arrived();
+        });
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(waiter.Wait(60000, [&] { return bytes >= 2; }));
+        QVERIFY(clock.elapsed() < 60000);
+        QCOMPARE(bytes, 2);
+    }
+
+    void abortFromASlotEndsTheWaitAtOnce()
+    {
+        EventLoopWaiter waiter;
+        QTimer::singleShot(0, &waiter, [&] { waiter.RequestAbort(); });
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(!waiter.Wait(60000));
+        QVERIFY(clock.elapsed() < 60000);
+        // Once set, the flag stops every later wait before it starts.
+        QVERIFY(!waiter.Wait(60000, [] { return true; }));
+        waiter.ClearAbort();
+        QVERIFY(waiter.Wait(60000, [] { return true; }));
+    }
+
+    void abortInANestedWaitEndsTheOuterOneToo()
+    {
+        EventLoopWaiter waiter;
+        bool innerResult = true;
+        QTimer::singleShot(0, &waiter, [&] {
+            QTimer::singleShot(0, &waiter, [&] { waiter.RequestAbort(); });
+            innerResult = waiter.Wait(60000);
+        });
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(!waiter.Wait(60000));
+        QVERIFY(!innerResult);
+        QVERIFY(clock.elapsed() < 60000);
+    }
+
+private:
+    static void writeFile(const QString &name, const QByteArray &content)
+    {
+        QFile f(name);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write(content);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestPlatform)
+#include "tst_platform.moc"
