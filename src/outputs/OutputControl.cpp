@@ -1,0 +1,132 @@
+#include "outputs/OutputControl.h"
+
+#include "editor/SerialEditor.h"
+#include "outputs/Twips.h"
+#include "outputs/byteEditor.h"
+
+#include <QGroupBox>
+#include <QLabel>
+#include <QRadioButton>
+
+#include <stdexcept>
+
+namespace {
+
+constexpr int OnOff = 0;
+constexpr int Pulse = 1;
+
+} // namespace
+
+OutputControl::OutputControl(ConfigData &config, QWidget *parent)
+    : QWidget(parent)
+    , m_config(config)
+    , m_mainFrame(new QGroupBox(QStringLiteral("Output 1"), this))
+    , m_frame2(new QGroupBox(m_mainFrame))
+    , m_periodLabel(new QLabel(QStringLiteral("Period"), m_frame2))
+    , m_period(new byteEditor(m_frame2))
+    , m_labelSerialOn(new QLabel(QStringLiteral("Serial code for ON"), m_mainFrame))
+    , m_serialEditorOn(new SerialEditor(m_mainFrame))
+    , m_labelSerialOff(new QLabel(QStringLiteral("Serial code for OFF"), m_mainFrame))
+    , m_serialEditorOff(new SerialEditor(m_mainFrame))
+{
+    using tavo::twipsRect;
+    m_mainFrame->setObjectName(QStringLiteral("MainFrame"));
+    m_mainFrame->setGeometry(twipsRect(0, 0, 5775, 1695));
+    m_frame2->setObjectName(QStringLiteral("Frame2"));
+    m_frame2->setGeometry(twipsRect(120, 240, 1095, 1335));
+
+    const QString captions[] = {QStringLiteral("On/Off"), QStringLiteral("Pulse")};
+    const QString tooltips[] = {QStringLiteral("Outputs use seperate On/Off serial codes"),
+                                QStringLiteral("Output On for \"Period\" seconds after serial code received")};
+    const QRect places[] = {twipsRect(120, 120, 855, 255), twipsRect(120, 360, 735, 255)};
+    for (int i = 0; i < 2; ++i) {
+        auto *option = new QRadioButton(captions[i], m_frame2);
+        option->setObjectName(QStringLiteral("OuputOperation_%1").arg(i));
+        option->setToolTip(tooltips[i]);
+        option->setGeometry(places[i]);
+        connect(option, &QRadioButton::clicked, this, [this, i] { OuputOperation_Click(i); });
+        m_ouputOperation[static_cast<std::size_t>(i)] = option;
+    }
+
+    m_periodLabel->setObjectName(QStringLiteral("PeriodLabel"));
+    m_periodLabel->setGeometry(twipsRect(120, 720, 735, 255));
+    m_period->setObjectName(QStringLiteral("Period"));
+    m_period->setGeometry(twipsRect(120, 960, 735, 255));
+    connect(m_period, &byteEditor::Changed, this, &OutputControl::periodChanged);
+
+    m_labelSerialOn->setObjectName(QStringLiteral("LabelSerialOn"));
+    m_labelSerialOn->setGeometry(twipsRect(1320, 240, 4335, 255));
+    m_serialEditorOn->setObjectName(QStringLiteral("SerialEditorOn"));
+    m_serialEditorOn->setGeometry(twipsRect(1320, 480, 4335, 375));
+    m_labelSerialOff->setObjectName(QStringLiteral("LabelSerialOff"));
+    m_labelSerialOff->setGeometry(twipsRect(1320, 960, 4335, 255));
+    m_serialEditorOff->setObjectName(QStringLiteral("SerialEditorOff"));
+    m_serialEditorOff->setGeometry(twipsRect(1320, 1200, 4335, 375));
+    // Replaced by SetIndex; seen only on an unbound panel.
+    m_serialEditorOff->SetToolTipText(QStringLiteral("Seial code to turn output Off"));
+    connect(m_serialEditorOn, &SerialEditor::Changed, this, &OutputControl::messageChanged);
+    connect(m_serialEditorOff, &SerialEditor::Changed, this, &OutputControl::messageChanged);
+
+    setFixedSize(sizeHint());
+}
+
+QSize OutputControl::sizeHint() const { return tavo::twipsRect(0, 0, 5775, 1695).size(); }
+
+void OutputControl::SetIndex(int index)
+{
+    if (index < 0 || index >= ConfigData::OutputCount)
+        throw std::out_of_range("output index outside 0 to 7");
+    const auto i = static_cast<std::size_t>(index);
+
+    m_loadingFlag = true;
+    m_outputNumber = index;
+    m_mainFrame->setTitle(QStringLiteral("Output %1").arg(index + 1));
+    m_period->set_values(m_config.OnPeriods[i], byteEditor::Decimal,
+                         QStringLiteral("On period in seconds, 0 = 0.1 seconds "));
+    m_serialEditorOn->SetToolTipText(QStringLiteral("Serial code to turn output On"));
+    m_serialEditorOn->UseThisMessage(m_config.OnMessages[i], true);
+    m_serialEditorOff->SetToolTipText(QStringLiteral("Serial code to turn output Off"));
+    m_serialEditorOff->UseThisMessage(m_config.OffMessages[i], true);
+
+    const int mode = m_config.PulseModes[i] ? Pulse : OnOff;
+    m_ouputOperation[static_cast<std::size_t>(mode)]->setChecked(true);
+    OuputOperation_Click(mode); // shows the controls of the mode; writes nothing while loading
+    m_loadingFlag = false;
+}
+
+void OutputControl::ColateSerialData()
+{
+    const auto i = static_cast<std::size_t>(m_outputNumber);
+    m_config.OnMessages.at(i).SetAllDataTo(m_serialEditorOn->ReturnCurrentMessage());
+    m_config.OffMessages.at(i).SetAllDataTo(m_serialEditorOff->ReturnCurrentMessage());
+}
+
+void OutputControl::OuputOperation_Click(int index)
+{
+    // A pulse output has no Off code to show (it is kept, not cleared) but a
+    // period; an On/Off output the other way round.
+    const bool pulse = index != OnOff;
+    m_serialEditorOff->setVisible(!pulse);
+    m_labelSerialOff->setVisible(!pulse);
+    m_periodLabel->setVisible(pulse);
+    m_period->setVisible(pulse);
+
+    if (m_loadingFlag)
+        return;
+    m_config.PulseModes.at(static_cast<std::size_t>(m_outputNumber)) = m_ouputOperation[Pulse]->isChecked();
+    emit Click();
+}
+
+void OutputControl::periodChanged()
+{
+    if (m_loadingFlag)
+        return;
+    m_config.OnPeriods.at(static_cast<std::size_t>(m_outputNumber)) = m_period->return_value();
+    emit Click();
+}
+
+void OutputControl::messageChanged()
+{
+    if (!m_loadingFlag)
+        emit Click();
+}

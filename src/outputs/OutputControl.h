@@ -1,0 +1,63 @@
+#pragma once
+
+#include "mainwindow/ConfigData.h"
+
+#include <QWidget>
+
+#include <array>
+
+class QGroupBox;
+class QLabel;
+class QRadioButton;
+class SerialEditor;
+class byteEditor;
+
+// The panel of one of the unit's eight outputs: its mode, its period and
+// the serial codes that switch it on and off.
+//
+// The values live in the configuration, not here. SetIndex() binds the
+// panel to an output and loads it; mode and period changes are written back
+// at once, the two codes only when ColateSerialData() is called (the window
+// does so before it saves, exports, tests or downloads). `Click` follows
+// every change the user makes.
+class OutputControl : public QWidget
+{
+    Q_OBJECT
+
+public:
+    explicit OutputControl(ConfigData &config, QWidget *parent = nullptr);
+
+    // Binds the panel to output `index` (0 to 7) and shows its settings
+    // without raising Click. Throws std::out_of_range for any other index.
+    void SetIndex(int index);
+
+    // Copies both editors' messages into the configuration's code slots of
+    // the bound output (output 0 before the first SetIndex).
+    void ColateSerialData();
+
+    int OutputNumber() const { return m_outputNumber; }
+
+    QSize sizeHint() const override;
+
+signals:
+    void Click();
+
+private:
+    void OuputOperation_Click(int index);
+    void periodChanged();
+    void messageChanged();
+
+    ConfigData &m_config;
+    int m_outputNumber = 0;
+    bool m_loadingFlag = false;
+
+    QGroupBox *m_mainFrame;
+    QGroupBox *m_frame2;
+    std::array<QRadioButton *, 2> m_ouputOperation{};
+    QLabel *m_periodLabel;
+    byteEditor *m_period;
+    QLabel *m_labelSerialOn;
+    SerialEditor *m_serialEditorOn;
+    QLabel *m_labelSerialOff;
+    SerialEditor *m_serialEditorOff;
+};

@@ -1,0 +1,209 @@
+#include "editor/SerialEditor.h"
+#include "outputs/OutputControl.h"
+#include "outputs/byteEditor.h"
+
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QRadioButton>
+#include <QSignalSpy>
+#include <QTest>
+
+#include <stdexcept>
+
+namespace {
+
+SerialEditorData code(std::initializer_list<int> bytes)
+{
+    SerialEditorData m;
+    int i = 0;
+    for (int b : bytes)
+        m.SetByteValue(i++, static_cast<std::int16_t>(b));
+    m.SetNumberOfBytesInMessage(static_cast<std::int16_t>(i));
+    return m;
+}
+
+struct Panel {
+    ConfigData config;
+    OutputControl control{config};
+
+    template<typename T>
+    T *child(const char *name) const
+    {
+        return control.findChild<T *>(QString::fromLatin1(name));
+    }
+    QRadioButton *option(int i) const { return child<QRadioButton>(i ? "OuputOperation_1" : "OuputOperation_0"); }
+    SerialEditor *on() const { return child<SerialEditor>("SerialEditorOn"); }
+    SerialEditor *off() const { return child<SerialEditor>("SerialEditorOff"); }
+    byteEditor *period() const { return child<byteEditor>("Period"); }
+    // The editors show their tooltip on their drawing surface.
+    static QString tip(SerialEditor *editor)
+    {
+        return editor->findChild<QWidget *>(QStringLiteral("DisplayImage"))->toolTip();
+    }
+    QLineEdit *periodText() const { return period()->findChild<QLineEdit *>(QStringLiteral("Text1")); }
+};
+
+} // namespace
+
+class TestOutputControl : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void setIndexShowsTheOutputQuietly_data()
+    {
+        QTest::addColumn<int>("index");
+        QTest::addColumn<bool>("pulse");
+        QTest::addColumn<int>("period");
+        QTest::newRow("first, On/Off") << 0 << false << 1;
+        QTest::newRow("last, pulse") << 7 << true << 255;
+        QTest::newRow("pulse of 0.1 s") << 3 << true << 0;
+    }
+
+    void setIndexShowsTheOutputQuietly()
+    {
+        QFETCH(int, index);
+        QFETCH(bool, pulse);
+        QFETCH(int, period);
+
+        Panel p;
+        const auto i = static_cast<std::size_t>(index);
+        p.config.PulseModes[i] = pulse;
+        p.config.OnPeriods[i] = static_cast<std::int16_t>(period);
+        p.config.OnMessages[i] = code({'O', 'N'});
+        p.config.OffMessages[i] = code({'O', 'F', 'F'});
+        QSignalSpy clicks(&p.control, &OutputControl::Click);
+        p.control.show();
+
+        p.control.SetIndex(index);
+
+        QCOMPARE(clicks.size(), 0);
+        QCOMPARE(p.config.PulseModes[i], pulse);
+        QCOMPARE(p.child<QGroupBox>("MainFrame")->title(), QStringLiteral("Output %1").arg(index + 1));
+        QCOMPARE(p.option(1)->isChecked(), pulse);
+        QCOMPARE(p.option(0)->isChecked(), !pulse);
+        QCOMPARE(p.off()->isVisible(), !pulse);
+        QCOMPARE(p.child<QLabel>("LabelSerialOff")->isVisible(), !pulse);
+        QCOMPARE(p.period()->isVisible(), pulse);
+        QCOMPARE(p.child<QLabel>("PeriodLabel")->isVisible(), pulse);
+        QCOMPARE(p.periodText()->text(), QStringLiteral("%1").arg(period, 3, 10, QLatin1Char('0')));
+        QCOMPARE(p.periodText()->toolTip(), QStringLiteral("On period in seconds, 0 = 0.1 seconds "));
+        QCOMPARE(p.tip(p.on()), QStringLiteral("Serial code to turn output On"));
+        QCOMPARE(p.tip(p.off()), QStringLiteral("Serial code to turn output Off"));
+        // The editors work on copies; the configuration keeps its own objects.
+        QVERIFY(p.on()->ReturnCurrentMessage().IsTheSameAs(p.config.OnMessages[i]));
+        QVERIFY(p.off()->ReturnCurrentMessage().IsTheSameAs(p.config.OffMessages[i]));
+        QVERIFY(&p.on()->ReturnCurrentMessage() != &p.config.OnMessages[i]);
+    }
+
+    void setIndexOutsideTheOutputsThrows()
+    {
+        Panel p;
+        p.control.SetIndex(2);
+        QVERIFY_THROWS_EXCEPTION(std::out_of_range, p.control.SetIndex(8));
+        QVERIFY_THROWS_EXCEPTION(std::out_of_range, p.control.SetIndex(-1));
+        QCOMPARE(p.control.OutputNumber(), 2);
+        QCOMPARE(p.child<QGroupBox>("MainFrame")->title(), QStringLiteral("Output 3"));
+    }
+
+    void changesReportedWhileLoadingAreSwallowed()
+    {
+        Panel p;
+        p.control.SetIndex(0);
+        // Let the children report changes in the middle of a later load, as
+        // an editor or the option buttons may do while being filled.
+        connect(p.option(1), &QRadioButton::toggled, p.on(), [&] { emit p.on()->Changed(); });
+        connect(p.option(1), &QRadioButton::toggled, p.period(), [&] { emit p.period()->Changed(); });
+        p.config.PulseModes[1] = true;
+        p.config.OnPeriods[1] = 9;
+        QSignalSpy clicks(&p.control, &OutputControl::Click);
+        p.control.SetIndex(1);
+        QCOMPARE(clicks.size(), 0);
+        QCOMPARE(p.config.OnPeriods[1], 9);
+        QCOMPARE(p.config.PulseModes[1], true);
+
+        emit p.on()->Changed(); // and once loaded they count again
+        QCOMPARE(clicks.size(), 1);
+    }
+
+    void modeClicksWriteBackAndKeepTheOffCode()
+    {
+        Panel p;
+        p.config.OffMessages[4] = code({1, 2, 3});
+        p.control.show();
+        p.control.SetIndex(4);
+        QSignalSpy clicks(&p.control, &OutputControl::Click);
+
+        QTest::mouseClick(p.option(1), Qt::LeftButton);
+        QCOMPARE(clicks.size(), 1);
+        QVERIFY(p.config.PulseModes[4]);
+        QVERIFY(!p.off()->isVisible());
+        QVERIFY(p.period()->isVisible());
+
+        QTest::mouseClick(p.option(0), Qt::LeftButton);
+        QCOMPARE(clicks.size(), 2);
+        QVERIFY(!p.config.PulseModes[4]);
+        QVERIFY(p.off()->isVisible());
+        QVERIFY(!p.period()->isVisible());
+        QVERIFY(p.off()->ReturnCurrentMessage().IsTheSameAs(code({1, 2, 3})));
+        for (std::size_t other = 0; other < 8; ++other)
+            QVERIFY(other == 4 || !p.config.PulseModes[other]);
+    }
+
+    void periodChangesAreWrittenAtOnce()
+    {
+        Panel p;
+        p.config.PulseModes[6] = true;
+        p.config.OnPeriods[6] = 10;
+        p.control.show();
+        p.control.SetIndex(6);
+        QSignalSpy clicks(&p.control, &OutputControl::Click);
+
+        QTest::mouseClick(p.period()->findChild<QWidget *>(QStringLiteral("Up")), Qt::LeftButton);
+        QCOMPARE(p.config.OnPeriods[6], 11);
+        QCOMPARE(clicks.size(), 1);
+
+        p.periodText()->setFocus();
+        p.periodText()->selectAll();
+        QTest::keyClicks(p.periodText(), QStringLiteral("400"));
+        QTest::keyClick(p.periodText(), Qt::Key_Return);
+        QCOMPARE(p.config.OnPeriods[6], 255);
+        QCOMPARE(clicks.size(), 2);
+        QCOMPARE(p.config.OnPeriods[5], 0);
+    }
+
+    void editedCodesReachTheConfigurationOnlyWhenCollated()
+    {
+        Panel p;
+        p.config.OnMessages[5] = code({'A'});
+        p.control.SetIndex(5);
+        QSignalSpy clicks(&p.control, &OutputControl::Click);
+
+        p.on()->ReturnCurrentMessage().SetAllDataTo(code({'B', 'C'}));
+        p.off()->ReturnCurrentMessage().SetAllDataTo(code({'D'}));
+        emit p.on()->Changed();
+        emit p.off()->Changed();
+        QCOMPARE(clicks.size(), 2);
+        QVERIFY(p.config.OnMessages[5].IsTheSameAs(code({'A'})));
+
+        SerialEditorData *const slot = &p.config.OnMessages[5];
+        p.control.ColateSerialData();
+        QVERIFY(p.config.OnMessages[5].IsTheSameAs(code({'B', 'C'})));
+        QVERIFY(p.config.OffMessages[5].IsTheSameAs(code({'D'})));
+        QCOMPARE(&p.config.OnMessages[5], slot);
+        QVERIFY(p.config.OnMessages[0].IsTheSameAs(SerialEditorData()));
+    }
+
+    void unboundPanelCollatesIntoTheFirstOutput()
+    {
+        Panel p;
+        p.on()->ReturnCurrentMessage().SetAllDataTo(code({7}));
+        p.control.ColateSerialData();
+        QVERIFY(p.config.OnMessages[0].IsTheSameAs(code({7})));
+        QCOMPARE(p.tip(p.off()), QStringLiteral("Seial code to turn output Off"));
+    }
+};
+
+QTEST_MAIN(TestOutputControl)
+#include "tst_outputcontrol.moc"
