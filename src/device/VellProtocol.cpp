@@ -1,0 +1,409 @@
+#include "device/VellProtocol.h"
+
+#include "device/VellTypes.h"
+#include "platform/Prompter.h"
+#include "platform/SerialLink.h"
+#include "platform/Waiter.h"
+
+#include <cmath>
+#include <stdexcept>
+
+namespace {
+
+constexpr int ResetWaitMs = 200;
+constexpr int ByteGapMs = 10;
+constexpr int ProbeReplyWaitMs = 100;
+constexpr int RestartBootMs = 3000;
+constexpr int AckWaitMs = 500;
+constexpr int PortSettleMs = 100;
+constexpr int Passes = 3;
+
+constexpr char RestartCommand = 0x33;
+constexpr char DownloadCommand = 0x11;
+
+const QString ErrorTitle = QStringLiteral("Error!");
+
+std::uint8_t byteAt(const QByteArray &bytes, qsizetype i) { return static_cast<std::uint8_t>(bytes.at(i)); }
+
+} // namespace
+
+QStringList VellProtocol::SearchSettings()
+{
+    // 9600 first, since nearly every unit answers there, then fastest to
+    // slowest.
+    return {QStringLiteral("9600,n,8,2"),  QStringLiteral("38400,n,8,2"), QStringLiteral("28800,n,8,2"),
+            QStringLiteral("19200,n,8,2"), QStringLiteral("14400,n,8,2"), QStringLiteral("4800,n,8,2"),
+            QStringLiteral("2400,n,8,2")};
+}
+
+QByteArray VellProtocol::Probe() { return QByteArray("\xFFSETVEL", 7); }
+
+QByteArray VellProtocol::DownloadBlock(const ConfigImage &image, int k)
+{
+    if (k < 0 || (k + 1) * 8 > ImageSize)
+        throw std::out_of_range("download block past the end of the configuration image");
+    QByteArray block(11, '\0');
+    block[0] = static_cast<char>((k & 0xFF00) / 256);
+    block[1] = static_cast<char>(k & 0xFF);
+    for (int i = 0; i < 8; ++i)
+        block[2 + i] = static_cast<char>(image[static_cast<std::size_t>(8 * k + i)]);
+    int check = 0xFFFF;
+    for (int i = 0; i < 10; ++i)
+        check -= byteAt(block, i);
+    block[10] = static_cast<char>(check & 0xFF);
+    return block;
+}
+
+QString VellProtocol::VersionText(std::int32_t found)
+{
+    return QString::number((found & 0x10FF00) / 256) + QLatin1Char('.') + QString::number((found & 0xFF0000) / 65536);
+}
+
+QString VellProtocol::ProgressText(int k, int count)
+{
+    if (count <= 0)
+        return QStringLiteral("0.0%");
+    // Tenths of a percent, halves rounded up, as the percentage format of
+    // the original display did.
+    const long long tenths = (2LL * k * 1000 + count) / (2LL * count);
+    return QStringLiteral("%1.%2%").arg(tenths / 10).arg(tenths % 10);
+}
+
+VellProtocol::VellProtocol(SerialLink &link, Waiter &waiter, Prompter &prompter, const VellTypes &types)
+    : m_link(link)
+    , m_waiter(waiter)
+    , m_prompter(prompter)
+    , m_types(types)
+{
+}
+
+// A write or setting that fails (the adapter was pulled, the simulator
+// went away) is treated like a byte lost on the line: the exchange simply
+// gets no answer and takes its ordinary failure path and message.
+void VellProtocol::setSettings(const QString &settings)
+{
+    try {
+        m_link.SetSettings(settings);
+    } catch (const SerialLinkError &) {
+    }
+}
+
+void VellProtocol::output(const QByteArray &bytes)
+{
+    try {
+        m_link.Output(bytes);
+    } catch (const SerialLinkError &) {
+    }
+}
+
+void VellProtocol::discardInput() { m_link.Input(); }
+
+bool VellProtocol::wait(int ms, int enoughBytes)
+{
+    if (enoughBytes <= 0)
+        return m_waiter.Wait(ms);
+    return m_waiter.Wait(ms, [this, enoughBytes] { return m_link.InBufferCount() >= enoughBytes; });
+}
+
+void VellProtocol::showError(const QString &text, const QString &title)
+{
+    m_prompter.Show(text, title, Prompter::Icon::Exclamation, Prompter::Buttons::Ok, Prompter::Answer::Ok);
+}
+
+void VellProtocol::changed(int slot)
+{
+    if (SlotChanged)
+        SlotChanged(slot, m_slots[static_cast<std::size_t>(slot)]);
+}
+
+void VellProtocol::progress(const QString &label, int value)
+{
+    if (Progress)
+        Progress(label, value);
+}
+
+bool VellProtocol::reset_line()
+{
+    setSettings(ResetSetting());
+    output(QByteArray(1, '\0'));
+    return wait(ResetWaitMs);
+}
+
+std::int32_t VellProtocol::Find_vell(bool restart)
+{
+    if (!reset_line())
+        return 0;
+
+    const QStringList settings = SearchSettings();
+    const QByteArray probe = Probe();
+    bool anythingAnswered = false;
+    for (int pass = 0; pass < Passes; ++pass) {
+        for (const QString &setting : settings) {
+            discardInput();
+            setSettings(setting);
+            for (qsizetype i = 0; i < probe.size(); ++i) {
+                // Only what comes after the last byte is the unit's answer;
+                // echoes and noise from the bytes before are dropped here.
+                if (i == probe.size() - 1)
+                    discardInput();
+                output(probe.mid(i, 1));
+                if (!wait(ByteGapMs))
+                    return 0;
+            }
+            if (!wait(ProbeReplyWaitMs, 5))
+                return 0;
+
+            const int count = m_link.InBufferCount();
+            if (count < 4)
+                continue;
+            anythingAnswered = true;
+            // With more than five bytes the answer is taken to be the last
+            // five; only the first four of them are checked and used.
+            const int n = count > 5 ? count - 5 : 0;
+            const QByteArray b = m_link.Input();
+            if (b.size() < n + 4)
+                continue;
+            const int sum = 1 + byteAt(b, n) + byteAt(b, n + 1) + byteAt(b, n + 2) + byteAt(b, n + 3);
+            if ((sum & 255) != 0)
+                continue;
+            if (m_types.IndexOfReply(byteAt(b, n)) < 0)
+                continue;
+            if (restart)
+                restart_unit();
+            return byteAt(b, n) + byteAt(b, n + 1) * 256 + byteAt(b, n + 2) * 65536;
+        }
+        // Silence on every setting: nobody is there, and more passes would
+        // only make an empty port slow. Rejected answers mean a unit that
+        // may just be confused, so it is restarted and asked again.
+        if (!anythingAnswered)
+            return 0;
+        if (restart && !dumbRestart())
+            return 0;
+    }
+    return 0;
+}
+
+void VellProtocol::search_for_vell()
+{
+    for (int i = 0; i < SlotCount; ++i) {
+        SearchSlot &s = m_slots[static_cast<std::size_t>(i)];
+        s.covered = true;
+        s.optionValue = false;
+        s.optionEnabled = false;
+        s.optionVisible = false;
+        changed(i);
+    }
+
+    for (int port = 1; port <= SlotCount; ++port) {
+        const int i = port - 1;
+        SearchSlot &s = m_slots[static_cast<std::size_t>(i)];
+        s.portName = m_link.PortName(port);
+        s.portDescription = m_link.PortDescription(port);
+        s.found = 0;
+
+        // A port that is missing, busy or misbehaving is not reported: it
+        // just shows as having nothing on it.
+        try {
+            m_link.SetCommPort(port);
+        } catch (const std::exception &) {
+        }
+        try {
+            m_link.SetPortOpen(true);
+        } catch (const std::exception &) {
+        }
+
+        if (!m_link.PortOpen()) {
+            s.text = NothingFound();
+            s.optionEnabled = false;
+            s.textVisible = false;
+        } else {
+            std::int32_t v = 0;
+            try {
+                v = Find_vell(true);
+            } catch (const std::exception &) {
+                v = 0;
+            }
+            s.found = v;
+            s.textVisible = true;
+            s.textEnabled = false;
+            const int t = v & 255;
+            if (t == VellTypes::SerialTavoReply) {
+                s.textEnabled = true;
+                s.text = QStringLiteral("Serial Tavo ");
+                s.optionEnabled = true;
+            } else {
+                const int row = m_types.IndexOfReply(t);
+                s.text = row >= 0 ? m_types.at(row).Name : NothingFound();
+            }
+            if (v != 0)
+                s.text += VersionText(v);
+        }
+
+        if (m_link.PortOpen())
+            m_link.SetPortOpen(false);
+        s.covered = false;
+        changed(i);
+        if (SlotSearched)
+            SlotSearched(i, s);
+    }
+
+    for (int i = 0; i < SlotCount; ++i) {
+        SearchSlot &s = m_slots[static_cast<std::size_t>(i)];
+        s.optionVisible = s.textVisible;
+        s.optionValue = false;
+        changed(i);
+    }
+}
+
+void VellProtocol::set_active_port()
+{
+    if (m_link.PortOpen())
+        m_link.SetPortOpen(false);
+    for (int i = 0; i < SlotCount; ++i) {
+        if (!m_slots[static_cast<std::size_t>(i)].optionValue)
+            continue;
+        m_link.SetCommPort(i + 1);
+        m_link.SetPortOpen(true);
+        wait(PortSettleMs);
+    }
+}
+
+void VellProtocol::ChooseSlot(int slot)
+{
+    for (int i = 0; i < SlotCount; ++i) {
+        SearchSlot &s = m_slots[static_cast<std::size_t>(i)];
+        const bool chosen = i == slot;
+        if (s.optionValue != chosen) {
+            s.optionValue = chosen;
+            changed(i);
+        }
+    }
+}
+
+int VellProtocol::ChosenSlot() const
+{
+    for (int i = 0; i < SlotCount; ++i) {
+        if (m_slots[static_cast<std::size_t>(i)].optionValue)
+            return i;
+    }
+    return -1;
+}
+
+bool VellProtocol::sendRestartCommand()
+{
+    discardInput();
+    setSettings(CommandSetting());
+    output(QByteArray(1, RestartCommand));
+    if (!wait(ByteGapMs))
+        return false;
+    setSettings(DataSetting());
+    output(QByteArray(1, '\xFF'));
+    return true;
+}
+
+bool VellProtocol::dumbRestart() { return sendRestartCommand() && wait(RestartBootMs); }
+
+void VellProtocol::dumb_restart_unit() { dumbRestart(); }
+
+bool VellProtocol::restart_unit()
+{
+    for (int attemptsLeft = Attempts - 1;; --attemptsLeft) {
+        if (!sendRestartCommand())
+            return false;
+        if (!wait(AckWaitMs, 2))
+            return false;
+        if (m_link.InBufferCount() > 1) {
+            const QByteArray b = m_link.Input();
+            if (!b.isEmpty() && byteAt(b, 0) == Acknowledge)
+                return true;
+            if (attemptsLeft == 0) {
+                showError(QStringLiteral("Reply fail to restart"), ErrorTitle);
+                return false;
+            }
+        } else if (attemptsLeft == 0) {
+            showError(QStringLiteral("No reply to restart"), ErrorTitle);
+            return false;
+        }
+    }
+}
+
+bool VellProtocol::Configure_Vell(int length)
+{
+    m_blockCount = static_cast<int>(std::ceil(length / 8.0));
+    discardInput();
+
+    for (int k = 0; k < m_blockCount; ++k) {
+        const QByteArray block = DownloadBlock(m_image, k);
+        // The title carries the block number the way the number-to-text
+        // conversion wrote it, with a blank for the sign: "Error!  5".
+        const QString title = ErrorTitle + QStringLiteral("  ") + QString::number(k);
+        for (int attemptsLeft = Attempts - 1;; --attemptsLeft) {
+            setSettings(CommandSetting());
+            output(QByteArray(1, DownloadCommand));
+            if (!wait(ByteGapMs))
+                return false;
+            setSettings(DataSetting());
+            output(block);
+            if (!wait(AckWaitMs, 2))
+                return false;
+            // Nothing is flushed between attempts: a lone byte from one
+            // attempt is still there to be read as the first byte of the
+            // next answer.
+            if (m_link.InBufferCount() > 1) {
+                const QByteArray b = m_link.Input();
+                if (!b.isEmpty() && byteAt(b, 0) == Acknowledge)
+                    break;
+                if (attemptsLeft == 0) {
+                    showError(QStringLiteral("Reply to download failed"), title);
+                    return false;
+                }
+            } else if (attemptsLeft == 0) {
+                showError(QStringLiteral("No reply to download"), title);
+                return false;
+            }
+        }
+        // The bar shows the blocks before this one; the end state is set
+        // after the loop.
+        const int value = static_cast<int>((2LL * k * 1000 + m_blockCount) / (2LL * m_blockCount));
+        progress(ProgressText(k, m_blockCount), value);
+    }
+    progress(QStringLiteral("100%"), 1000);
+    return true;
+}
+
+std::int16_t VellProtocol::program_unit()
+{
+    progress(QStringLiteral("0%"), 0);
+    if (!m_link.PortOpen()) {
+        showError(QStringLiteral("Port not open"), ErrorTitle);
+        return -1;
+    }
+    if (Find_vell(false) == 0) {
+        showError(QStringLiteral("Tavo not responding"), ErrorTitle);
+        return -2;
+    }
+    if (!Configure_Vell(ImageSize))
+        return 0;
+    if (restart_unit()) {
+        const Prompter::Answer answer =
+            m_prompter.Show(QStringLiteral("Program another tavo"), QStringLiteral("All sent ok"),
+                            Prompter::Icon::Question, Prompter::Buttons::YesNo, Prompter::Answer::No);
+        return answer == Prompter::Answer::No ? 0 : 1;
+    }
+    showError(QStringLiteral("Program failed, Tavo will fail to operate correctly until reprogrammmed, Try "
+                             "powering the tavo off/wait/on and reprogram again"),
+              ErrorTitle);
+    return -4;
+}
+
+std::int16_t VellProtocol::ProgramChosenSlot()
+{
+    std::int16_t r = 0;
+    do {
+        set_active_port();
+        r = program_unit();
+    } while (r > 0);
+    if (m_link.PortOpen())
+        m_link.SetPortOpen(false);
+    return r;
+}

@@ -1,0 +1,156 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <array>
+#include <cstdint>
+#include <functional>
+
+class Prompter;
+class SerialLink;
+class VellTypes;
+class Waiter;
+
+// What the search shows for one port slot (slot i is port i + 1), kept
+// free of widgets so that the programming dialog, the test dialog and the
+// command-line tool can all show it their way. The names in the comments
+// are the widgets that mirror each field.
+struct SearchSlot {
+    bool covered = true;        // Blanking(i).Visible: the port is still being searched
+    QString text;               // VellType(i).Text: unit name and version
+    bool textVisible = true;    // VellType(i).Visible
+    bool textEnabled = false;   // VellType(i).Enabled
+    bool optionVisible = false; // Option1(i).Visible
+    bool optionEnabled = false; // Option1(i).Enabled: only a Serial Tavo can be picked
+    bool optionValue = false;   // Option1(i).Value: the slot chosen for programming
+    QString portName;           // the system port behind the slot
+    QString portDescription;
+    std::int32_t found = 0;     // what Find_vell returned there (0 when not searched)
+};
+
+// The link layer and the download protocol spoken with a unit: finding it
+// on a port, restarting it and writing its configuration image into it.
+//
+// Everything runs on the caller's thread; the waits go through the Waiter,
+// whose abort flag stops a search or download at its next wait. Messages
+// to the user go through the Prompter.
+//
+// Bytes on the wire (every write lists the line setting it goes out at):
+//   line reset   110,n,8,2    00, then 200 ms
+//   probe        <s>,n,8,2    FF 'S' 'E' 'T' 'V' 'E' 'L', 10 ms after each
+//                             byte, input flushed before 'L'; reply: type
+//                             code, version 1, version 2, check byte (the
+//                             four add up to 255 modulo 256)
+//   restart      9600,o,8,1   33, 10 ms, then 9600,e,8,1 FF; ack F0 xx
+//   block k      9600,o,8,1   11, 10 ms, then 9600,e,8,1 with k high, k low,
+//                             eight image bytes, check byte (all eleven add
+//                             up to 255 modulo 256); ack F0 xx
+// An answer of a single byte counts as no answer.
+class VellProtocol
+{
+public:
+    static constexpr int ImageSize = 256;
+    static constexpr int SlotCount = 4;
+    static constexpr int Attempts = 4;
+    static constexpr std::uint8_t Acknowledge = 0xF0;
+    using ConfigImage = std::array<std::uint8_t, ImageSize>;
+
+    // Line settings tried by the search, in order.
+    static QStringList SearchSettings();
+    static QString ResetSetting() { return QStringLiteral("110,n,8,2"); }
+    static QString CommandSetting() { return QStringLiteral("9600,o,8,1"); }
+    static QString DataSetting() { return QStringLiteral("9600,e,8,1"); }
+    static QByteArray Probe();
+    static QString NothingFound() { return QStringLiteral("--------------"); }
+
+    // The 11 bytes of download block k of `image`. Throws std::out_of_range
+    // for a block reaching past the image.
+    static QByteArray DownloadBlock(const ConfigImage &image, int k);
+    // "1.0" from a found value: the first version number is masked with
+    // 0x10FF00, so bit 4 of the second version byte adds 4096 to it, as
+    // units in the field have always been shown.
+    static QString VersionText(std::int32_t found);
+    // The progress text after block k of `count` ("37.5%").
+    static QString ProgressText(int k, int count);
+
+    VellProtocol(SerialLink &link, Waiter &waiter, Prompter &prompter, const VellTypes &types);
+
+    // Puts a long low pulse on the line so that a unit drops whatever it
+    // was receiving. False when aborted.
+    bool reset_line();
+
+    // Searches the open port for a unit. Returns 0 when nothing answered,
+    // otherwise the type code in bits 0-7 and the two version bytes in
+    // bits 8-15 and 16-23. With `restart` the unit is restarted after it
+    // was found, and between passes when its answers were rejected. The
+    // port is left open at the setting the unit answered at.
+    std::int32_t Find_vell(bool restart);
+
+    // Searches ports 1 to 4 and fills Slots(), reporting each slot through
+    // SlotChanged as it changes and through SlotSearched once its port is
+    // done. Afterwards no slot is chosen.
+    void search_for_vell();
+
+    // Opens the port of the chosen slot (closing whatever was open).
+    void set_active_port();
+
+    // Restart without waiting for the answer (3 s for the unit to boot).
+    void dumb_restart_unit();
+    // Restart until acknowledged, at most four times; shows a message when
+    // the unit does not acknowledge.
+    bool restart_unit();
+    // Downloads the first `length` bytes (rounded up to whole blocks) of
+    // the configuration image; shows a message and stops at the first block
+    // the unit does not acknowledge in four attempts.
+    bool Configure_Vell(int length);
+
+    // One programming run on the open port: find the unit, download, restart.
+    //  -1 port not open, -2 no unit, 0 done (or the download failed, after
+    //  its own message), 1 done and the user wants to program another unit,
+    //  -4 the restart after the download failed.
+    std::int16_t program_unit();
+    // The programming loop of the "Program Tavo" button: opens the chosen
+    // slot's port and runs program_unit until the user wants no more, then
+    // closes the port. Returns the last code.
+    std::int16_t ProgramChosenSlot();
+
+    void SetConfigImage(const ConfigImage &image) { m_image = image; }
+    const ConfigImage &configImage() const { return m_image; }
+    // Blocks of the current (or last) download.
+    int BlockCount() const { return m_blockCount; }
+
+    const std::array<SearchSlot, SlotCount> &Slots() const { return m_slots; }
+    // Presses slot's option button: it alone is chosen.
+    void ChooseSlot(int slot);
+    // -1 when nothing is chosen.
+    int ChosenSlot() const;
+
+    // Slot i changed (covered at the start of a search, filled when its port
+    // is done, its option shown at the end).
+    std::function<void(int slot, const SearchSlot &)> SlotChanged;
+    // Slot i's port has been searched: once per slot and search.
+    std::function<void(int slot, const SearchSlot &)> SlotSearched;
+    // The progress label ("0%", "37.5%", "100%") and bar value (0 to 1000).
+    std::function<void(const QString &label, int value)> Progress;
+
+private:
+    bool wait(int ms, int enoughBytes = 0);
+    bool dumbRestart();
+    bool sendRestartCommand();
+    void setSettings(const QString &settings);
+    void output(const QByteArray &bytes);
+    void discardInput();
+    void showError(const QString &text, const QString &title);
+    void changed(int slot);
+    void progress(const QString &label, int value);
+
+    SerialLink &m_link;
+    Waiter &m_waiter;
+    Prompter &m_prompter;
+    const VellTypes &m_types;
+    ConfigImage m_image{};
+    int m_blockCount = 0;
+    std::array<SearchSlot, SlotCount> m_slots{};
+};

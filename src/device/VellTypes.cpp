@@ -1,0 +1,184 @@
+#include "device/VellTypes.h"
+
+#include "message/NumericText.h"
+#include "platform/KeyValueStore.h"
+
+#include <stdexcept>
+
+namespace {
+
+constexpr int TextBufferSize = 255;
+constexpr int NumberBufferSize = 4;
+
+const QLatin1String VersionValue("Version");
+const QLatin1String TypeValue("Type");
+const QLatin1String ReplyValue("Reply");
+const QLatin1String NameValue("Name");
+const QLatin1String BootNameValue("BootName");
+
+bool answered(const KeyValueStore::Value &v)
+{
+    return v.status == KeyValueStore::Status::Success || v.status == KeyValueStore::Status::MoreData;
+}
+
+// A 32-bit number value of exactly four bytes, or nothing.
+std::optional<std::uint32_t> readNumber(KeyValueStore &store, const QString &key, const QString &name)
+{
+    const KeyValueStore::Value v = store.QueryValue(key, name, NumberBufferSize);
+    if (!answered(v) || v.kind != KeyValueStore::Kind::Number || v.size != 4)
+        return std::nullopt;
+    return v.number;
+}
+
+std::optional<QString> readText(KeyValueStore &store, const QString &key, const QString &name)
+{
+    const KeyValueStore::Value v = store.QueryValue(key, name, TextBufferSize);
+    if (!answered(v) || v.kind != KeyValueStore::Kind::Text || v.size < 1)
+        return std::nullopt;
+    const qsizetype nul = v.text.indexOf(QChar(u'\0'));
+    return nul < 0 ? v.text : v.text.left(nul);
+}
+
+} // namespace
+
+QString VellTypes::KeyPath() { return QStringLiteral("Software\\Olvex\\Brondels\\Types"); }
+
+VellTypes::VellTypes() { BuildVellTypes(); }
+
+const VellType &VellTypes::at(int index) const
+{
+    if (index < 0 || index >= size())
+        throw std::out_of_range("device type index out of range");
+    return m_rows[static_cast<std::size_t>(index)];
+}
+
+VellType &VellTypes::at(int index)
+{
+    if (index < 0 || index >= size())
+        throw std::out_of_range("device type index out of range");
+    return m_rows[static_cast<std::size_t>(index)];
+}
+
+int VellTypes::IndexOfReply(int code) const
+{
+    for (int i = 0; i < size(); ++i) {
+        if (m_rows[static_cast<std::size_t>(i)].Reply == code)
+            return i;
+    }
+    return -1;
+}
+
+void VellTypes::BuildVellTypes()
+{
+    // Reply codes of the rows after the first fourteen (which answer with
+    // 0x11, 0x22, ... 0xEE).
+    static constexpr std::uint8_t LaterReplies[] = {30, 29, 28, 32, 33, 35, 36, 37, 21, 22};
+
+    m_rows.assign(BuiltInCount, VellType{});
+    for (int i = 0; i < BuiltInCount; ++i) {
+        VellType &row = m_rows[static_cast<std::size_t>(i)];
+        // Type 11 was never given to a unit.
+        row.Type = static_cast<std::uint8_t>(i <= 10 ? i : i + 1);
+        row.Reply = static_cast<std::uint8_t>(i <= 13 ? 17 * (i + 1) : LaterReplies[i - 14]);
+        row.Name = QStringLiteral("Unit type %1 ").arg(row.Type);
+        row.BootName = QStringLiteral("Unit type %1 boot").arg(row.Type);
+    }
+    VellType &tavo = m_rows[BuiltInCount - 1];
+    tavo.Name = QStringLiteral("Serial Tavo ");
+    tavo.BootName = QStringLiteral("Serial Tavo boot");
+}
+
+void VellTypes::CheckVellTypes(KeyValueStore &store)
+{
+    const QString key = KeyPath();
+    if (!store.OpenKey(key)) {
+        StoreVellTypes(store);
+        return;
+    }
+    const KeyValueStore::Value version = store.QueryValue(key, VersionValue, NumberBufferSize);
+    // Anything but a number leaves the table as it is: a store someone else
+    // has written is not overwritten on a guess.
+    if (!answered(version) || version.kind != KeyValueStore::Kind::Number)
+        return;
+    store.CloseKey(key);
+    if (version.size != 4)
+        return;
+    if (static_cast<std::int32_t>(version.number) < StoreVersion)
+        StoreVellTypes(store);
+    else
+        LoadVellTypes(store);
+}
+
+void VellTypes::StoreVellTypes(KeyValueStore &store)
+{
+    BuildVellTypes();
+    const QString key = KeyPath();
+    store.CreateKey(key);
+    store.SetNumber(key, VersionValue, StoreVersion);
+    store.CloseKey(key);
+    for (int i = 0; i < size(); ++i) {
+        const VellType &row = m_rows[static_cast<std::size_t>(i)];
+        const QString rowKey = key + QLatin1Char('\\') + QString::number(i);
+        store.CreateKey(rowKey);
+        store.SetText(rowKey, NameValue, row.Name);
+        store.SetText(rowKey, BootNameValue, row.BootName);
+        store.SetNumber(rowKey, TypeValue, row.Type);
+        store.SetNumber(rowKey, ReplyValue, row.Reply);
+        store.CloseKey(rowKey);
+    }
+}
+
+void VellTypes::LoadVellTypes(KeyValueStore &store)
+{
+    m_rows.assign(1, VellType{});
+    const QString key = KeyPath();
+    if (!store.OpenKey(key)) {
+        StoreVellTypes(store);
+        return;
+    }
+    for (int index = 0;; ++index) {
+        const std::optional<QString> name = store.EnumKey(key, index);
+        if (!name)
+            break;
+        LoadVellType(store, *name);
+    }
+    store.CloseKey(key);
+}
+
+std::int16_t VellTypes::LoadVellType(KeyValueStore &store, const QString &name)
+{
+    try {
+        // Subkey names are read the way numbers in the files are: the
+        // number the name starts with ("x" is 0, "7b" is 7).
+        const int index = tavo::leadingInt16(name.toLatin1().toStdString());
+        const QString rowKey = KeyPath() + QLatin1Char('\\') + name;
+        if (!store.OpenKey(rowKey))
+            return RowKeyMissing;
+        if (index > UpperBound())
+            m_rows.resize(static_cast<std::size_t>(index) + 1);
+        VellType &row = at(index);
+
+        const auto type = readNumber(store, rowKey, TypeValue);
+        if (!type)
+            return RowIncomplete;
+        row.Type = static_cast<std::uint8_t>(*type & 0xFF);
+        const auto reply = readNumber(store, rowKey, ReplyValue);
+        if (!reply)
+            return RowIncomplete;
+        row.Reply = static_cast<std::uint8_t>(*reply & 0xFF);
+        const auto displayName = readText(store, rowKey, NameValue);
+        if (!displayName)
+            return RowIncomplete;
+        row.Name = *displayName;
+        const auto bootName = readText(store, rowKey, BootNameValue);
+        if (!bootName)
+            return RowIncomplete;
+        row.BootName = *bootName;
+        store.CloseKey(rowKey);
+        return RowRead;
+    } catch (const std::exception &) {
+        // A name beyond 16 bits or below 0 cannot be a row; the row is
+        // skipped like any other damaged entry.
+        return RowFault;
+    }
+}

@@ -1,0 +1,242 @@
+#include "sim/PtyUnit.h"
+
+#include <QSocketNotifier>
+#include <QTimer>
+
+#ifdef Q_OS_UNIX
+#include <cerrno>
+#include <fcntl.h>
+#include <stdlib.h>
+#include <termios.h>
+#include <unistd.h>
+#endif
+
+#ifdef Q_OS_LINUX
+// In its own file: the kernel's termios2 clashes with the C library's.
+int tavoPtyCustomSpeed(int fd);
+#endif
+
+namespace {
+
+#ifdef Q_OS_UNIX
+int speedOf(const termios &t, int fd)
+{
+#ifdef Q_OS_LINUX
+    // The kernel keeps the actual rate, also for rates without a B
+    // constant (14400, 28800), which cfgetospeed() cannot tell.
+    const int custom = tavoPtyCustomSpeed(fd);
+    if (custom > 0)
+        return custom;
+#else
+    Q_UNUSED(fd);
+#endif
+    switch (cfgetospeed(&t)) {
+    case B110: return 110;
+    case B300: return 300;
+    case B600: return 600;
+    case B1200: return 1200;
+    case B2400: return 2400;
+    case B4800: return 4800;
+    case B9600: return 9600;
+    case B19200: return 19200;
+    case B38400: return 38400;
+    case B57600: return 57600;
+    case B115200: return 115200;
+    default:
+        // BSD and macOS keep the rate itself in speed_t.
+        return static_cast<int>(cfgetospeed(&t));
+    }
+}
+#endif
+
+} // namespace
+
+PtyUnit::PtyUnit(const UnitConfig &config, QObject *parent)
+    : QObject(parent)
+    , m_unit(std::make_unique<UnitSimulator>(config))
+    , m_deadline(new QTimer(this))
+{
+    m_deadline->setSingleShot(true);
+    m_deadline->setTimerType(Qt::PreciseTimer);
+    connect(m_deadline, &QTimer::timeout, this, [this] {
+        m_unit->advanceTo(m_clock.elapsed());
+        scheduleDeadline();
+    });
+    m_unit->OutputsChanged = [this](std::uint8_t outputs) { emit OutputsChanged(outputs); };
+    m_unit->ImageReceived = [this](const UnitSimulator::Image &image) {
+        emit ImageReceived(QByteArray(reinterpret_cast<const char *>(image.data()), UnitSimulator::ImageSize));
+    };
+    m_clock.start();
+}
+
+PtyUnit::~PtyUnit() { stop(); }
+
+#ifdef Q_OS_UNIX
+
+bool PtyUnit::start(QString *error)
+{
+    const auto fail = [&](const QString &why) {
+        if (error)
+            *error = why + QStringLiteral(": ") + QString::fromLocal8Bit(strerror(errno));
+        stop();
+        return false;
+    };
+    if (m_master >= 0)
+        return true;
+
+    m_master = posix_openpt(O_RDWR | O_NOCTTY);
+    if (m_master < 0)
+        return fail(QStringLiteral("cannot open a pseudo-terminal"));
+    if (grantpt(m_master) != 0 || unlockpt(m_master) != 0)
+        return fail(QStringLiteral("cannot unlock the pseudo-terminal"));
+    const char *name = ptsname(m_master);
+    if (!name)
+        return fail(QStringLiteral("cannot name the pseudo-terminal"));
+    m_slavePath = QString::fromLocal8Bit(name);
+
+    m_slave = ::open(name, O_RDWR | O_NOCTTY);
+    if (m_slave < 0)
+        return fail(QStringLiteral("cannot open %1").arg(m_slavePath));
+    // Raw until the host sets its own mode: no echo, no line editing, no
+    // translation of carriage returns, which would all corrupt the bytes.
+    termios t{};
+    if (tcgetattr(m_slave, &t) == 0) {
+        cfmakeraw(&t);
+        cfsetispeed(&t, B9600);
+        cfsetospeed(&t, B9600);
+        tcsetattr(m_slave, TCSANOW, &t);
+    }
+    const int flags = fcntl(m_master, F_GETFL);
+    fcntl(m_master, F_SETFL, flags | O_NONBLOCK);
+
+    m_notifier = new QSocketNotifier(m_master, QSocketNotifier::Read, this);
+    connect(m_notifier, &QSocketNotifier::activated, this, &PtyUnit::readAvailable);
+    return true;
+}
+
+void PtyUnit::stop()
+{
+    m_deadline->stop();
+    if (m_notifier) {
+        m_notifier->setEnabled(false);
+        m_notifier->deleteLater();
+        m_notifier = nullptr;
+    }
+    if (m_slave >= 0)
+        ::close(m_slave);
+    if (m_master >= 0)
+        ::close(m_master);
+    m_slave = -1;
+    m_master = -1;
+}
+
+QString PtyUnit::currentSettings() const
+{
+    if (m_slave < 0)
+        return {};
+    termios t{};
+    if (tcgetattr(m_slave, &t) != 0)
+        return {};
+    LineSettings s;
+    s.baud = speedOf(t, m_slave);
+    switch (t.c_cflag & CSIZE) {
+    case CS5: s.dataBits = 5; break;
+    case CS6: s.dataBits = 6; break;
+    case CS7: s.dataBits = 7; break;
+    default: s.dataBits = 8; break;
+    }
+    s.stopBits = (t.c_cflag & CSTOPB) ? 2 : 1;
+    s.parity = LineSettings::Parity::None;
+    if (t.c_cflag & PARENB) {
+        const bool odd = (t.c_cflag & PARODD) != 0;
+#ifdef CMSPAR
+        if (t.c_cflag & CMSPAR)
+            s.parity = odd ? LineSettings::Parity::Mark : LineSettings::Parity::Space;
+        else
+#endif
+            s.parity = odd ? LineSettings::Parity::Odd : LineSettings::Parity::Even;
+    }
+    return s.toString();
+}
+
+void PtyUnit::readAvailable()
+{
+    char buffer[256];
+    for (;;) {
+        const ssize_t n = ::read(m_master, buffer, sizeof buffer);
+        if (n > 0) {
+            const QByteArray bytes(buffer, static_cast<qsizetype>(n));
+            // The host changes its setting only after its bytes are out, so
+            // what is set now is what these bytes were sent at.
+            const QString settingsText = currentSettings();
+            emit BytesReceived(bytes, settingsText);
+            const auto settings = LineSettings::parse(settingsText);
+            if (settings) {
+                for (const UnitSimulator::Reply &reply : m_unit->feed(bytes, *settings, m_clock.elapsed())) {
+                    QTimer::singleShot(reply.delayMs, Qt::PreciseTimer, this, [this, reply] { send(reply); });
+                }
+            }
+            scheduleDeadline();
+            continue;
+        }
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0 && (errno == EAGAIN || errno == EWOULDBLOCK))
+            return;
+        // End of file or an error: the terminal is unusable; stop watching
+        // it rather than being woken for it over and over.
+        if (m_notifier)
+            m_notifier->setEnabled(false);
+        return;
+    }
+}
+
+void PtyUnit::send(const UnitSimulator::Reply &reply)
+{
+    if (m_master < 0)
+        return;
+    const ssize_t written = ::write(m_master, reply.bytes.constData(), static_cast<size_t>(reply.bytes.size()));
+    if (written > 0)
+        emit BytesSent(reply.bytes.left(written));
+    if (reply.thenVanish)
+        vanish();
+}
+
+#else
+
+bool PtyUnit::start(QString *error)
+{
+    if (error)
+        *error = QStringLiteral("the simulated unit needs pseudo-terminals, which Windows does not have; "
+                                "use a virtual null-modem pair with another simulator instead");
+    return false;
+}
+
+void PtyUnit::stop() { m_deadline->stop(); }
+
+QString PtyUnit::currentSettings() const { return {}; }
+
+void PtyUnit::readAvailable() {}
+
+void PtyUnit::send(const UnitSimulator::Reply &reply) { Q_UNUSED(reply); }
+
+#endif
+
+void PtyUnit::vanish()
+{
+    const bool wasRunning = isRunning();
+    stop();
+    if (wasRunning)
+        emit Vanished();
+}
+
+void PtyUnit::scheduleDeadline()
+{
+    const std::optional<qint64> deadline = m_unit->nextDeadline();
+    if (!deadline) {
+        m_deadline->stop();
+        return;
+    }
+    const qint64 delay = *deadline - m_clock.elapsed();
+    m_deadline->start(static_cast<int>(delay < 0 ? 0 : delay));
+}

@@ -1,0 +1,41 @@
+#include "sim/VirtualWaiter.h"
+
+bool VirtualWaiter::Wait(int ms, const std::function<bool()> &enough)
+{
+    Record record;
+    record.startMs = m_clock.now();
+    record.requestedMs = ms;
+    const auto finish = [&](bool early, bool aborted) {
+        record.elapsedMs = m_clock.now() - record.startMs;
+        record.endedEarly = early;
+        record.aborted = aborted;
+        m_waits.push_back(record);
+        return !aborted;
+    };
+
+    if (AbortRequested())
+        return finish(false, true);
+    const qint64 deadline = record.startMs + (ms < 0 ? 0 : ms);
+    for (;;) {
+        if (enough && enough())
+            return finish(true, false);
+        // An event due exactly at the deadline is let happen first: a reply
+        // that arrives together with the time-out still counts.
+        const std::optional<qint64> next = m_clock.nextEventTime();
+        if (!next || *next > deadline) {
+            m_clock.advanceTo(deadline);
+            return finish(false, false);
+        }
+        m_clock.runNext();
+        if (AbortRequested())
+            return finish(false, true);
+    }
+}
+
+qint64 VirtualWaiter::requestedMs() const
+{
+    qint64 total = 0;
+    for (const Record &r : m_waits)
+        total += r.requestedMs;
+    return total;
+}

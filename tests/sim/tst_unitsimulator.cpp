@@ -1,0 +1,429 @@
+#include "sim/UnitSimulator.h"
+
+#include <QRandomGenerator>
+#include <QTest>
+
+#include <algorithm>
+#include <numeric>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+LineSettings setting(const QString &text) { return *LineSettings::parse(text); }
+
+const QByteArray Probe("\xFFSETVEL", 7);
+
+// Sends the bytes at one setting, a millisecond apart, and collects every
+// answer.
+QByteArray send(UnitSimulator &unit, const QByteArray &bytes, const QString &at, qint64 &now)
+{
+    QByteArray answer;
+    for (const char c : bytes) {
+        for (const auto &r : unit.feed(static_cast<std::uint8_t>(c), setting(at), now))
+            answer.append(r.bytes);
+        ++now;
+    }
+    return answer;
+}
+
+QByteArray block(int k, const QByteArray &eight, int checkError = 0)
+{
+    QByteArray b;
+    b.append(static_cast<char>(k >> 8));
+    b.append(static_cast<char>(k & 0xFF));
+    b.append(eight);
+    int sum = 0;
+    for (const char c : b)
+        sum += static_cast<std::uint8_t>(c);
+    b.append(static_cast<char>((255 - sum + checkError) & 0xFF));
+    return b;
+}
+
+// One download exchange: command byte at odd parity, then the data at even.
+QByteArray exchange(UnitSimulator &unit, char command, const QByteArray &data, qint64 &now)
+{
+    QByteArray answer = send(unit, QByteArray(1, command), u"9600,o,8,1"_s, now);
+    answer += send(unit, data, u"9600,e,8,1"_s, now);
+    return answer;
+}
+
+QByteArray bytes(std::initializer_list<int> values)
+{
+    QByteArray b;
+    for (const int v : values)
+        b.append(static_cast<char>(v));
+    return b;
+}
+
+} // namespace
+
+class TestUnitSimulator : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void probeAnswers_data()
+    {
+        QTest::addColumn<QString>("at");
+        QTest::addColumn<int>("ownBaud");
+        QTest::addColumn<bool>("anyBaud");
+        QTest::addColumn<QString>("version");
+        QTest::addColumn<bool>("answers");
+
+        QTest::newRow("own rate") << u"9600,n,8,2"_s << 9600 << false << u"1.0"_s << true;
+        QTest::newRow("other own rate") << u"2400,n,8,2"_s << 2400 << false << u"3.17"_s << true;
+        QTest::newRow("not at a foreign rate") << u"38400,n,8,2"_s << 9600 << false << u"1.0"_s << false;
+        QTest::newRow("any rate") << u"28800,n,8,2"_s << 9600 << true << u"1.0"_s << true;
+        QTest::newRow("not with one stop bit") << u"9600,n,8,1"_s << 9600 << true << u"1.0"_s << false;
+        QTest::newRow("not with parity") << u"9600,e,8,2"_s << 9600 << true << u"1.0"_s << false;
+    }
+
+    void probeAnswers()
+    {
+        QFETCH(QString, at);
+        QFETCH(int, ownBaud);
+        QFETCH(bool, anyBaud);
+        QFETCH(QString, version);
+        QFETCH(bool, answers);
+
+        UnitConfig config;
+        config.ownBaud = ownBaud;
+        config.anyBaud = anyBaud;
+        QVERIFY(config.setVersion(version));
+        UnitSimulator unit(config);
+        qint64 now = 0;
+        const QByteArray answer = send(unit, Probe, at, now);
+        if (!answers) {
+            QVERIFY(answer.isEmpty());
+            return;
+        }
+        QCOMPARE(answer.size(), 4);
+        QCOMPARE(static_cast<std::uint8_t>(answer[0]), 22);
+        QCOMPARE(u"%1.%2"_s.arg(static_cast<std::uint8_t>(answer[1])).arg(static_cast<std::uint8_t>(answer[2])),
+                 version);
+        const int sum = std::accumulate(answer.begin(), answer.end(), 0,
+                                        [](int s, char c) { return s + static_cast<std::uint8_t>(c); });
+        QCOMPARE(sum % 256, 255);
+    }
+
+    void probeMustArriveWhole_data()
+    {
+        QTest::addColumn<QByteArray>("sent");
+        QTest::addColumn<bool>("answers");
+
+        QTest::newRow("exact") << Probe << true;
+        QTest::newRow("repeated lead byte") << QByteArray("\xFF\xFFSETVEL", 8) << true;
+        QTest::newRow("after noise") << QByteArray("xyz\xFFSETVEL", 10) << true;
+        QTest::newRow("wrong letter") << QByteArray("\xFFSETVAL", 7) << false;
+        QTest::newRow("missing lead byte") << QByteArray("SETVEL") << false;
+        QTest::newRow("twice") << QByteArray("\xFFSETVEL\xFFSETVEL", 14) << true;
+    }
+
+    void probeMustArriveWhole()
+    {
+        QFETCH(QByteArray, sent);
+        QFETCH(bool, answers);
+        UnitSimulator unit;
+        qint64 now = 0;
+        const QByteArray answer = send(unit, sent, u"9600,n,8,2"_s, now);
+        QCOMPARE(!answer.isEmpty(), answers);
+        QCOMPARE(answer.size() % 4, 0);
+    }
+
+    void aByteAtAnotherSettingBreaksTheProbe()
+    {
+        UnitSimulator unit;
+        qint64 now = 0;
+        send(unit, Probe.left(4), u"9600,n,8,2"_s, now);
+        send(unit, QByteArray(1, '\0'), u"110,n,8,2"_s, now);
+        QVERIFY(send(unit, Probe.mid(4), u"9600,n,8,2"_s, now).isEmpty());
+    }
+
+    void probeFaults_data()
+    {
+        QTest::addColumn<bool>("silent");
+        QTest::addColumn<bool>("badCheck");
+        QTest::addColumn<QByteArray>("prefix");
+        QTest::addColumn<QByteArray>("suffix");
+        QTest::addColumn<int>("delay");
+        QTest::addColumn<QByteArray>("expected");
+
+        QTest::newRow("plain") << false << false << QByteArray() << QByteArray() << 2 << bytes({22, 1, 0, 232});
+        QTest::newRow("silent") << true << false << QByteArray() << QByteArray() << 2 << QByteArray();
+        QTest::newRow("bad check") << false << true << QByteArray() << QByteArray() << 2 << bytes({22, 1, 0, 233});
+        QTest::newRow("framed") << false << false << QByteArray("ab") << QByteArray("z") << 2
+                                << bytes({'a', 'b', 22, 1, 0, 232, 'z'});
+        QTest::newRow("late") << false << false << QByteArray() << QByteArray() << 250 << bytes({22, 1, 0, 232});
+    }
+
+    void probeFaults()
+    {
+        QFETCH(bool, silent);
+        QFETCH(bool, badCheck);
+        QFETCH(QByteArray, prefix);
+        QFETCH(QByteArray, suffix);
+        QFETCH(int, delay);
+        QFETCH(QByteArray, expected);
+
+        UnitConfig config;
+        config.probeSilent = silent;
+        config.badCheckByte = badCheck;
+        config.probePrefix = prefix;
+        config.probeSuffix = suffix;
+        config.probeDelayMs = delay;
+        UnitSimulator unit(config);
+        std::vector<UnitSimulator::Reply> replies;
+        for (const char c : Probe)
+            replies = unit.feed(static_cast<std::uint8_t>(c), setting(u"9600,n,8,2"_s), 0);
+        QCOMPARE(replies.empty(), expected.isEmpty());
+        if (!replies.empty()) {
+            QCOMPARE(replies.front().bytes, expected);
+            QCOMPARE(replies.front().delayMs, delay);
+            QCOMPARE(replies.front().settings, setting(u"9600,n,8,2"_s));
+        }
+    }
+
+    void commandsAndBlocks_data()
+    {
+        QTest::addColumn<int>("command");
+        QTest::addColumn<QByteArray>("data");
+        QTest::addColumn<QByteArray>("expected");
+
+        const QByteArray eight("12345678");
+        QTest::newRow("restart") << 0x33 << bytes({0xFF}) << bytes({0xF0, 0});
+        QTest::newRow("restart needs FF") << 0x33 << bytes({0xFE}) << QByteArray();
+        QTest::newRow("good block") << 0x11 << block(7, eight) << bytes({0xF0, 0});
+        QTest::newRow("bad check") << 0x11 << block(7, eight, 1) << bytes({0x0F, 0});
+        QTest::newRow("block past the image") << 0x11 << block(32, eight) << bytes({0x0F, 0});
+        QTest::newRow("short block") << 0x11 << block(7, eight).left(10) << QByteArray();
+        QTest::newRow("unknown command") << 0x22 << block(7, eight) << QByteArray();
+    }
+
+    void commandsAndBlocks()
+    {
+        QFETCH(int, command);
+        QFETCH(QByteArray, data);
+        QFETCH(QByteArray, expected);
+        UnitSimulator unit;
+        qint64 now = 0;
+        QCOMPARE(exchange(unit, static_cast<char>(command), data, now), expected);
+    }
+
+    void commandsNeedTheirParity()
+    {
+        UnitSimulator unit;
+        qint64 now = 0;
+        // The command at even parity and the data at odd are not understood.
+        QVERIFY(send(unit, bytes({0x33}), u"9600,e,8,1"_s, now).isEmpty());
+        QVERIFY(send(unit, bytes({0xFF}), u"9600,e,8,1"_s, now).isEmpty());
+        send(unit, bytes({0x33}), u"9600,o,8,1"_s, now);
+        QVERIFY(send(unit, bytes({0xFF}), u"9600,o,8,1"_s, now).isEmpty());
+        QCOMPARE(unit.restarts(), 0);
+    }
+
+    void acknowledgementFaults_data()
+    {
+        QTest::addColumn<bool>("onBlock");
+        QTest::addColumn<int>("fault");
+        QTest::addColumn<int>("faultyAttempts");
+        QTest::addColumn<QList<QByteArray>>("answers"); // per attempt
+
+        const QByteArray ack = bytes({0xF0, 0});
+        QTest::newRow("restart silent") << false << int(UnitAckFault::Silent) << -1
+                                        << QList<QByteArray>{{}, {}, {}, {}, {}};
+        QTest::newRow("restart wrong") << false << int(UnitAckFault::WrongByte) << -1
+                                       << QList<QByteArray>{bytes({0x0F, 0}), bytes({0x0F, 0})};
+        // Each restart is a new exchange: after one is acknowledged the
+        // next one starts counting again.
+        QTest::newRow("restart on the fourth") << false << int(UnitAckFault::Silent) << 3
+                                               << QList<QByteArray>{{}, {}, {}, ack, {}};
+        QTest::newRow("block single byte") << true << int(UnitAckFault::SingleByte) << -1
+                                           << QList<QByteArray>{bytes({0xF0}), bytes({0xF0})};
+        QTest::newRow("block on the second") << true << int(UnitAckFault::WrongByte) << 1
+                                             << QList<QByteArray>{bytes({0x0F, 0}), ack};
+    }
+
+    void acknowledgementFaults()
+    {
+        QFETCH(bool, onBlock);
+        QFETCH(int, fault);
+        QFETCH(int, faultyAttempts);
+        QFETCH(QList<QByteArray>, answers);
+
+        UnitConfig config;
+        (onBlock ? config.blockFault : config.restartFault) = static_cast<UnitAckFault>(fault);
+        config.faultyAttempts = faultyAttempts;
+        UnitSimulator unit(config);
+        qint64 now = 0;
+        for (const QByteArray &expected : answers) {
+            const QByteArray answer = onBlock ? exchange(unit, 0x11, block(3, "abcdefgh"), now)
+                                              : exchange(unit, 0x33, bytes({0xFF}), now);
+            QCOMPARE(answer, expected);
+        }
+    }
+
+    void blockFaultHitsOnlyItsBlock()
+    {
+        UnitConfig config;
+        config.blockFault = UnitAckFault::Silent;
+        config.faultyBlock = 5;
+        UnitSimulator unit(config);
+        qint64 now = 0;
+        QCOMPARE(exchange(unit, 0x11, block(4, "abcdefgh"), now), bytes({0xF0, 0}));
+        QVERIFY(exchange(unit, 0x11, block(5, "abcdefgh"), now).isEmpty());
+        QCOMPARE(exchange(unit, 0x11, block(6, "abcdefgh"), now), bytes({0xF0, 0}));
+    }
+
+    void completeDownloadBecomesTheConfiguration()
+    {
+        UnitSimulator unit;
+        std::vector<UnitSimulator::Image> reported;
+        unit.ImageReceived = [&](const UnitSimulator::Image &image) { reported.push_back(image); };
+
+        UnitSimulator::Image image{};
+        for (auto &b : image)
+            b = static_cast<std::uint8_t>(QRandomGenerator::global()->bounded(256));
+        image[9] = 4;  // 19200
+        image[10] = 2; // even
+
+        // Blocks in a shuffled order, one of them refused once on the way.
+        std::vector<int> order(32);
+        std::iota(order.begin(), order.end(), 0);
+        std::shuffle(order.begin(), order.end(), *QRandomGenerator::global());
+        qint64 now = 0;
+        for (const int k : order) {
+            const QByteArray eight(reinterpret_cast<const char *>(image.data()) + 8 * k, 8);
+            if (k == 17)
+                QCOMPARE(exchange(unit, 0x11, block(k, eight, 3), now), bytes({0x0F, 0}));
+            QVERIFY(reported.empty());
+            QCOMPARE(exchange(unit, 0x11, block(k, eight), now), bytes({0xF0, 0}));
+        }
+        QCOMPARE(reported.size(), std::size_t(1));
+        QCOMPARE(reported.front(), image);
+        QCOMPARE(unit.image(), image);
+        QCOMPARE(UnitSimulator::configuredSettings(unit.image()), setting(u"19200,e,8,1"_s));
+    }
+
+    void vanishesAfterItsBlock()
+    {
+        UnitConfig config;
+        config.vanishAfterBlock = 2;
+        UnitSimulator unit(config);
+        qint64 now = 0;
+        for (int k = 0; k < 2; ++k)
+            QCOMPARE(exchange(unit, 0x11, block(k, "abcdefgh"), now), bytes({0xF0, 0}));
+        send(unit, bytes({0x11}), u"9600,o,8,1"_s, now);
+        const auto replies = unit.feed(block(2, "abcdefgh"), setting(u"9600,e,8,1"_s), now);
+        QCOMPARE(replies.size(), std::size_t(1));
+        QVERIFY(replies.front().thenVanish);
+        QVERIFY(unit.vanished());
+        QVERIFY(send(unit, Probe, u"9600,n,8,2"_s, now).isEmpty());
+    }
+
+    void testStrings_data()
+    {
+        // Bytes at 9600,n,8,1 with the time each is sent at, starting from
+        // some outputs on; the outputs once everything has settled.
+        QTest::addColumn<int>("initial");
+        QTest::addColumn<QByteArray>("sent");
+        QTest::addColumn<QList<int>>("times");
+        QTest::addColumn<int>("expected");
+
+        QTest::newRow("map of outputs 1 and 8") << 0x10 << bytes({0x81}) << QList<int>{0} << 0x81;
+        QTest::newRow("mask on output 3") << 0x10 << bytes({0x04}) << QList<int>{0} << 0x14;
+        QTest::newRow("mask off output 3") << 0x07 << bytes({0xFB}) << QList<int>{0} << 0x03;
+        QTest::newRow("bit on output 8") << 0x01 << bytes({0xFF, 0x08}) << QList<int>{0, 1} << 0x81;
+        QTest::newRow("bit off output 1") << 0x03 << bytes({0x00, 0x01}) << QList<int>{0, 1} << 0x02;
+        QTest::newRow("lone FF is all on") << 0x00 << bytes({0xFF}) << QList<int>{0} << 0xFF;
+        QTest::newRow("lone 00 is all off") << 0x5A << bytes({0x00}) << QList<int>{0} << 0x00;
+        QTest::newRow("slow second byte") << 0x00 << bytes({0xFF, 0x03}) << QList<int>{0, 50} << 0x03;
+        QTest::newRow("FF then a map") << 0x00 << bytes({0xFF, 0x30}) << QList<int>{0, 1} << 0x30;
+        QTest::newRow("00 then output 9 is no bit") << 0x0F << bytes({0x00, 0x09}) << QList<int>{0, 1} << 0x09;
+    }
+
+    void testStrings()
+    {
+        QFETCH(int, initial);
+        QFETCH(QByteArray, sent);
+        QFETCH(QList<int>, times);
+        QFETCH(int, expected);
+
+        UnitSimulator unit;
+        unit.feed(static_cast<std::uint8_t>(initial), setting(u"9600,n,8,1"_s), -1000);
+        unit.advanceTo(-500);
+        QCOMPARE(unit.outputs(), initial);
+
+        std::vector<int> reported;
+        unit.OutputsChanged = [&](std::uint8_t outputs) { reported.push_back(outputs); };
+        for (qsizetype i = 0; i < sent.size(); ++i)
+            unit.feed(static_cast<std::uint8_t>(sent[i]), setting(u"9600,n,8,1"_s), times[i]);
+        while (const auto deadline = unit.nextDeadline())
+            unit.advanceTo(*deadline);
+        QCOMPARE(unit.outputs(), expected);
+        if (expected != initial) {
+            QVERIFY(!reported.empty());
+            QCOMPARE(reported.back(), expected);
+        }
+    }
+
+    void configuredCodesSwitchOutputs()
+    {
+        UnitSimulator::Image image = UnitConfig::defaultImage();
+        image[9] = 4;  // 19200
+        image[10] = 1; // odd
+        // Output 1: On "AB", Off "CD". Output 3, pulse mode, period 0 (0.1 s):
+        // On "AB" too. Output 5, pulse for 2 s on "Z".
+        const auto setCode = [&](int offset, const QByteArray &code) {
+            image[static_cast<std::size_t>(offset)] = static_cast<std::uint8_t>(code.size());
+            std::copy(code.begin(), code.end(), image.begin() + offset + 1);
+        };
+        setCode(16 + 15 * 0, "AB");
+        setCode(136 + 15 * 0, "CD");
+        setCode(16 + 15 * 2, "AB");
+        setCode(136 + 15 * 2, "XY"); // ignored: pulse outputs have no Off code
+        setCode(16 + 15 * 4, "Z");
+        image[8] = 0x04 | 0x10;
+        image[2] = 0;
+        image[4] = 2;
+        UnitConfig config;
+        config.image = image;
+        UnitSimulator unit(config);
+        const LineSettings own = setting(u"19200,o,8,1"_s);
+
+        unit.feed(QByteArray("xA"), own, 0);
+        QCOMPARE(unit.outputs(), 0);
+        unit.feed(QByteArray("B"), setting(u"9600,o,8,1"_s), 1); // wrong setting: no match
+        QCOMPARE(unit.outputs(), 0);
+        unit.feed(QByteArray("AB"), own, 10);
+        QCOMPARE(unit.outputs(), 0x05);
+        unit.feed(QByteArray("Z"), own, 20);
+        QCOMPARE(unit.outputs(), 0x15);
+        unit.feed(QByteArray("XY"), own, 30);
+        QCOMPARE(unit.outputs(), 0x15);
+        QCOMPARE(unit.nextDeadline(), std::optional<qint64>(110));
+        unit.advanceTo(110);
+        QCOMPARE(unit.outputs(), 0x11);
+        unit.feed(QByteArray("CD"), own, 200);
+        QCOMPARE(unit.outputs(), 0x10);
+        unit.advanceTo(2019);
+        QCOMPARE(unit.outputs(), 0x10);
+        unit.advanceTo(2020);
+        QCOMPARE(unit.outputs(), 0x00);
+        QVERIFY(!unit.nextDeadline());
+    }
+
+    void restartSwitchesEverythingOff()
+    {
+        UnitSimulator unit;
+        qint64 now = 0;
+        send(unit, bytes({0x81}), u"9600,n,8,1"_s, now);
+        QCOMPARE(unit.outputs(), 0x81);
+        exchange(unit, 0x33, bytes({0xFF}), now);
+        QCOMPARE(unit.outputs(), 0);
+        QCOMPARE(unit.restarts(), 1);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestUnitSimulator)
+#include "tst_unitsimulator.moc"
