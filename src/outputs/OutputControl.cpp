@@ -38,7 +38,9 @@ OutputControl::OutputControl(ConfigData &config, QWidget *parent)
     const QString captions[] = {QStringLiteral("On/Off"), QStringLiteral("Pulse")};
     const QString tooltips[] = {QStringLiteral("Outputs use seperate On/Off serial codes"),
                                 QStringLiteral("Output On for \"Period\" seconds after serial code received")};
-    const QRect places[] = {twipsRect(120, 120, 855, 255), twipsRect(120, 360, 735, 255)};
+    // As wide as the frame allows: the captions must not be clipped in
+    // fonts wider than the one the panel was drawn with.
+    const QRect places[] = {twipsRect(120, 120, 930, 255), twipsRect(120, 360, 930, 255)};
     for (int i = 0; i < 2; ++i) {
         auto *option = new QRadioButton(captions[i], m_frame2);
         option->setObjectName(QStringLiteral("OuputOperation_%1").arg(i));

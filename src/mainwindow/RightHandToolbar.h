@@ -1,0 +1,80 @@
+#pragma once
+
+#include <QIcon>
+#include <QList>
+#include <QWidget>
+
+class QToolButton;
+
+// A single row of equally wide picture buttons across the top of a window,
+// in three groups: packed from the left, packed from the right (the first
+// added stands rightmost) and centred. Buttons are known by a key given
+// when they are added; the host changes them by key and hears of clicks by
+// key. Each button's objectName is its key.
+//
+// Buttons are laid out only once the host has called ForceResize(), and on
+// every resize after that, so that a host filling the bar does not pay for
+// a layout per button.
+class RightHandToolbar : public QWidget
+{
+    Q_OBJECT
+
+public:
+    enum Group { PackLeft = 0, PackRight = 1, Centre = 2 };
+
+    // Layout measures, in twips.
+    static constexpr int BarHeight = 390;
+    static constexpr int ButtonTop = 30;
+    static constexpr int ButtonWidth = 360;
+    static constexpr int ButtonHeight = 330;
+
+    explicit RightHandToolbar(QWidget *parent = nullptr);
+
+    // `push`: a push button; otherwise a two-state button whose value
+    // latches. Any group other than 1 and 2 packs from the left.
+    void AddButton(const QString &key, const QIcon &picture, int group, const QString &tooltip, bool push);
+    void ClearAll();
+
+    // By key; the first button added with the key counts. An unknown key
+    // changes nothing and reads false or empty.
+    bool ButtonEnable(const QString &key) const;
+    void SetButtonEnable(const QString &key, bool enabled);
+    bool ButtonVisible(const QString &key) const;
+    void SetButtonVisible(const QString &key, bool visible);
+    bool ButtonValue(const QString &key) const;
+    void SetButtonValue(const QString &key, bool value);
+    QString ButtonTooltipText(const QString &key) const;
+    void SetButtonTooltipText(const QString &key, const QString &text);
+
+    void ForceResize();
+
+    QSize sizeHint() const override;
+
+signals:
+    void ButtonClicked(const QString &key);
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+
+private:
+    struct Record {
+        QString key;
+        int group = PackLeft;
+        bool push = true;
+        int controlIndex = 0;
+    };
+
+    QToolButton *newButton(bool push, int index);
+    QToolButton *button(const Record &record) const;
+    QToolButton *find(const QString &key) const;
+    void layoutButtons();
+    QRect shapeRect() const;
+
+    QList<Record> m_records;
+    QList<QToolButton *> m_command1;
+    QList<QToolButton *> m_check1;
+    bool m_command1Used = false;
+    bool m_check1Used = false;
+    bool m_resizeFlag = false;
+};

@@ -1,0 +1,415 @@
+#include "mainwindow/SerialTavo.h"
+
+#include "mainwindow/AboutBox.h"
+#include "mainwindow/ConfigFile.h"
+#include "mainwindow/ConfigImage.h"
+#include "mainwindow/DocumentLauncher.h"
+#include "mainwindow/ExportFile.h"
+#include "mainwindow/FileNames.h"
+#include "mainwindow/Product.h"
+#include "mainwindow/RightHandToolbar.h"
+#include "mainwindow/SerialSettings.h"
+#include "mainwindow/SettingsForm.h"
+#include "mainwindow/ToolbarIcons.h"
+#include "mainwindow/UnitServices.h"
+#include "outputs/OutputControl.h"
+#include "platform/FileDialog.h"
+#include "platform/MessageBoxPrompter.h"
+#include "platform/Shell.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QCoreApplication>
+#include <QGridLayout>
+#include <QLabel>
+#include <QMouseEvent>
+#include <QStatusBar>
+#include <QVBoxLayout>
+
+#include <exception>
+#include <stdexcept>
+
+namespace {
+
+const QString ConfigFilter = QStringLiteral("Olvex Serial Tavo configuration File (*.OTS)|*.OTS");
+// The blank before the pattern has always been there; the dialog copes.
+const QString ExportFilter = QStringLiteral("Brondel Export File (*.BDX)| *.BDX");
+const QString HelpFileName = QStringLiteral("Serial Tavo Editor.html");
+
+struct ToolbarEntry {
+    const char *key;
+    const char *tooltip;
+    int group;
+};
+
+// In the order they are added: the right-hand group reads from the right.
+constexpr ToolbarEntry ToolbarEntries[] = {
+    {"NEW", "Start new configuration", RightHandToolbar::PackLeft},
+    {"OPEN", "Open existing configuration", RightHandToolbar::PackLeft},
+    {"SAVE", "Save configuration", RightHandToolbar::PackLeft},
+    {"SAVEAS", "Save configuration to different filename", RightHandToolbar::PackLeft},
+    {"EXPORT", "Export Tavo Configuration File", RightHandToolbar::PackLeft},
+    {"SETTINGS", "Set Tavo serial port settings (9600, No parity, 8 bit data, 1 Stop bit)",
+     RightHandToolbar::Centre},
+    {"TEST", "Test Tavo by sending serial strings to Tavo", RightHandToolbar::Centre},
+    {"DOWNLOAD", "Download configuration to Tavo", RightHandToolbar::Centre},
+    {"EXITCROSS", "Exit", RightHandToolbar::PackRight},
+    {"MIN", "Minimise", RightHandToolbar::PackRight},
+    {"HELP", "Help", RightHandToolbar::PackRight},
+    {"ABOUT", "About", RightHandToolbar::PackRight},
+};
+
+// Raised inside the save and export routines to reach their one failure message.
+struct WriteFailed : std::runtime_error {
+    WriteFailed() : std::runtime_error("file not written") {}
+};
+
+QLabel *newPanel(const QString &key, const QString &text, const QString &tooltip, QWidget *parent)
+{
+    auto *panel = new QLabel(text, parent);
+    panel->setObjectName(key);
+    panel->setToolTip(tooltip);
+    panel->setFrameStyle(QFrame::Panel | QFrame::Sunken);
+    panel->setContentsMargins(4, 0, 4, 0);
+    return panel;
+}
+
+} // namespace
+
+SerialTavo::SerialTavo(QWidget *parent) : SerialTavo(Services(), parent) {}
+
+SerialTavo::SerialTavo(const Services &services, QWidget *parent)
+    : QMainWindow(parent)
+    , m_prompter(services.prompter)
+    , m_commonDialog(services.commonDialog)
+    , m_shell(services.shell)
+    , m_units(services.units)
+    , m_toolbar(new RightHandToolbar)
+{
+    setObjectName(QStringLiteral("SerialTavo"));
+    setWindowIcon(tavo::applicationIcon());
+    if (!m_prompter) {
+        m_ownPrompter = std::make_unique<MessageBoxPrompter>(this);
+        m_prompter = m_ownPrompter.get();
+    }
+    if (!m_commonDialog) {
+        m_ownDialog = std::make_unique<FileDialog>(this);
+        m_commonDialog = m_ownDialog.get();
+    }
+    if (!m_shell) {
+        m_ownShell = std::make_unique<DesktopShell>();
+        m_shell = m_ownShell.get();
+    }
+
+    auto *central = new QWidget(this);
+    auto *layout = new QVBoxLayout(central);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(4);
+    m_toolbar->setObjectName(QStringLiteral("RightHandToolbar1"));
+    layout->addWidget(m_toolbar);
+    connect(m_toolbar, &RightHandToolbar::ButtonClicked, this, &SerialTavo::RunCommand);
+
+    // Outputs 1 to 4 down the left, 5 to 8 down the right.
+    auto *grid = new QGridLayout;
+    grid->setContentsMargins(6, 0, 6, 6);
+    grid->setSpacing(6);
+    for (int n = 0; n < ConfigData::OutputCount; ++n) {
+        auto *output = new OutputControl(m_config, central);
+        output->setObjectName(QStringLiteral("OutputControl1_%1").arg(n));
+        connect(output, &OutputControl::Click, this, &SerialTavo::outputClicked);
+        grid->addWidget(output, n % 4, n / 4);
+        m_outputs[static_cast<std::size_t>(n)] = output;
+    }
+    layout->addLayout(grid);
+    layout->addStretch();
+    setCentralWidget(central);
+
+    QStatusBar *bar = statusBar();
+    bar->setObjectName(QStringLiteral("StatusBar1"));
+    bar->setSizeGripEnabled(false);
+    m_fileNamePanel = newPanel(QStringLiteral("FILENAME"), QStringLiteral("This is a long filename"),
+                               QStringLiteral("Current Filename"), bar);
+    m_settingsPanel = newPanel(QStringLiteral("SETTINGS"), QString(), QStringLiteral("Tavo serial settings"), bar);
+    m_settingsPanel->setCursor(Qt::PointingHandCursor);
+    m_settingsPanel->installEventFilter(this);
+    bar->addWidget(m_fileNamePanel, 1);
+    bar->addWidget(m_settingsPanel, 2);
+
+    addShortcuts();
+    setWindowTitle(tavo::productCaption());
+}
+
+SerialTavo::~SerialTavo() = default;
+
+OutputControl *SerialTavo::OutputControl1(int index) const
+{
+    return m_outputs.at(static_cast<std::size_t>(index));
+}
+
+void SerialTavo::addShortcuts()
+{
+    struct Shortcut {
+        const char *name;
+        QKeySequence keys;
+        const char *command;
+    };
+    const Shortcut shortcuts[] = {
+        {"actionNew", QKeySequence::New, "NEW"},
+        {"actionOpen", QKeySequence::Open, "OPEN"},
+        {"actionSave", QKeySequence::Save, "SAVE"},
+        {"actionSaveAs", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), "SAVEAS"},
+        {"actionHelp", QKeySequence(Qt::Key_F1), "HELP"},
+    };
+    for (const Shortcut &s : shortcuts) {
+        auto *action = new QAction(this);
+        action->setObjectName(QString::fromLatin1(s.name));
+        action->setShortcut(s.keys);
+        action->setShortcutContext(Qt::WindowShortcut);
+        const QString command = QString::fromLatin1(s.command);
+        // SAVE follows its button: nothing to save, nothing to do.
+        connect(action, &QAction::triggered, this, [this, command] {
+            if (command == QLatin1String("SAVE") && !m_toolbar->ButtonEnable(command))
+                return;
+            RunCommand(command);
+        });
+        addAction(action);
+    }
+}
+
+void SerialTavo::Start(const QStringList &arguments)
+{
+    NewConfig();
+    for (int n = 0; n < ConfigData::OutputCount; ++n)
+        m_outputs[static_cast<std::size_t>(n)]->SetIndex(n);
+    fillToolbar();
+    if (m_units)
+        m_units->CheckDeviceTypes();
+    const QString fileName = tavo::configFileFromArguments(arguments);
+    if (!fileName.isEmpty())
+        OpenConfig(fileName);
+}
+
+void SerialTavo::fillToolbar()
+{
+    m_toolbar->ClearAll();
+    for (const ToolbarEntry &entry : ToolbarEntries) {
+        const QString key = QString::fromLatin1(entry.key);
+        m_toolbar->AddButton(key, tavo::toolbarIcon(key), entry.group, QString::fromLatin1(entry.tooltip), true);
+    }
+    m_toolbar->ForceResize();
+}
+
+void SerialTavo::RunCommand(const QString &key)
+{
+    try {
+        if (key == QLatin1String("NEW")) {
+            if (QuerySave())
+                NewConfig();
+        } else if (key == QLatin1String("OPEN")) {
+            OpenConfig(QString());
+        } else if (key == QLatin1String("SAVE")) {
+            QString name = m_currentFileName;
+            SaveConfig(name);
+        } else if (key == QLatin1String("SAVEAS")) {
+            QString name;
+            SaveConfig(name);
+        } else if (key == QLatin1String("EXPORT")) {
+            tavo::BuildConfigImage(m_config, [this](int n) { OutputControl1(n)->ColateSerialData(); });
+            ExportConfig();
+        } else if (key == QLatin1String("SETTINGS")) {
+            SettingsForm settings(m_config, this);
+            settings.exec();
+            UpdateSettingsDisplay();
+        } else if (key == QLatin1String("TEST")) {
+            collateAll();
+            if (m_units)
+                m_units->ShowTestDialog(m_config, this);
+        } else if (key == QLatin1String("DOWNLOAD")) {
+            tavo::BuildConfigImage(m_config, [this](int n) { OutputControl1(n)->ColateSerialData(); });
+            if (m_units)
+                m_units->ShowProgrammingDialog(m_config, this);
+        } else if (key == QLatin1String("EXITCROSS")) {
+            if (QuerySave()) {
+                m_exitApproved = true;
+                close();
+            }
+        } else if (key == QLatin1String("MIN")) {
+            showMinimized();
+        } else if (key == QLatin1String("HELP")) {
+            tavo::LaunchDocument(*m_shell, *m_prompter,
+                                 QCoreApplication::applicationDirPath() + QLatin1Char('/') + HelpFileName);
+        } else if (key == QLatin1String("ABOUT")) {
+            AboutBox about(this);
+            about.exec();
+        }
+    } catch (const std::exception &) {
+        // Whatever went wrong, the file on disk and the window no longer
+        // belong together: the configuration becomes untitled. No message.
+        m_currentFileName.clear();
+        UpdateCaption();
+    }
+}
+
+void SerialTavo::collateAll()
+{
+    for (OutputControl *output : m_outputs)
+        output->ColateSerialData();
+}
+
+void SerialTavo::outputClicked()
+{
+    m_config.ConfigModified = true;
+    m_toolbar->SetButtonEnable(QStringLiteral("SAVE"), true);
+}
+
+void SerialTavo::NewConfig()
+{
+    m_config.ConfigModified = false;
+    m_toolbar->SetButtonEnable(QStringLiteral("SAVE"), false);
+    for (int n = 0; n < ConfigData::OutputCount; ++n) {
+        const auto i = static_cast<std::size_t>(n);
+        m_config.PulseModes[i] = false;
+        m_config.OnPeriods[i] = 1;
+        m_config.OffMessages[i].EmptyOut();
+        m_config.OnMessages[i].EmptyOut();
+        m_outputs[i]->SetIndex(n);
+    }
+    // The serial settings belong to the unit, not to one configuration.
+    m_currentFileName.clear();
+    UpdateCaption();
+    UpdateSettingsDisplay();
+}
+
+bool SerialTavo::QuerySave()
+{
+    if (!m_config.ConfigModified)
+        return true;
+    switch (m_prompter->Show(QStringLiteral("Save changes?"), QStringLiteral("Warning!"), Prompter::Icon::Exclamation,
+                             Prompter::Buttons::YesNoCancel, Prompter::Answer::Yes)) {
+    case Prompter::Answer::Yes: {
+        QString name = m_currentFileName;
+        return SaveConfig(name);
+    }
+    case Prompter::Answer::No: return true;
+    default: return false;
+    }
+}
+
+bool SerialTavo::SaveConfig(QString &fileName)
+{
+    bool result = false;
+    try {
+        if (fileName.isEmpty()) {
+            m_commonDialog->SetFlags(CommonDialog::NoReadOnlyReturn | CommonDialog::OverwritePrompt);
+            m_commonDialog->SetFileName(QString());
+            m_commonDialog->SetFilter(ConfigFilter);
+            m_commonDialog->ShowSave();
+            if (!m_commonDialog->FileName().isEmpty())
+                fileName = m_commonDialog->FileName();
+        }
+        if (!fileName.isEmpty()) {
+            collateAll();
+            if (!tavo::writeConfigFile(fileName, m_config))
+                throw WriteFailed();
+            // The dialog's name, not the one just written: after a save
+            // under a name the dialog never saw, the configuration is
+            // untitled again and the next SAVE asks.
+            m_currentFileName = m_commonDialog->FileName();
+            m_config.ConfigModified = false;
+            m_toolbar->SetButtonEnable(QStringLiteral("SAVE"), false);
+            result = true;
+        }
+    } catch (const std::exception &) {
+        m_prompter->Show(QStringLiteral("Failed to save file, may be write protected"), QStringLiteral("Error!"),
+                         Prompter::Icon::Exclamation, Prompter::Buttons::Ok, Prompter::Answer::Ok);
+        m_currentFileName.clear();
+    }
+    UpdateCaption();
+    return result;
+}
+
+void SerialTavo::OpenConfig(QString fileName)
+{
+    const auto untitled = [this] {
+        m_currentFileName.clear();
+        UpdateCaption();
+    };
+    if (!QuerySave())
+        return untitled();
+    if (fileName.isEmpty()) {
+        m_commonDialog->SetFlags(CommonDialog::FileMustExist);
+        m_commonDialog->SetFileName(QString());
+        m_commonDialog->SetFilter(ConfigFilter);
+        m_commonDialog->SetFilterIndex(1);
+        m_commonDialog->ShowOpen();
+        fileName = m_commonDialog->FileName();
+    }
+    if (fileName.isEmpty())
+        return untitled();
+
+    // Each output is shown as soon as it is read, so a file that breaks
+    // off part-way leaves the panels showing exactly what was loaded.
+    const tavo::ConfigReadResult read = tavo::readConfigFile(
+        fileName, m_config, [this](int n) { m_outputs[static_cast<std::size_t>(n)]->SetIndex(n); });
+    if (!read.ok())
+        return untitled();
+    m_currentFileName = fileName;
+    UpdateCaption();
+    UpdateSettingsDisplay();
+}
+
+void SerialTavo::UpdateCaption()
+{
+    setWindowTitle(tavo::windowCaption(m_currentFileName));
+    m_fileNamePanel->setText(m_currentFileName.isEmpty() ? QString() : tavo::fileTitle(m_currentFileName));
+}
+
+void SerialTavo::UpdateSettingsDisplay()
+{
+    const QString text = tavo::SerialSettingsText(m_config);
+    m_toolbar->SetButtonTooltipText(QStringLiteral("SETTINGS"),
+                                    QStringLiteral("Set Tavo serial port settings (") + text + QLatin1Char(')'));
+    m_settingsPanel->setText(QStringLiteral("Tavo settings = ") + text);
+}
+
+void SerialTavo::ExportConfig()
+{
+    try {
+        m_commonDialog->SetFlags(CommonDialog::NoReadOnlyReturn | CommonDialog::OverwritePrompt);
+        m_commonDialog->SetFileName(tavo::proposedExportName(m_currentFileName));
+        m_commonDialog->SetFilter(ExportFilter);
+        m_commonDialog->ShowSave();
+        const QString path = m_commonDialog->FileName();
+        if (path.isEmpty())
+            return;
+        if (!tavo::writeExportFile(path, m_config))
+            throw WriteFailed();
+        m_prompter->Show(path + QStringLiteral(" has been successfully exported"), QStringLiteral("Successful"),
+                         Prompter::Icon::None, Prompter::Buttons::Ok, Prompter::Answer::Ok);
+    } catch (const std::exception &) {
+        m_prompter->Show(QStringLiteral("Failed to export!"), QStringLiteral("Error!"), Prompter::Icon::Exclamation,
+                         Prompter::Buttons::Ok, Prompter::Answer::Ok);
+    }
+}
+
+void SerialTavo::closeEvent(QCloseEvent *event)
+{
+    // EXITCROSS has asked already; the window's own close button asks here.
+    if (m_exitApproved || QuerySave()) {
+        m_exitApproved = true;
+        event->accept();
+    } else {
+        event->ignore();
+    }
+}
+
+bool SerialTavo::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == m_settingsPanel && event->type() == QEvent::MouseButtonRelease
+        && static_cast<QMouseEvent *>(event)->button() == Qt::LeftButton
+        && m_settingsPanel->rect().contains(static_cast<QMouseEvent *>(event)->position().toPoint())) {
+        RunCommand(QStringLiteral("SETTINGS"));
+        return true;
+    }
+    return QMainWindow::eventFilter(watched, event);
+}

@@ -1,0 +1,93 @@
+#pragma once
+
+#include "mainwindow/ConfigData.h"
+
+#include <QMainWindow>
+
+#include <array>
+#include <memory>
+
+class CommonDialog;
+class OutputControl;
+class Prompter;
+class QLabel;
+class RightHandToolbar;
+class Shell;
+class UnitServices;
+
+// The main window: eight output panels, the toolbar and the status bar. It
+// owns the configuration being edited and carries out every toolbar
+// command.
+//
+// Everything that reaches outside the window (messages, file dialogs, the
+// desktop shell, the unit dialogs) comes in through Services, so a test can
+// script it; what is not given is provided by the desktop versions. The
+// file dialog is one object for the window's life on purpose: saving
+// remembers the name the dialog last held, not the name it was given.
+class SerialTavo : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    struct Services {
+        Prompter *prompter = nullptr;
+        CommonDialog *commonDialog = nullptr;
+        Shell *shell = nullptr;
+        UnitServices *units = nullptr; // none: TEST and DOWNLOAD open nothing
+    };
+
+    explicit SerialTavo(QWidget *parent = nullptr);
+    explicit SerialTavo(const Services &services, QWidget *parent = nullptr);
+    ~SerialTavo() override;
+
+    // Start-up: a new configuration, the panels bound to their outputs, the
+    // toolbar filled, the device types checked, then the configuration
+    // named by the command line's positional arguments opened, if any.
+    void Start(const QStringList &arguments = {});
+
+    // Saves to `fileName`, asking for a name when it is empty (the chosen
+    // name is handed back in it). True when the file was written.
+    bool SaveConfig(QString &fileName);
+
+    // Runs a toolbar command by key, as a click on its button does; an
+    // unknown key does nothing.
+    void RunCommand(const QString &key);
+
+    ConfigData &Config() { return m_config; }
+    QString CurrentFileName() const { return m_currentFileName; }
+    OutputControl *OutputControl1(int index) const;
+    RightHandToolbar *RightHandToolbar1() const { return m_toolbar; }
+
+protected:
+    void closeEvent(QCloseEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+private:
+    void OpenConfig(QString fileName);
+    void NewConfig();
+    bool QuerySave();
+    void UpdateCaption();
+    void UpdateSettingsDisplay();
+    void ExportConfig();
+    void fillToolbar();
+    void addShortcuts();
+    void collateAll();
+    void outputClicked();
+
+    ConfigData m_config;
+    QString m_currentFileName;
+    bool m_exitApproved = false;
+
+    std::unique_ptr<Prompter> m_ownPrompter;
+    std::unique_ptr<CommonDialog> m_ownDialog;
+    std::unique_ptr<Shell> m_ownShell;
+    Prompter *m_prompter;
+    CommonDialog *m_commonDialog;
+    Shell *m_shell;
+    UnitServices *m_units;
+
+    RightHandToolbar *m_toolbar;
+    std::array<OutputControl *, ConfigData::OutputCount> m_outputs{};
+    QLabel *m_fileNamePanel;
+    QLabel *m_settingsPanel;
+};

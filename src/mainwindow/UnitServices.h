@@ -1,0 +1,22 @@
+#pragma once
+
+struct ConfigData;
+class QWidget;
+
+// What the main window needs from the unit side of the program: the
+// device-type table at start-up and the two dialogs that talk to a unit.
+// Kept behind this interface so the window builds, runs and is tested
+// without any serial code.
+class UnitServices
+{
+public:
+    virtual ~UnitServices() = default;
+
+    // Brings the device-type table up to date at start-up.
+    virtual void CheckDeviceTypes() = 0;
+    // Modal: sends test strings to a unit. The window has collated the
+    // outputs' codes into `config` first.
+    virtual void ShowTestDialog(ConfigData &config, QWidget *parent) = 0;
+    // Modal: downloads config.ConfigImage, which the window has just built.
+    virtual void ShowProgrammingDialog(ConfigData &config, QWidget *parent) = 0;
+};
