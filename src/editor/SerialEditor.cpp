@@ -173,6 +173,11 @@ EditorModel &SerialEditor::model()
     return *m_model;
 }
 
+const EditorModel &SerialEditor::model() const
+{
+    return *m_model;
+}
+
 QSize SerialEditor::sizeHint() const
 {
     const QFontMetrics fm(m_display->font());
@@ -356,7 +361,7 @@ void SerialEditor::relayout()
     m_cellLeft[shown] = x;
 
     // Room for the cursor after the last cell belongs to the content too.
-    const int content = x + CaretWidth;
+    const int content = TextMargin + x + CaretWidth + TextMargin;
     const int inner = m_display->width();
     if (content <= inner) {
         m_offsetBar->setRange(0, 0);
@@ -396,8 +401,8 @@ void SerialEditor::keepCursorVisible()
     const int inner = m_display->width();
     if (x < offset)
         m_offsetBar->setValue(x / ScrollStep);
-    else if (x + CaretWidth > offset + inner)
-        m_offsetBar->setValue((x + CaretWidth - inner + ScrollStep - 1) / ScrollStep);
+    else if (TextMargin + x + CaretWidth > offset + inner)
+        m_offsetBar->setValue((TextMargin + x + CaretWidth - inner + ScrollStep - 1) / ScrollStep);
 }
 
 int SerialEditor::caretPosition(int index) const
@@ -420,7 +425,7 @@ int SerialEditor::caretPosition(int index) const
 
 int SerialEditor::nearestBoundary(int x) const
 {
-    const int target = x + scrollOffset();
+    const int target = x - TextMargin + scrollOffset();
     int best = 0;
     int bestDistance = std::abs(caretPosition(0) - target);
     for (int i = 1; i <= m_model->shownByteCount(); ++i) {
@@ -442,7 +447,8 @@ void SerialEditor::paintSurface(QPaintEvent *)
     p.fillRect(m_display->rect(), Qt::white);
     p.setFont(m_display->font());
     const QFontMetrics fm(m_display->font());
-    const int offset = scrollOffset();
+    // Message coordinates to drawing coordinates.
+    const int offset = scrollOffset() - TextMargin;
     const int lineHeight = fm.height();
     const int top = std::max(0, (m_display->height() - lineHeight) / 2);
     const int baseline = top + fm.ascent();

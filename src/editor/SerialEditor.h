@@ -23,6 +23,10 @@ class SerialEditor : public QWidget
     Q_OBJECT
 
 public:
+    // Blank pixels left of the first cell, so the cursor at the start is
+    // not lost against the frame.
+    static constexpr int TextMargin = 3;
+
     explicit SerialEditor(QWidget *parent = nullptr);
 
     void SetToolTipText(const QString &text);
@@ -32,6 +36,7 @@ public:
     void DisplayAsThisMode(int mode); // -1 (each byte in its own type) .. 4
     void Display();                   // redraw
     EditorModel &model();
+    const EditorModel &model() const;
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;

@@ -42,7 +42,7 @@ inline QString text(const SerialEditorData &m)
 struct KeyStroke {
     int key = 0;
     Qt::KeyboardModifiers modifiers;
-    QString text;
+    QString text; // typed text, for characters only
 };
 
 // A key script: "{C-D}12{Right}{S-Left}ab". Text outside braces is typed
@@ -50,15 +50,13 @@ struct KeyStroke {
 // (Shift) prefixes and a key name or letter.
 inline QList<KeyStroke> parseKeys(const QString &script)
 {
-    static const QList<std::pair<QString, int>> names = {
-        {QStringLiteral("Left"), Qt::Key_Left},     {QStringLiteral("Right"), Qt::Key_Right},
-        {QStringLiteral("Up"), Qt::Key_Up},         {QStringLiteral("Down"), Qt::Key_Down},
-        {QStringLiteral("Home"), Qt::Key_Home},     {QStringLiteral("End"), Qt::Key_End},
-        {QStringLiteral("Delete"), Qt::Key_Delete}, {QStringLiteral("Backspace"), Qt::Key_Backspace},
-        {QStringLiteral("Insert"), Qt::Key_Insert}, {QStringLiteral("Escape"), Qt::Key_Escape},
-        {QStringLiteral("Enter"), Qt::Key_Return},  {QStringLiteral("Tab"), Qt::Key_Tab},
-        {QStringLiteral("PageUp"), Qt::Key_PageUp}, {QStringLiteral("PageDown"), Qt::Key_PageDown},
-    };
+    static const QStringList names = QStringLiteral("Left Right Up Down Home End Delete Backspace Insert "
+                                                    "Escape Enter Tab PageUp PageDown")
+                                         .split(QLatin1Char(' '));
+    static const QList<int> keys = {Qt::Key_Left,   Qt::Key_Right,   Qt::Key_Up,     Qt::Key_Down,
+                                    Qt::Key_Home,   Qt::Key_End,     Qt::Key_Delete, Qt::Key_Backspace,
+                                    Qt::Key_Insert, Qt::Key_Escape,  Qt::Key_Return, Qt::Key_Tab,
+                                    Qt::Key_PageUp, Qt::Key_PageDown};
     QList<KeyStroke> strokes;
     for (qsizetype i = 0; i < script.size(); ++i) {
         const QChar c = script.at(i);
@@ -70,44 +68,24 @@ inline QList<KeyStroke> parseKeys(const QString &script)
         QString name = script.mid(i + 1, close - i - 1);
         i = close;
         KeyStroke k;
-        while (name.size() > 2 && name.at(1) == QLatin1Char('-')) {
+        for (; name.size() > 2 && name.at(1) == QLatin1Char('-'); name = name.mid(2))
             k.modifiers |= name.at(0) == QLatin1Char('C') ? Qt::ControlModifier : Qt::ShiftModifier;
-            name = name.mid(2);
-        }
-        if (name.size() == 1) {
-            k.key = name.at(0).toUpper().unicode();
-            k.text = name.toLower();
-        } else {
-            for (const auto &[n, key] : names) {
-                if (n == name)
-                    k.key = key;
-            }
-            if (k.key == 0)
-                throw std::invalid_argument("unknown key in test script");
-            if (k.key == Qt::Key_Backspace)
-                k.text = QStringLiteral("\b");
-            else if (k.key == Qt::Key_Escape)
-                k.text = QStringLiteral("\x1b");
-            else if (k.key == Qt::Key_Return)
-                k.text = QStringLiteral("\r");
-        }
+        k.key = name.size() == 1 ? name.at(0).unicode() : keys.value(names.indexOf(name), -1);
+        if (k.key < 0)
+            throw std::invalid_argument("unknown key in test script");
         strokes.append(k);
     }
     return strokes;
 }
 
 // Feeds a script to the model the way the widget does: key-down for every
-// stroke, key-press for its printable text unless Ctrl is held.
+// stroke, key-press for its typed text.
 inline void runKeys(EditorModel &model, const QString &script)
 {
     for (const KeyStroke &k : parseKeys(script)) {
         model.keyDown(k.key, k.modifiers);
-        if (k.modifiers.testFlag(Qt::ControlModifier))
-            continue;
-        for (const QChar c : k.text) {
-            if (c.category() != QChar::Other_Control)
-                model.keyPress(c.unicode());
-        }
+        for (const QChar c : k.text)
+            model.keyPress(c.unicode());
     }
 }
 

@@ -1,7 +1,312 @@
+#include "EditorTestUtil.h"
+#include "editor/SerialEditor.h"
+
+#include <QApplication>
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QDir>
+#include <QImage>
+#include <QLabel>
+#include <QMenu>
+#include <QScrollBar>
+#include <QSignalSpy>
 #include <QTest>
+
+using namespace editortest;
+
+namespace {
+
+constexpr QSize PanelSize(289, 25); // what the output panels give every editor
+
+// An editor on screen (offscreen), focused, holding `m`.
+struct Shown {
+    explicit Shown(const SerialEditorData &m, bool allowEdit = true)
+    {
+        editor.UseThisMessage(m, allowEdit);
+        editor.resize(PanelSize);
+        editor.show();
+        editor.activateWindow();
+        display = editor.findChild<QWidget *>(QStringLiteral("DisplayImage"));
+        display->setFocus();
+        QApplication::processEvents();
+    }
+    QAction *action(const char *name) const { return editor.findChild<QAction *>(QLatin1String(name)); }
+    QMenu *menu() const { return editor.findChild<QMenu *>(QStringLiteral("HiddenMenu")); }
+    QLabel *label(const char *name) const { return editor.findChild<QLabel *>(QLatin1String(name)); }
+    void keys(const QString &script)
+    {
+        for (const KeyStroke &k : parseKeys(script))
+            QTest::keyClick(display, static_cast<Qt::Key>(k.key), k.modifiers);
+    }
+    // Where byte `index` starts on the drawing while it is not scrolled.
+    int cellLeft(int index) const
+    {
+        const QFontMetrics fm(display->font());
+        int x = SerialEditor::TextMargin;
+        for (int i = 0; i < index; ++i)
+            x += fm.horizontalAdvance(editor.model().cellText(i));
+        return x;
+    }
+    QRect cell(int index) const
+    {
+        return {cellLeft(index), 0, cellLeft(index + 1) - cellLeft(index), display->height()};
+    }
+    void rightClick()
+    {
+        const QPoint at(1, display->height() / 2);
+        QContextMenuEvent event(QContextMenuEvent::Mouse, at, display->mapToGlobal(at));
+        QApplication::sendEvent(display, &event);
+    }
+    void click(int x, Qt::KeyboardModifiers modifiers = {})
+    {
+        QTest::mouseClick(display, Qt::LeftButton, modifiers, QPoint(x, display->height() / 2));
+    }
+
+    SerialEditor editor;
+    QWidget *display = nullptr;
+};
+
+// Whether a pixel in the area comes close to the colour: text is
+// antialiased, so strokes only approach their colour. The type colours
+// differ by at least 128 in some channel.
+bool hasColour(const QImage &image, const QRect &area, QColor colour)
+{
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        for (int x = area.left(); x <= area.right(); ++x) {
+            const QColor c = image.pixelColor(x, y);
+            if (std::abs(c.red() - colour.red()) <= 40 && std::abs(c.green() - colour.green()) <= 40
+                && std::abs(c.blue() - colour.blue()) <= 40)
+                return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
 class TestSerialEditor : public QObject
 {
     Q_OBJECT
+
+private slots:
+    // Also the screenshot: set TAVO_SCREENSHOT_DIR to keep it.
+    void typedMessageIsDrawnInTheTypeColours()
+    {
+        SerialEditorData empty;
+        empty.SetCanDoIgnore(true);
+        Shown s(empty);
+        QSignalSpy changed(&s.editor, &SerialEditor::Changed);
+
+        QTest::keyClicks(s.display, QStringLiteral("Hi"));
+        s.rightClick();
+        QVERIFY(s.menu()->isVisible());
+        s.action("MenuControlChars13")->trigger();
+        s.menu()->close();
+        s.keys(QStringLiteral("{C-D}5{Right}{C-H}a{Right}{C-B}101{Right}{C-I}"));
+
+        const QStringList cells = QStringLiteral("H i ,CR ,5d ,Ah ,101b ,?").split(u' ');
+        const QList<QColor> colours = {Qt::black,          Qt::black,         QColor(0, 128, 0),
+                                       QColor(0, 0, 255),  QColor(255, 0, 0), QColor(255, 0, 255),
+                                       QColor(255, 128, 0)};
+        const EditorModel &m = s.editor.model();
+        QCOMPARE(m.shownByteCount(), cells.size());
+        for (int i = 0; i < cells.size(); ++i) {
+            QCOMPARE(m.cellText(i), cells[i]);
+            const ByteDisplay::Rgb rgb = m.cellColour(i);
+            QCOMPARE(QColor(rgb.red, rgb.green, rgb.blue), colours[i]);
+        }
+        QCOMPARE(changed.count(), 7); // one per typed character; Ctrl+I and the menu are silent
+        QCOMPARE(s.label("ByteCounts")->text(), QStringLiteral("8/7"));
+        QCOMPARE(s.label("ByteMode")->text(), QStringLiteral("BIN"));
+
+        const QImage image = s.display->grab().toImage();
+        const QString dir = qEnvironmentVariable("TAVO_SCREENSHOT_DIR");
+        if (!dir.isEmpty())
+            QVERIFY(s.editor.grab().save(QDir(dir).filePath(QStringLiteral("serial-editor.png"))));
+        for (int i = 0; i < cells.size(); ++i) {
+            // Each cell, separator included, is in its own colour and no other.
+            QVERIFY2(hasColour(image, s.cell(i), colours[i]), qPrintable(cells[i]));
+            for (const QColor &other : colours) {
+                if (other != colours[i] && other != Qt::black)
+                    QVERIFY2(!hasColour(image, s.cell(i), other), qPrintable(cells[i]));
+            }
+        }
+        // The cursor stands after the last cell, in the colour of the entry mode.
+        QVERIFY(hasColour(image, QRect(s.cellLeft(7), 0, 3, s.display->height()), QColor(255, 0, 255)));
+        QVERIFY(!s.editor.findChild<QScrollBar *>(QStringLiteral("OffsetBar"))->isEnabled());
+    }
+
+    void menuItemsInOrder()
+    {
+        Shown s(msg(QStringLiteral("65a")));
+        QStringList items;
+        for (QAction *a : s.menu()->actions())
+            items << (a->isSeparator() ? QStringLiteral("-") : a->text());
+        QCOMPARE(items.join(u'|'),
+                 QStringLiteral("Mode|-|Insert Control|Insert Ignore|-|Undo|Redo|-|Copy|Copy All|"
+                                "Cut|Paste|Delete|-|Display as|Show Leading zeros"));
+        QCOMPARE(s.action("MenuControlChars2")->text(), QStringLiteral("SOT  Start of text"));
+        QCOMPARE(s.action("MenuControlChars31")->text(), QStringLiteral("US   Unit seperator"));
+        QVERIFY(!s.action("MenuControlChars32"));
+    }
+
+    void menuStateFollowsTheEditor_data()
+    {
+        QTest::addColumn<bool>("allowEdit");
+        QTest::addColumn<bool>("canDoIgnore");
+        QTest::addColumn<QString>("keys");
+        // Enabled items, in the order CharType0 MenuControlChars0 MenuIgnore
+        // MenuUndo MenuRedo MenuCopy MenuCopyAll MenuCut MenuPaste MenuDelete.
+        QTest::addColumn<QString>("enabled");
+        // clang-format off
+        QTest::newRow("nothing selected") << true << false << "" << "0100001010";
+        QTest::newRow("selection") << true << true << "{S-Right}" << "1110011111";
+        QTest::newRow("after an edit") << true << false << "x" << "0101001010";
+        QTest::newRow("after an undo") << true << false << "x{C-Z}" << "0100101010";
+        QTest::newRow("typing a value") << true << false << "{C-D}1" << "0101001010";
+        QTest::newRow("read-only") << false << true << "{S-Right}{Right}" << "0000001000";
+        // clang-format on
+    }
+    void menuStateFollowsTheEditor()
+    {
+        QFETCH(bool, allowEdit);
+        QFETCH(bool, canDoIgnore);
+        QFETCH(QString, keys);
+        QFETCH(QString, enabled);
+        Shown s(msg(QStringLiteral("65a 66a"), canDoIgnore), allowEdit);
+        s.keys(keys);
+        s.rightClick();
+        QString got;
+        for (const char *name : {"CharType0", "MenuControlChars0", "MenuIgnore", "MenuUndo", "MenuRedo",
+                                 "MenuCopy", "MenuCopyAll", "MenuCut", "MenuPaste", "MenuDelete"})
+            got += s.action(name)->isEnabled() ? u'1' : u'0';
+        s.menu()->close();
+        QCOMPARE(got, enabled);
+    }
+
+    void displayModeAndLeadingZeros()
+    {
+        Shown s(msg(QStringLiteral("5d 63i"), true));
+        s.editor.DisplayAsThisMode(2);
+        for (int k = 0; k < 6; ++k)
+            QCOMPARE(s.action(qPrintable(QStringLiteral("MenuDisplayForce%1").arg(k)))->isChecked(), k == 3);
+        QCOMPARE(s.editor.model().cellText(0) + s.editor.model().cellText(1), QStringLiteral("5h,?"));
+        s.action("MenuZeros")->trigger();
+        QCOMPARE(s.editor.model().cellText(0), QStringLiteral("05h"));
+        s.action("MenuDisplayForce0")->trigger();
+        QCOMPARE(s.editor.model().cellText(0), QStringLiteral("005d"));
+        s.rightClick();
+        QVERIFY(s.action("MenuZeros")->isChecked());
+        QVERIFY(s.action("MenuDisplayForce0")->isChecked());
+        s.menu()->close();
+    }
+
+    void clipboardBetweenEditors()
+    {
+        QClipboard *clipboard = QGuiApplication::clipboard();
+        Shown from(msg(QStringLiteral("72a 105a 13c")));
+        Shown to(msg(QStringLiteral("33a")));
+
+        clipboard->setText(QStringLiteral("something else"));
+        QTest::keyClick(from.display, Qt::Key_C, Qt::ControlModifier); // nothing selected
+        QCOMPARE(clipboard->text(), QString());
+
+        from.keys(QStringLiteral("{S-End}"));
+        from.action("MenuCopy")->trigger();
+        QCOMPARE(clipboard->text(), QStringLiteral("OLVEXBYTES3,72,0,105,0,13,4,"));
+        to.action("MenuPaste")->trigger();
+        QCOMPARE(text(to.editor.ReturnCurrentMessage()), QStringLiteral("Hi,CR,!"));
+
+        from.keys(QStringLiteral("{Home}{S-Right}"));
+        QTest::keyClick(from.display, Qt::Key_X, Qt::ControlModifier);
+        QCOMPARE(text(from.editor.ReturnCurrentMessage()), QStringLiteral("CR"));
+        QCOMPARE(clipboard->text(), QStringLiteral("OLVEXBYTES2,72,0,105,0,"));
+
+        Shown readOnly(msg(QString{}), false);
+        QTest::keyClick(readOnly.display, Qt::Key_V, Qt::ControlModifier);
+        QCOMPARE(readOnly.editor.ReturnCurrentMessage().NumberOfBytesInMessage(), 0);
+    }
+
+    void mouseSelects()
+    {
+        Shown s(msg(QStringLiteral("1d 2d 3d 4d")));
+        s.click(s.cellLeft(1) + 2); // nearest the boundary before byte 1
+        QCOMPARE(s.editor.ReturnCurrentMessage().CurrentByte(), 1);
+        s.click(s.cellLeft(3) + 2, Qt::ShiftModifier);
+        QCOMPARE(s.editor.ReturnCurrentMessage().CurrentByte(), 3);
+        QCOMPARE(s.editor.model().SelectAnchor(), 1);
+        s.click(s.display->width() - 2);
+        QCOMPARE(s.editor.ReturnCurrentMessage().CurrentByte(), 4);
+
+        // Dragging selects even where Shift+click does not.
+        Shown r(msg(QStringLiteral("1d 2d 3d 4d")), false);
+        r.click(r.cellLeft(2) + 2, Qt::ShiftModifier);
+        QCOMPARE(r.editor.model().SelectAnchor(), 2);
+        const QPointF to(r.cellLeft(2) + 2, r.display->height() / 2);
+        QTest::mousePress(r.display, Qt::LeftButton, {}, QPoint(1, r.display->height() / 2));
+        QMouseEvent move(QEvent::MouseMove, to, r.display->mapToGlobal(to), Qt::NoButton, Qt::LeftButton, {});
+        QApplication::sendEvent(r.display, &move);
+        QCOMPARE(r.editor.model().SelectAnchor(), 0);
+        QCOMPARE(r.editor.ReturnCurrentMessage().CurrentByte(), 2);
+    }
+
+    void selectionIsWhiteOnTheTypeColour()
+    {
+        Shown s(msg(QStringLiteral("100d 100d 100d")));
+        s.keys(QStringLiteral("{S-Right}{S-Right}"));
+        const QImage image = s.display->grab().toImage();
+        const int top = (s.display->height() - QFontMetrics(s.display->font()).height()) / 2;
+        // Bytes 0 to 2 are selected; byte 2 is under the cursor and stays plain.
+        auto boxPixels = [&](int cell) {
+            int n = 0;
+            for (int x = s.cellLeft(cell); x < s.cellLeft(cell + 1); ++x)
+                n += image.pixelColor(x, top + 1) == QColor(0, 0, 255) ? 1 : 0;
+            return n;
+        };
+        QVERIFY(boxPixels(0) > s.cell(0).width() / 2);
+        QVERIFY(boxPixels(1) > s.cell(1).width() / 2);
+        QCOMPARE(boxPixels(2), 0);
+        QVERIFY(hasColour(image, s.cell(0), Qt::white));
+    }
+
+    void longMessagesScrollToTheCursor()
+    {
+        Shown s(msg(QStringLiteral("1b 2b 3b 4b 5b 6b 7b 8b 9b 10b 11b 12b 13b 14b")));
+        s.action("MenuZeros")->trigger();
+        auto *bar = s.editor.findChild<QScrollBar *>(QStringLiteral("OffsetBar"));
+        QVERIFY(bar->isEnabled());
+        s.keys(QStringLiteral("{End}"));
+        QVERIFY(bar->value() > 0);
+        // The cursor (black: ASCII entry) is drawn inside the visible part.
+        const int caretX = s.cellLeft(14) - bar->value() * 8;
+        QVERIFY(caretX >= 0 && caretX + 2 <= s.display->width());
+        QVERIFY(hasColour(s.display->grab().toImage(), QRect(caretX, 0, 2, s.display->height()), Qt::black));
+        s.keys(QStringLiteral("{Home}"));
+        QCOMPARE(bar->value(), 0);
+    }
+
+    void keysSignalsAndLayout()
+    {
+        Shown s(msg(QStringLiteral("65a")));
+        QSignalSpy changed(&s.editor, &SerialEditor::Changed);
+        QSignalSpy cancelled(&s.editor, &SerialEditor::Cancelled);
+        s.keys(QStringLiteral("{Enter}{Escape}{C-A}{Backspace}"));
+        QCOMPARE(changed.count(), 3);
+        QCOMPARE(cancelled.count(), 1);
+        // Neither Ctrl+A's letter nor Backspace's control code becomes a byte.
+        QCOMPARE(text(s.editor.ReturnCurrentMessage()), QStringLiteral("A"));
+        s.editor.ReturnCurrentMessage().SetByteValue(0, 66); // the editor's own message
+        QCOMPARE(s.editor.model().cellText(0), QStringLiteral("B"));
+
+        QVERIFY(s.editor.minimumSizeHint().height() <= PanelSize.height());
+        QVERIFY(s.display->height() >= QFontMetrics(s.display->font()).height());
+        const QRect labels = s.label("ByteMode")->geometry().united(s.label("ByteCounts")->geometry());
+        QVERIFY(!labels.intersects(s.display->geometry()));
+        QVERIFY(s.editor.rect().contains(labels));
+        s.editor.SetToolTipText(QStringLiteral("On code"));
+        QCOMPARE(s.display->toolTip(), QStringLiteral("On code"));
+    }
 };
+
 QTEST_MAIN(TestSerialEditor)
 #include "tst_serialeditor.moc"
