@@ -1,0 +1,218 @@
+#include "device/TestStrings.h"
+
+#include "mainwindow/ConfigData.h"
+#include "mainwindow/SerialSettings.h"
+#include "message/SerialEditorData.h"
+#include "platform/SerialLink.h"
+
+#include <stdexcept>
+
+namespace TestStrings {
+
+namespace {
+
+using Type = SerialEditorData::Type;
+
+constexpr std::int16_t StateOn = 255;
+constexpr std::int16_t StateOff = 0;
+constexpr std::int16_t Blank = 32;
+
+// Map and Mask show their one byte three times, in the notations a user
+// checks a bit pattern with.
+void threeNotations(SerialEditorData &message, std::int16_t value)
+{
+    message.SetNumberOfBytesInMessage(3);
+    const std::int16_t types[] = {Type::Decimal, Type::Hexadecimal, Type::Binary};
+    for (int i = 0; i < 3; ++i) {
+        message.SetByteValue(i, value);
+        message.SetByteType(i, types[i]);
+    }
+}
+
+Composition composeMap(const Selection &selection, SerialEditorData &message)
+{
+    std::int16_t value = 0;
+    for (int i = 0; i < OutputCount; ++i) {
+        if (selection.checked[static_cast<std::size_t>(i)])
+            value = static_cast<std::int16_t>(value + (1 << i));
+    }
+    message.EmptyOut();
+    threeNotations(message, value);
+    return {selection.port >= 1, std::nullopt, false};
+}
+
+Composition composeMask(const Selection &selection, SerialEditorData &message)
+{
+    // With no output chosen the "bit" is 256, which is no byte: the send
+    // then fails and sends nothing.
+    const std::int16_t bit = selection.output >= 0 && selection.output < OutputCount
+                                 ? std::int16_t(1 << selection.output)
+                                 : std::int16_t(256);
+    const std::int16_t value = selection.off ? std::int16_t(bit ^ 255) : bit;
+    message.EmptyOut();
+    if (!selection.on && !selection.off)
+        return {false, std::nullopt, false};
+    threeNotations(message, value);
+    return {selection.port >= 1, std::nullopt, false};
+}
+
+Composition composeBit(const Selection &selection, SerialEditorData &message)
+{
+    message.EmptyOut();
+    const auto output = static_cast<std::int16_t>(selection.output + 1);
+    std::int16_t state = 0;
+    if (selection.on)
+        state = StateOn;
+    else if (selection.off)
+        state = StateOff;
+    else
+        return {false, std::nullopt, false};
+
+    // The pair is shown three times, in decimal, hexadecimal and binary,
+    // with two blanks between the pairs; only the first pair is sent.
+    struct Cell {
+        std::int16_t value;
+        std::int16_t type;
+    };
+    const Cell cells[] = {{state, Type::Decimal}, {output, Type::Decimal},    {Blank, Type::Ascii},
+                          {Blank, Type::Ascii},   {state, Type::Hexadecimal}, {output, Type::Hexadecimal},
+                          {Blank, Type::Ascii},   {Blank, Type::Ascii},       {state, Type::Binary},
+                          {output, Type::Binary}};
+    message.SetNumberOfBytesInMessage(static_cast<std::int16_t>(std::size(cells)));
+    for (int i = 0; i < static_cast<int>(std::size(cells)); ++i) {
+        message.SetByteValue(i, cells[i].value);
+        message.SetByteType(i, cells[i].type);
+    }
+    return {selection.port >= 1, std::nullopt, false};
+}
+
+Composition composeTavo(Selection &selection, const ConfigData &config, SerialEditorData &message)
+{
+    const int s = selection.output;
+    if (s < 0)
+        return {};
+    Composition result;
+    // An output past the eighth is a program error, not a user's choice.
+    const bool pulse = config.PulseModes.at(static_cast<std::size_t>(s));
+    if (pulse) {
+        // A pulse output has no Off code to test.
+        selection.on = true;
+        selection.off = false;
+    }
+    result.offVisible = !pulse;
+
+    if (selection.on) {
+        message.SetAllDataTo(config.OnMessages.at(static_cast<std::size_t>(s)));
+    } else if (!selection.off) {
+        message.EmptyOut();
+        return result;
+    } else {
+        message.SetAllDataTo(config.OffMessages.at(static_cast<std::size_t>(s)));
+    }
+    result.loaded = true;
+    result.sendEnabled = selection.port >= 1 && message.NumberOfBytesInMessage() > 0;
+    return result;
+}
+
+} // namespace
+
+Composition Compose(Selection &selection, const ConfigData &config, SerialEditorData &message)
+{
+    switch (selection.mode) {
+    case Map:
+        return composeMap(selection, message);
+    case Mask:
+        return composeMask(selection, message);
+    case Bit:
+        return composeBit(selection, message);
+    case Tavo:
+        return composeTavo(selection, config, message);
+    default:
+        return {};
+    }
+}
+
+QString UnitSettings(int baudIndex, int parityIndex)
+{
+    QString text;
+    if (baudIndex >= 0 && baudIndex < static_cast<int>(tavo::BaudRates.size()))
+        text += QString::number(tavo::BaudRates[static_cast<std::size_t>(baudIndex)]) + QLatin1Char(',');
+    static constexpr char ParityLetters[] = {'n', 'e', 'o'};
+    if (parityIndex >= 0 && parityIndex < static_cast<int>(std::size(ParityLetters)))
+        text += QLatin1Char(ParityLetters[parityIndex]);
+    return text + QStringLiteral(",8,1");
+}
+
+std::optional<QString> SendSettings(int mode, const ConfigData &config)
+{
+    switch (mode) {
+    case Map:
+    case Mask:
+    case Bit:
+        return QStringLiteral("9600,n,8,1");
+    case Tavo:
+        return UnitSettings(config.BaudIndex, config.ParityIndex);
+    default:
+        return std::nullopt;
+    }
+}
+
+int SendCount(int mode, const SerialEditorData &message)
+{
+    switch (mode) {
+    case Map:
+    case Mask:
+        return 1;
+    case Bit:
+        return 2;
+    case Tavo:
+        return message.NumberOfBytesInMessage();
+    default:
+        return 0;
+    }
+}
+
+QByteArray SendBytes(int mode, const SerialEditorData &message)
+{
+    const int n = SendCount(mode, message);
+    if (n <= 0)
+        throw std::out_of_range("no bytes to send");
+    QByteArray bytes(n, '\0');
+    for (int i = 0; i < n; ++i) {
+        // A wildcard byte goes out as the value it happens to hold.
+        const std::int16_t value = message.ByteValue(i);
+        if (value < 0 || value > 255)
+            throw std::overflow_error("test byte value out of range");
+        bytes[i] = static_cast<char>(value);
+    }
+    return bytes;
+}
+
+bool Send(SerialLink &link, int port, int mode, const SerialEditorData &message, const ConfigData &config)
+{
+    bool sent = false;
+    try {
+        if (link.PortOpen())
+            link.SetPortOpen(false);
+        const std::optional<QString> settings = SendSettings(mode, config);
+        if (port >= 1 && settings) {
+            const QByteArray bytes = SendBytes(mode, message);
+            link.SetCommPort(port);
+            link.SetSettings(*settings);
+            link.SetPortOpen(true);
+            link.Output(bytes);
+            sent = true;
+        }
+    } catch (const std::exception &) {
+        // A test string that cannot go out is simply not sent; the user
+        // sees the unit not react.
+    }
+    try {
+        if (link.PortOpen())
+            link.SetPortOpen(false);
+    } catch (const std::exception &) {
+    }
+    return sent;
+}
+
+} // namespace TestStrings
