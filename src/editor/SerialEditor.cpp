@@ -64,30 +64,56 @@ public:
         setCursor(Qt::IBeamCursor);
     }
 
+    // The editor is going away; events that arrive while Qt takes the
+    // widgets down (a focus change, a last paint) find nobody to serve.
+    void detach() { m_editor = nullptr; }
+
 protected:
     bool event(QEvent *event) override
     {
-        if (event->type() == QEvent::ShortcutOverride
+        if (m_editor && event->type() == QEvent::ShortcutOverride
             && m_editor->surfaceOverridesShortcut(static_cast<QKeyEvent *>(event))) {
             event->accept();
             return true;
         }
         return QWidget::event(event);
     }
-    void paintEvent(QPaintEvent *event) override { m_editor->paintSurface(event); }
-    void keyPressEvent(QKeyEvent *event) override { m_editor->surfaceKeyPress(event); }
-    void mousePressEvent(QMouseEvent *event) override { m_editor->surfaceMousePress(event); }
-    void mouseMoveEvent(QMouseEvent *event) override { m_editor->surfaceMouseMove(event); }
-    void contextMenuEvent(QContextMenuEvent *event) override { m_editor->surfaceContextMenu(event); }
+    void paintEvent(QPaintEvent *event) override
+    {
+        if (m_editor)
+            m_editor->paintSurface(event);
+    }
+    void keyPressEvent(QKeyEvent *event) override
+    {
+        if (m_editor)
+            m_editor->surfaceKeyPress(event);
+    }
+    void mousePressEvent(QMouseEvent *event) override
+    {
+        if (m_editor)
+            m_editor->surfaceMousePress(event);
+    }
+    void mouseMoveEvent(QMouseEvent *event) override
+    {
+        if (m_editor)
+            m_editor->surfaceMouseMove(event);
+    }
+    void contextMenuEvent(QContextMenuEvent *event) override
+    {
+        if (m_editor)
+            m_editor->surfaceContextMenu(event);
+    }
     void focusInEvent(QFocusEvent *event) override
     {
         QWidget::focusInEvent(event);
-        m_editor->surfaceFocusChanged(true);
+        if (m_editor)
+            m_editor->surfaceFocusChanged(true);
     }
     void focusOutEvent(QFocusEvent *event) override
     {
         QWidget::focusOutEvent(event);
-        m_editor->surfaceFocusChanged(false);
+        if (m_editor)
+            m_editor->surfaceFocusChanged(false);
     }
 
 private:
@@ -136,6 +162,11 @@ SerialEditor::SerialEditor(QWidget *parent)
     resize(sizeHint());
     layoutChildren();
     relayout();
+}
+
+SerialEditor::~SerialEditor()
+{
+    m_display->detach();
 }
 
 // --- public face --------------------------------------------------------------

@@ -28,6 +28,7 @@ public:
     static constexpr int TextMargin = 3;
 
     explicit SerialEditor(QWidget *parent = nullptr);
+    ~SerialEditor() override;
 
     void SetToolTipText(const QString &text);
     void UseThisMessage(const SerialEditorData &message, bool allowEdit);
