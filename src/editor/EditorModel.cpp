@@ -10,7 +10,7 @@ namespace {
 using Type = SerialEditorData::Type;
 
 constexpr int ByteValueLimit = 256;
-constexpr int IgnoreValue = 63; // "?", what an Ignore byte sends if it is ever sent
+constexpr int IgnoreValue = 63; // the code of "?", which is how a wildcard reads
 constexpr int LastControlValue = 31;
 
 std::int16_t int16(int value)
