@@ -86,11 +86,30 @@ bool QtSerialLink::applySettings(const QString &settings)
         return false;
     // QSerialPort keeps the values of a closed port and applies them when
     // it opens; on an open one each call takes effect at once.
+    // Going to no parity, QSerialPort leaves the odd-parity flag of the
+    // terminal set; real ports ignore it, but a pseudo-terminal (the unit
+    // simulator) reads it as odd parity. Passing through even clears it.
+    if (s->parity == LineSettings::Parity::None && m_port.isOpen())
+        setParityLeniently(QSerialPort::EvenParity);
     const bool ok = m_port.setBaudRate(s->baud)
         && m_port.setDataBits(static_cast<QSerialPort::DataBits>(s->dataBits))
-        && m_port.setParity(toParity(s->parity))
+        && setParityLeniently(toParity(s->parity))
         && m_port.setStopBits(s->stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop);
     return ok || !m_port.isOpen();
+}
+
+bool QtSerialLink::setParityLeniently(QSerialPort::Parity parity)
+{
+    if (m_port.setParity(parity))
+        return true;
+    // A pseudo-terminal cannot carry parity and the C library reports that
+    // as an invalid argument, though everything else has been applied.
+    // Real ports never answer so, and the line works either way.
+    if (m_port.error() == QSerialPort::UnsupportedOperationError) {
+        m_port.clearError();
+        return true;
+    }
+    return false;
 }
 
 void QtSerialLink::SetSettings(const QString &settings)

@@ -44,6 +44,7 @@ signals:
 
 private:
     bool applySettings(const QString &settings);
+    bool setParityLeniently(QSerialPort::Parity parity);
     void pullPending();
 
     PortSlots m_slots;

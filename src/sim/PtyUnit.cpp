@@ -146,16 +146,32 @@ QString PtyUnit::currentSettings() const
     default: s.dataBits = 8; break;
     }
     s.stopBits = (t.c_cflag & CSTOPB) ? 2 : 1;
-    s.parity = LineSettings::Parity::None;
-    if (t.c_cflag & PARENB) {
-        const bool odd = (t.c_cflag & PARODD) != 0;
+    const bool odd = (t.c_cflag & PARODD) != 0;
 #ifdef CMSPAR
-        if (t.c_cflag & CMSPAR)
-            s.parity = odd ? LineSettings::Parity::Mark : LineSettings::Parity::Space;
-        else
-#endif
-            s.parity = odd ? LineSettings::Parity::Odd : LineSettings::Parity::Even;
+    if (t.c_cflag & CMSPAR) {
+        s.parity = odd ? LineSettings::Parity::Mark : LineSettings::Parity::Space;
+        return s.toString();
     }
+#endif
+    if (t.c_cflag & PARENB) {
+        s.parity = odd ? LineSettings::Parity::Odd : LineSettings::Parity::Even;
+        return s.toString();
+    }
+    if (odd) {
+        s.parity = LineSettings::Parity::Odd;
+        return s.toString();
+    }
+    // A pseudo-terminal drops the parity-enable flag whatever the host
+    // sets, so no parity and even parity look the same here (odd survives
+    // in its own flag). Take the reading the unit can make sense of: even
+    // when it waits for the data of a command or listens for its codes at
+    // even parity, none otherwise.
+    s.parity = LineSettings::Parity::None;
+    LineSettings even = s;
+    even.parity = LineSettings::Parity::Even;
+    if ((m_unit->awaitingCommandData() && even.baud == 9600 && even.stopBits == 1)
+        || even == UnitSimulator::configuredSettings(m_unit->image()))
+        s.parity = LineSettings::Parity::Even;
     return s.toString();
 }
 
@@ -198,8 +214,9 @@ void PtyUnit::send(const UnitSimulator::Reply &reply)
     const ssize_t written = ::write(m_master, reply.bytes.constData(), static_cast<size_t>(reply.bytes.size()));
     if (written > 0)
         emit BytesSent(reply.bytes.left(written));
+    // Gone a moment after the last answer, so that the host still reads it.
     if (reply.thenVanish)
-        vanish();
+        QTimer::singleShot(50, this, &PtyUnit::vanish);
 }
 
 #else

@@ -41,7 +41,8 @@ public:
 
     UnitSimulator &unit() { return *m_unit; }
     // The line setting the host's end has now, "9600,n,8,1"; empty when
-    // it cannot be read.
+    // it cannot be read. On Linux a pseudo-terminal cannot tell even
+    // parity from none; see the source for how that is settled.
     QString currentSettings() const;
 
 signals:

@@ -153,6 +153,8 @@ public:
     int imagesReceived() const { return m_imagesReceived; }
     int restarts() const { return m_restarts; }
     bool vanished() const { return m_vanished; }
+    // A command byte has come and its data is expected next.
+    bool awaitingCommandData() const { return m_command != Command::None; }
 
     std::function<void(std::uint8_t outputs)> OutputsChanged;
     std::function<void(const Image &image)> ImageReceived;
