@@ -196,8 +196,10 @@ bool EditorModel::applyType(int type)
 {
     if (m_entryState != 0 || !hasSelection())
         return false;
-    // Only bytes of the message take the type, not the spare slot after it.
-    for (int i = 0; i < shownByteCount(); ++i) {
+    // While the cursor stands after the last byte the selection reaches the
+    // spare slot after the message, and that slot takes the type too: it is
+    // written into the packed text's extra pair, so files keep it.
+    for (int i = 0; i < SerialEditorData::SlotCount; ++i) {
         if (isSelected(i))
             m_message.SetByteType(i, int16(type));
     }
@@ -352,7 +354,10 @@ bool EditorModel::stepValue(int delta)
         return true;
     const bool control = m_message.ByteType(c) == Type::Control;
     int value = m_message.ByteValue(c) + delta;
-    if (delta > 0 && ((control && value > LastControlValue) || value >= ByteValueLimit))
+    // Only control bytes wrap upwards: Up on 255 gives 256, which the
+    // drawing shows as out of range ("100h") and the image builder refuses,
+    // so the unit never receives a silently wrapped value.
+    if (delta > 0 && control && value > LastControlValue)
         value = 0;
     if (value < 0)
         value = control ? LastControlValue : ByteValueLimit - 1;

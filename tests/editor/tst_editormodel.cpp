@@ -63,7 +63,7 @@ const KeyCase KeyCases[] = {
     {"up control wraps",              "31c",  true,  "{Up}",               "NUL",      0, 0},
     {"down control wraps",            "0c",   true,  "{Down}",             "US",       0, 0},
     {"down wraps to 255",             "0d",   true,  "{Down}",             "255d",     0, 0},
-    {"up wraps to 0",                 "255d", true,  "{Up}",               "0d",       0, 0},
+    {"up on 255 gives 256",           "255d", true,  "{Up}",               "256d",     0, 0},
     {"up at the end",                 "1d",   true,  "{End}{Up}",          "1d",       1, 1},
     {"up with a selection",           "1d 2d", true, "{S-Right}{Up}",      "1d,2d",    1, 0},
     {"shift selects",                 Abcd,   true,  "{S-Right}{S-Right}", "abcd",     2, 0},
@@ -384,6 +384,18 @@ private slots:
         runKeys(l.model, QStringLiteral("{Insert}{C-D}5"));
         l.model.SetSelectedType(0); // a value is being typed
         QCOMPARE(l.model.Message().ByteType(0), Type::Decimal);
+    }
+
+    void selectionToTheEndTypesTheSpareSlotToo()
+    {
+        // Home then Shift+End puts the cursor after the last byte, right of
+        // the anchor: the slot after the message is selected as well, and its
+        // new type travels in the packed text's extra pair.
+        Loaded l(QStringLiteral("72a 105a"));
+        runKeys(l.model, QStringLiteral("{Home}{S-End}{C-H}"));
+        QCOMPARE(text(l.model.Message()), QStringLiteral("48h,69h"));
+        QCOMPARE(l.model.Message().ByteType(2), Type::Hexadecimal);
+        QVERIFY(QString::fromStdString(l.model.Message().PackedIntoString()).endsWith(QStringLiteral(",0,2,")));
     }
 
     // --- clipboard --------------------------------------------------------------
