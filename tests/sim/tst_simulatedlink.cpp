@@ -81,62 +81,6 @@ private slots:
         QCOMPARE(clock.now(), 1000 + elapsed);
     }
 
-    void portsAreMissingEmptyOrHaveAUnit()
-    {
-        VirtualClock clock;
-        SimulatedLink link(clock);
-        link.SetPortKind(2, SimulatedLink::PortKind::Empty);
-        link.AttachUnit(3);
-
-        link.SetCommPort(1);
-        link.SetPortOpen(true);
-        QVERIFY(!link.PortOpen());
-        QVERIFY_THROWS_EXCEPTION(SerialLinkError, link.Output("x"));
-
-        link.SetCommPort(2);
-        link.SetPortOpen(true);
-        QVERIFY(link.PortOpen());
-        QVERIFY_THROWS_EXCEPTION(SerialLinkError, link.SetCommPort(3));
-        link.SetSettings(u"9600,n,8,2"_s);
-        link.Output(Probe);
-        clock.advanceTo(100);
-        QCOMPARE(link.InBufferCount(), 0);
-        link.SetPortOpen(false);
-
-        link.SetCommPort(3);
-        link.SetPortOpen(true);
-        link.SetSettings(u"9600,n,8,2"_s);
-        link.Output(Probe);
-        QCOMPARE(link.InBufferCount(), 0);
-        clock.advanceTo(clock.now() + 100);
-        QCOMPARE(link.InBufferCount(), 4);
-        QCOMPARE(link.Input().left(1), QByteArray(1, 22));
-        QCOMPARE(link.InBufferCount(), 0);
-        QVERIFY_THROWS_EXCEPTION(SerialLinkError, link.SetSettings(u"9600,q,8,2"_s));
-    }
-
-    void writesAreRecordedWithTheirSettingAndTime()
-    {
-        VirtualClock clock;
-        SimulatedLink link(clock);
-        link.AttachUnit(1);
-        link.SetCommPort(1);
-        link.SetPortOpen(true);
-        link.SetSettings(u"9600,o,8,1"_s);
-        link.Output(QByteArray(1, 0x33));
-        clock.advanceTo(10);
-        link.SetSettings(u"9600,e,8,1"_s);
-        link.Output(QByteArray(1, '\xFF'));
-        const auto writes = link.writes();
-        QCOMPARE(writes.size(), std::size_t(2));
-        QCOMPARE(writes[0].settings, u"9600,o,8,1"_s);
-        QCOMPARE(writes[0].timeMs, 0);
-        QCOMPARE(writes[1].settings, u"9600,e,8,1"_s);
-        QCOMPARE(writes[1].timeMs, 10);
-        QCOMPARE(link.writtenBytes(), QByteArray("\x33\xFF"));
-        QCOMPARE(link.unit(1)->restarts(), 1);
-    }
-
     void answersMissTheHostThatMovedOn_data()
     {
         QTest::addColumn<QString>("hostAction"); // what the host does before the answer arrives
@@ -186,28 +130,6 @@ private slots:
         QCOMPARE(link.InBufferCount(), 0);
         clock.advanceTo(30);
         QCOMPARE(link.Input(), QByteArray("abc"));
-    }
-
-    void aVanishedUnitTakesItsPortAlong()
-    {
-        VirtualClock clock;
-        SimulatedLink link(clock);
-        UnitConfig config;
-        config.vanishAfterBlock = 0;
-        link.AttachUnit(1, config);
-        link.SetCommPort(1);
-        link.SetPortOpen(true);
-        link.SetSettings(u"9600,o,8,1"_s);
-        link.Output(QByteArray(1, 0x11));
-        link.SetSettings(u"9600,e,8,1"_s);
-        QByteArray block(10, '\0');
-        block.append('\xFF');
-        link.Output(block);
-        clock.advanceTo(100);
-        QVERIFY(!link.PortOpen());
-        QVERIFY_THROWS_EXCEPTION(SerialLinkError, link.Output("x"));
-        link.SetPortOpen(true);
-        QVERIFY(!link.PortOpen());
     }
 
     void pulsesEndOnTheClockWithoutHostTraffic()

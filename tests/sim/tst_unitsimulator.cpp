@@ -63,50 +63,6 @@ class TestUnitSimulator : public QObject
     Q_OBJECT
 
 private slots:
-    void probeAnswers_data()
-    {
-        QTest::addColumn<QString>("at");
-        QTest::addColumn<int>("ownBaud");
-        QTest::addColumn<bool>("anyBaud");
-        QTest::addColumn<QString>("version");
-        QTest::addColumn<bool>("answers");
-
-        QTest::newRow("own rate") << u"9600,n,8,2"_s << 9600 << false << u"1.0"_s << true;
-        QTest::newRow("other own rate") << u"2400,n,8,2"_s << 2400 << false << u"3.17"_s << true;
-        QTest::newRow("not at a foreign rate") << u"38400,n,8,2"_s << 9600 << false << u"1.0"_s << false;
-        QTest::newRow("any rate") << u"28800,n,8,2"_s << 9600 << true << u"1.0"_s << true;
-        QTest::newRow("not with one stop bit") << u"9600,n,8,1"_s << 9600 << true << u"1.0"_s << false;
-        QTest::newRow("not with parity") << u"9600,e,8,2"_s << 9600 << true << u"1.0"_s << false;
-    }
-
-    void probeAnswers()
-    {
-        QFETCH(QString, at);
-        QFETCH(int, ownBaud);
-        QFETCH(bool, anyBaud);
-        QFETCH(QString, version);
-        QFETCH(bool, answers);
-
-        UnitConfig config;
-        config.ownBaud = ownBaud;
-        config.anyBaud = anyBaud;
-        QVERIFY(config.setVersion(version));
-        UnitSimulator unit(config);
-        qint64 now = 0;
-        const QByteArray answer = send(unit, Probe, at, now);
-        if (!answers) {
-            QVERIFY(answer.isEmpty());
-            return;
-        }
-        QCOMPARE(answer.size(), 4);
-        QCOMPARE(static_cast<std::uint8_t>(answer[0]), 22);
-        QCOMPARE(u"%1.%2"_s.arg(static_cast<std::uint8_t>(answer[1])).arg(static_cast<std::uint8_t>(answer[2])),
-                 version);
-        const int sum = std::accumulate(answer.begin(), answer.end(), 0,
-                                        [](int s, char c) { return s + static_cast<std::uint8_t>(c); });
-        QCOMPARE(sum % 256, 255);
-    }
-
     void probeMustArriveWhole_data()
     {
         QTest::addColumn<QByteArray>("sent");
@@ -129,59 +85,6 @@ private slots:
         const QByteArray answer = send(unit, sent, u"9600,n,8,2"_s, now);
         QCOMPARE(!answer.isEmpty(), answers);
         QCOMPARE(answer.size() % 4, 0);
-    }
-
-    void aByteAtAnotherSettingBreaksTheProbe()
-    {
-        UnitSimulator unit;
-        qint64 now = 0;
-        send(unit, Probe.left(4), u"9600,n,8,2"_s, now);
-        send(unit, QByteArray(1, '\0'), u"110,n,8,2"_s, now);
-        QVERIFY(send(unit, Probe.mid(4), u"9600,n,8,2"_s, now).isEmpty());
-    }
-
-    void probeFaults_data()
-    {
-        QTest::addColumn<bool>("silent");
-        QTest::addColumn<bool>("badCheck");
-        QTest::addColumn<QByteArray>("prefix");
-        QTest::addColumn<QByteArray>("suffix");
-        QTest::addColumn<int>("delay");
-        QTest::addColumn<QByteArray>("expected");
-
-        QTest::newRow("plain") << false << false << QByteArray() << QByteArray() << 2 << bytes({22, 1, 0, 232});
-        QTest::newRow("silent") << true << false << QByteArray() << QByteArray() << 2 << QByteArray();
-        QTest::newRow("bad check") << false << true << QByteArray() << QByteArray() << 2 << bytes({22, 1, 0, 233});
-        QTest::newRow("framed") << false << false << QByteArray("ab") << QByteArray("z") << 2
-                                << bytes({'a', 'b', 22, 1, 0, 232, 'z'});
-        QTest::newRow("late") << false << false << QByteArray() << QByteArray() << 250 << bytes({22, 1, 0, 232});
-    }
-
-    void probeFaults()
-    {
-        QFETCH(bool, silent);
-        QFETCH(bool, badCheck);
-        QFETCH(QByteArray, prefix);
-        QFETCH(QByteArray, suffix);
-        QFETCH(int, delay);
-        QFETCH(QByteArray, expected);
-
-        UnitConfig config;
-        config.probeSilent = silent;
-        config.badCheckByte = badCheck;
-        config.probePrefix = prefix;
-        config.probeSuffix = suffix;
-        config.probeDelayMs = delay;
-        UnitSimulator unit(config);
-        std::vector<UnitSimulator::Reply> replies;
-        for (const char c : Probe)
-            replies = unit.feed(static_cast<std::uint8_t>(c), setting(u"9600,n,8,2"_s), 0);
-        QCOMPARE(replies.empty(), expected.isEmpty());
-        if (!replies.empty()) {
-            QCOMPARE(replies.front().bytes, expected);
-            QCOMPARE(replies.front().delayMs, delay);
-            QCOMPARE(replies.front().settings, setting(u"9600,n,8,2"_s));
-        }
     }
 
     void commandsAndBlocks_data()
@@ -222,59 +125,6 @@ private slots:
         QCOMPARE(unit.restarts(), 0);
     }
 
-    void acknowledgementFaults_data()
-    {
-        QTest::addColumn<bool>("onBlock");
-        QTest::addColumn<int>("fault");
-        QTest::addColumn<int>("faultyAttempts");
-        QTest::addColumn<QList<QByteArray>>("answers"); // per attempt
-
-        const QByteArray ack = bytes({0xF0, 0});
-        QTest::newRow("restart silent") << false << int(UnitAckFault::Silent) << -1
-                                        << QList<QByteArray>{{}, {}, {}, {}, {}};
-        QTest::newRow("restart wrong") << false << int(UnitAckFault::WrongByte) << -1
-                                       << QList<QByteArray>{bytes({0x0F, 0}), bytes({0x0F, 0})};
-        // Each restart is a new exchange: after one is acknowledged the
-        // next one starts counting again.
-        QTest::newRow("restart on the fourth") << false << int(UnitAckFault::Silent) << 3
-                                               << QList<QByteArray>{{}, {}, {}, ack, {}};
-        QTest::newRow("block single byte") << true << int(UnitAckFault::SingleByte) << -1
-                                           << QList<QByteArray>{bytes({0xF0}), bytes({0xF0})};
-        QTest::newRow("block on the second") << true << int(UnitAckFault::WrongByte) << 1
-                                             << QList<QByteArray>{bytes({0x0F, 0}), ack};
-    }
-
-    void acknowledgementFaults()
-    {
-        QFETCH(bool, onBlock);
-        QFETCH(int, fault);
-        QFETCH(int, faultyAttempts);
-        QFETCH(QList<QByteArray>, answers);
-
-        UnitConfig config;
-        (onBlock ? config.blockFault : config.restartFault) = static_cast<UnitAckFault>(fault);
-        config.faultyAttempts = faultyAttempts;
-        UnitSimulator unit(config);
-        qint64 now = 0;
-        for (const QByteArray &expected : answers) {
-            const QByteArray answer = onBlock ? exchange(unit, 0x11, block(3, "abcdefgh"), now)
-                                              : exchange(unit, 0x33, bytes({0xFF}), now);
-            QCOMPARE(answer, expected);
-        }
-    }
-
-    void blockFaultHitsOnlyItsBlock()
-    {
-        UnitConfig config;
-        config.blockFault = UnitAckFault::Silent;
-        config.faultyBlock = 5;
-        UnitSimulator unit(config);
-        qint64 now = 0;
-        QCOMPARE(exchange(unit, 0x11, block(4, "abcdefgh"), now), bytes({0xF0, 0}));
-        QVERIFY(exchange(unit, 0x11, block(5, "abcdefgh"), now).isEmpty());
-        QCOMPARE(exchange(unit, 0x11, block(6, "abcdefgh"), now), bytes({0xF0, 0}));
-    }
-
     void completeDownloadBecomesTheConfiguration()
     {
         UnitSimulator unit;
@@ -303,22 +153,6 @@ private slots:
         QCOMPARE(reported.front(), image);
         QCOMPARE(unit.image(), image);
         QCOMPARE(UnitSimulator::configuredSettings(unit.image()), setting(u"19200,e,8,1"_s));
-    }
-
-    void vanishesAfterItsBlock()
-    {
-        UnitConfig config;
-        config.vanishAfterBlock = 2;
-        UnitSimulator unit(config);
-        qint64 now = 0;
-        for (int k = 0; k < 2; ++k)
-            QCOMPARE(exchange(unit, 0x11, block(k, "abcdefgh"), now), bytes({0xF0, 0}));
-        send(unit, bytes({0x11}), u"9600,o,8,1"_s, now);
-        const auto replies = unit.feed(block(2, "abcdefgh"), setting(u"9600,e,8,1"_s), now);
-        QCOMPARE(replies.size(), std::size_t(1));
-        QVERIFY(replies.front().thenVanish);
-        QVERIFY(unit.vanished());
-        QVERIFY(send(unit, Probe, u"9600,n,8,2"_s, now).isEmpty());
     }
 
     void testStrings_data()
