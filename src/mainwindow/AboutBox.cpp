@@ -8,7 +8,8 @@
 #include <QLabel>
 #include <QPushButton>
 
-AboutBox::AboutBox(QWidget *parent) : QDialog(parent)
+AboutBox::AboutBox(QWidget *parent)
+    : QDialog(parent)
 {
     setObjectName(QStringLiteral("AboutBox"));
     setWindowTitle(QStringLiteral("About Serial Tavo Editor"));
@@ -23,8 +24,8 @@ AboutBox::AboutBox(QWidget *parent) : QDialog(parent)
     product->setFont(big);
     auto *version = new QLabel(QStringLiteral("Version ") + tavo::versionText(), this);
     version->setObjectName(QStringLiteral("Version"));
-    auto *about = new QLabel(QStringLiteral("Configuration editor for the Serial Tavo eight-output serial unit."),
-                             this);
+    auto *about = new QLabel(
+        QStringLiteral("Configuration editor for the Serial Tavo eight-output serial unit."), this);
     about->setWordWrap(true);
 
     auto *buttons = new QDialogButtonBox(QDialogButtonBox::Ok, this);

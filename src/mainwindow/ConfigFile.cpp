@@ -21,17 +21,28 @@ void appendLine(QByteArray &out, const QByteArray &line)
     out += "\r\n";
 }
 
-void appendLine(QByteArray &out, const std::string &line) { appendLine(out, QByteArray::fromStdString(line)); }
+void appendLine(QByteArray &out, const std::string &line)
+{
+    appendLine(out, QByteArray::fromStdString(line));
+}
 
-void appendLine(QByteArray &out, int number) { appendLine(out, QByteArray::number(number)); }
+void appendLine(QByteArray &out, int number)
+{
+    appendLine(out, QByteArray::number(number));
+}
 
-std::string_view view(const QByteArray &bytes) { return {bytes.constData(), static_cast<std::size_t>(bytes.size())}; }
+std::string_view view(const QByteArray &bytes)
+{
+    return {bytes.constData(), static_cast<std::size_t>(bytes.size())};
+}
 
 // Reads the file a line at a time, counting lines for the failure report.
 class LineReader
 {
 public:
-    explicit LineReader(QFile &file) : m_file(file) {}
+    explicit LineReader(QFile &file)
+        : m_file(file)
+    {}
 
     // The next line without its line end, or nothing at the end of the file.
     std::optional<QByteArray> next()

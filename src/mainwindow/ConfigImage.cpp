@@ -16,7 +16,8 @@ std::uint8_t toByte(int value)
 constexpr std::array<int, 7> BaudCodes{2, 0, 1, 3, 4, 5, 6};
 constexpr std::array<int, 3> ParityCodes{0, 2, 1};
 
-void writeCode(std::array<std::uint8_t, ConfigData::ImageSize> &image, int start, const SerialEditorData &message)
+void writeCode(std::array<std::uint8_t, ConfigData::ImageSize> &image, int start,
+               const SerialEditorData &message)
 {
     image[static_cast<std::size_t>(start)] = toByte(message.NumberOfBytesInMessage());
     // All 14 slots, whatever the length: the unit compares fixed records.

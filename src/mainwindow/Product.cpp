@@ -4,10 +4,19 @@
 
 namespace tavo {
 
-QString versionText() { return QString::fromLatin1(VersionText); }
+QString versionText()
+{
+    return QString::fromLatin1(VersionText);
+}
 
-QString productCaption() { return QStringLiteral("Serial Tavo Editor ") + versionText(); }
+QString productCaption()
+{
+    return QStringLiteral("Serial Tavo Editor ") + versionText();
+}
 
-QByteArray configFileHeader() { return QByteArrayLiteral("Serial Tavo") + QByteArray(VersionText); }
+QByteArray configFileHeader()
+{
+    return QByteArrayLiteral("Serial Tavo") + QByteArray(VersionText);
+}
 
 } // namespace tavo

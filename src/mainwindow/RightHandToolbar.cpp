@@ -9,7 +9,8 @@
 
 using tavo::twipsToPixels;
 
-RightHandToolbar::RightHandToolbar(QWidget *parent) : QWidget(parent)
+RightHandToolbar::RightHandToolbar(QWidget *parent)
+    : QWidget(parent)
 {
     // Element 0 of each kind exists from the start, hidden until used.
     m_command1 << newButton(true, 0);

@@ -7,7 +7,10 @@ QStringList parityListNames()
     return {QStringLiteral("None"), QStringLiteral("Even"), QStringLiteral("Odd")};
 }
 
-QStringList parityWords() { return {QStringLiteral("No"), QStringLiteral("Even"), QStringLiteral("Odd")}; }
+QStringList parityWords()
+{
+    return {QStringLiteral("No"), QStringLiteral("Even"), QStringLiteral("Odd")};
+}
 
 QString SerialSettingsText(int baudIndex, int parityIndex)
 {

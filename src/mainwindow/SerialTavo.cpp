@@ -61,7 +61,9 @@ constexpr ToolbarEntry ToolbarEntries[] = {
 
 // Raised inside the save and export routines to reach their one failure message.
 struct WriteFailed : std::runtime_error {
-    WriteFailed() : std::runtime_error("file not written") {}
+    WriteFailed()
+        : std::runtime_error("file not written")
+    {}
 };
 
 QLabel *newPanel(const QString &key, const QString &text, const QString &tooltip, QWidget *parent)
@@ -76,7 +78,9 @@ QLabel *newPanel(const QString &key, const QString &text, const QString &tooltip
 
 } // namespace
 
-SerialTavo::SerialTavo(QWidget *parent) : SerialTavo(Services(), parent) {}
+SerialTavo::SerialTavo(QWidget *parent)
+    : SerialTavo(Services(), parent)
+{}
 
 SerialTavo::SerialTavo(const Services &services, QWidget *parent)
     : QMainWindow(parent)
@@ -129,7 +133,8 @@ SerialTavo::SerialTavo(const Services &services, QWidget *parent)
     bar->setSizeGripEnabled(false);
     m_fileNamePanel = newPanel(QStringLiteral("FILENAME"), QStringLiteral("This is a long filename"),
                                QStringLiteral("Current Filename"), bar);
-    m_settingsPanel = newPanel(QStringLiteral("SETTINGS"), QString(), QStringLiteral("Tavo serial settings"), bar);
+    m_settingsPanel =
+        newPanel(QStringLiteral("SETTINGS"), QString(), QStringLiteral("Tavo serial settings"), bar);
     m_settingsPanel->setCursor(Qt::PointingHandCursor);
     m_settingsPanel->installEventFilter(this);
     bar->addWidget(m_fileNamePanel, 1);
@@ -194,7 +199,8 @@ void SerialTavo::fillToolbar()
     m_toolbar->ClearAll();
     for (const ToolbarEntry &entry : ToolbarEntries) {
         const QString key = QString::fromLatin1(entry.key);
-        m_toolbar->AddButton(key, tavo::toolbarIcon(key), entry.group, QString::fromLatin1(entry.tooltip), true);
+        m_toolbar->AddButton(key, tavo::toolbarIcon(key), entry.group, QString::fromLatin1(entry.tooltip),
+                             true);
     }
     m_toolbar->ForceResize();
 }
@@ -284,14 +290,17 @@ bool SerialTavo::QuerySave()
 {
     if (!m_config.ConfigModified)
         return true;
-    switch (m_prompter->Show(QStringLiteral("Save changes?"), QStringLiteral("Warning!"), Prompter::Icon::Exclamation,
-                             Prompter::Buttons::YesNoCancel, Prompter::Answer::Yes)) {
+    switch (m_prompter->Show(QStringLiteral("Save changes?"), QStringLiteral("Warning!"),
+                             Prompter::Icon::Exclamation, Prompter::Buttons::YesNoCancel,
+                             Prompter::Answer::Yes)) {
     case Prompter::Answer::Yes: {
         QString name = m_currentFileName;
         return SaveConfig(name);
     }
-    case Prompter::Answer::No: return true;
-    default: return false;
+    case Prompter::Answer::No:
+        return true;
+    default:
+        return false;
     }
 }
 
@@ -320,8 +329,9 @@ bool SerialTavo::SaveConfig(QString &fileName)
             result = true;
         }
     } catch (const std::exception &) {
-        m_prompter->Show(QStringLiteral("Failed to save file, may be write protected"), QStringLiteral("Error!"),
-                         Prompter::Icon::Exclamation, Prompter::Buttons::Ok, Prompter::Answer::Ok);
+        m_prompter->Show(QStringLiteral("Failed to save file, may be write protected"),
+                         QStringLiteral("Error!"), Prompter::Icon::Exclamation, Prompter::Buttons::Ok,
+                         Prompter::Answer::Ok);
         m_currentFileName.clear();
     }
     UpdateCaption();
@@ -368,7 +378,8 @@ void SerialTavo::UpdateSettingsDisplay()
 {
     const QString text = tavo::SerialSettingsText(m_config);
     m_toolbar->SetButtonTooltipText(QStringLiteral("SETTINGS"),
-                                    QStringLiteral("Set Tavo serial port settings (") + text + QLatin1Char(')'));
+                                    QStringLiteral("Set Tavo serial port settings (") + text
+                                        + QLatin1Char(')'));
     m_settingsPanel->setText(QStringLiteral("Tavo settings = ") + text);
 }
 
@@ -384,11 +395,12 @@ void SerialTavo::ExportConfig()
             return;
         if (!tavo::writeExportFile(path, m_config))
             throw WriteFailed();
-        m_prompter->Show(path + QStringLiteral(" has been successfully exported"), QStringLiteral("Successful"),
-                         Prompter::Icon::None, Prompter::Buttons::Ok, Prompter::Answer::Ok);
+        m_prompter->Show(path + QStringLiteral(" has been successfully exported"),
+                         QStringLiteral("Successful"), Prompter::Icon::None, Prompter::Buttons::Ok,
+                         Prompter::Answer::Ok);
     } catch (const std::exception &) {
-        m_prompter->Show(QStringLiteral("Failed to export!"), QStringLiteral("Error!"), Prompter::Icon::Exclamation,
-                         Prompter::Buttons::Ok, Prompter::Answer::Ok);
+        m_prompter->Show(QStringLiteral("Failed to export!"), QStringLiteral("Error!"),
+                         Prompter::Icon::Exclamation, Prompter::Buttons::Ok, Prompter::Answer::Ok);
     }
 }
 

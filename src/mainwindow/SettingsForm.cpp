@@ -33,7 +33,9 @@ QListWidget *newList(const QString &name, const QStringList &items, QWidget *par
 
 } // namespace
 
-SettingsForm::SettingsForm(ConfigData &config, QWidget *parent) : QDialog(parent), m_config(config)
+SettingsForm::SettingsForm(ConfigData &config, QWidget *parent)
+    : QDialog(parent)
+    , m_config(config)
 {
     setObjectName(QStringLiteral("SettingsForm"));
     setWindowTitle(QStringLiteral("Tavo serial settings"));

@@ -129,8 +129,16 @@ const QMap<QString, Glyph> &glyphs()
              fill(p, QColor(0x20, 0x28, 0x30), Outline);
              p.drawRoundedRect(QRectF(0.5, 2.5, 15, 11), 1.5, 1.5);
              stroke(p, QColor(0x60, 0xE0, 0x70), 1.2);
-             p.drawPolyline(QPolygonF{{2, 10}, {4, 10}, {4, 5}, {7, 5}, {7, 10}, {9, 10}, {9, 5},
-                                      {10.5, 5}, {10.5, 10}, {14, 10}});
+             p.drawPolyline(QPolygonF{{2, 10},
+                                      {4, 10},
+                                      {4, 5},
+                                      {7, 5},
+                                      {7, 10},
+                                      {9, 10},
+                                      {9, 5},
+                                      {10.5, 5},
+                                      {10.5, 10},
+                                      {14, 10}});
          }},
         {QStringLiteral("DOWNLOAD"),
          [](QPainter &p) {
@@ -203,7 +211,9 @@ void unitGlyph(QPainter &p)
 class GlyphEngine : public QIconEngine
 {
 public:
-    explicit GlyphEngine(Glyph glyph) : m_glyph(std::move(glyph)) {}
+    explicit GlyphEngine(Glyph glyph)
+        : m_glyph(std::move(glyph))
+    {}
 
     void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State state) override
     {
@@ -249,10 +259,10 @@ private:
 
 QStringList toolbarIconKeys()
 {
-    return {QStringLiteral("NEW"),      QStringLiteral("OPEN"),     QStringLiteral("SAVE"),
-            QStringLiteral("SAVEAS"),   QStringLiteral("EXPORT"),   QStringLiteral("SETTINGS"),
-            QStringLiteral("TEST"),     QStringLiteral("DOWNLOAD"), QStringLiteral("EXITCROSS"),
-            QStringLiteral("MIN"),      QStringLiteral("HELP"),     QStringLiteral("ABOUT")};
+    return {QStringLiteral("NEW"),    QStringLiteral("OPEN"),     QStringLiteral("SAVE"),
+            QStringLiteral("SAVEAS"), QStringLiteral("EXPORT"),   QStringLiteral("SETTINGS"),
+            QStringLiteral("TEST"),   QStringLiteral("DOWNLOAD"), QStringLiteral("EXITCROSS"),
+            QStringLiteral("MIN"),    QStringLiteral("HELP"),     QStringLiteral("ABOUT")};
 }
 
 QIcon toolbarIcon(const QString &key)
@@ -263,6 +273,9 @@ QIcon toolbarIcon(const QString &key)
     return QIcon(new GlyphEngine(it.value()));
 }
 
-QIcon applicationIcon() { return QIcon(new GlyphEngine(unitGlyph)); }
+QIcon applicationIcon()
+{
+    return QIcon(new GlyphEngine(unitGlyph));
+}
 
 } // namespace tavo

@@ -8,7 +8,9 @@
 
 namespace tavo {
 
-ArrowButton::ArrowButton(Qt::ArrowType direction, QWidget *parent) : QAbstractButton(parent), m_direction(direction)
+ArrowButton::ArrowButton(Qt::ArrowType direction, QWidget *parent)
+    : QAbstractButton(parent)
+    , m_direction(direction)
 {
     setFocusPolicy(Qt::NoFocus);
 }

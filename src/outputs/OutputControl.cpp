@@ -36,8 +36,9 @@ OutputControl::OutputControl(ConfigData &config, QWidget *parent)
     m_frame2->setGeometry(twipsRect(120, 240, 1095, 1335));
 
     const QString captions[] = {QStringLiteral("On/Off"), QStringLiteral("Pulse")};
-    const QString tooltips[] = {QStringLiteral("Outputs use seperate On/Off serial codes"),
-                                QStringLiteral("Output On for \"Period\" seconds after serial code received")};
+    const QString tooltips[] = {
+        QStringLiteral("Outputs use seperate On/Off serial codes"),
+        QStringLiteral("Output On for \"Period\" seconds after serial code received")};
     // As wide as the frame allows: the captions must not be clipped in
     // fonts wider than the one the panel was drawn with.
     const QRect places[] = {twipsRect(120, 120, 930, 255), twipsRect(120, 360, 930, 255)};
@@ -72,7 +73,10 @@ OutputControl::OutputControl(ConfigData &config, QWidget *parent)
     setFixedSize(sizeHint());
 }
 
-QSize OutputControl::sizeHint() const { return tavo::twipsRect(0, 0, 5775, 1695).size(); }
+QSize OutputControl::sizeHint() const
+{
+    return tavo::twipsRect(0, 0, 5775, 1695).size();
+}
 
 void OutputControl::SetIndex(int index)
 {

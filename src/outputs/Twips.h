@@ -12,7 +12,8 @@ inline constexpr int TwipsPerPixel = 15;
 // Rounded to the nearest pixel, halves away from zero.
 constexpr int twipsToPixels(int twips)
 {
-    return twips >= 0 ? (twips + TwipsPerPixel / 2) / TwipsPerPixel : -((-twips + TwipsPerPixel / 2) / TwipsPerPixel);
+    return twips >= 0 ? (twips + TwipsPerPixel / 2) / TwipsPerPixel
+                      : -((-twips + TwipsPerPixel / 2) / TwipsPerPixel);
 }
 
 inline QRect twipsRect(int left, int top, int width, int height)

@@ -44,8 +44,13 @@ ConfigData demoConfiguration()
     // 2 door strike, released after 5 s
     c.PulseModes[1] = true;
     c.OnPeriods[1] = 5;
-    c.OnMessages[1] = text("", {{2, T::Control}, {'D', T::Ascii}, {'O', T::Ascii}, {'O', T::Ascii},
-                               {'R', T::Ascii}, {0x01, T::Hexadecimal}, {3, T::Control}});
+    c.OnMessages[1] = text("", {{2, T::Control},
+                                {'D', T::Ascii},
+                                {'O', T::Ascii},
+                                {'O', T::Ascii},
+                                {'R', T::Ascii},
+                                {0x01, T::Hexadecimal},
+                                {3, T::Control}});
     // 3 window display
     c.OnMessages[2] = text("", {{27, T::Control}, {'W', T::Ascii}, {1, T::Decimal}});
     c.OffMessages[2] = text("", {{27, T::Control}, {'W', T::Ascii}, {0, T::Decimal}});
@@ -65,12 +70,15 @@ ConfigData demoConfiguration()
     c.OnPeriods[6] = 0;
     c.OnMessages[6] = text("", {{7, T::Control}, {'1', T::Ascii}});
     // 8 spare
-    c.BaudIndex = 4;  // 19200
+    c.BaudIndex = 4;   // 19200
     c.ParityIndex = 1; // even
     return c;
 }
 
-QString demoPath() { return qEnvironmentVariable("TAVO_SOURCE_DIR") + QStringLiteral("/examples/demo.OTS"); }
+QString demoPath()
+{
+    return qEnvironmentVariable("TAVO_SOURCE_DIR") + QStringLiteral("/examples/demo.OTS");
+}
 
 struct Quiet : Shell {
     int Open(const QString &) override { return Launched; }
@@ -105,7 +113,8 @@ private slots:
                 for (int i = 0; i < m->NumberOfBytesInMessage(); ++i)
                     types.insert(m->ByteType(i));
         }
-        QCOMPARE(types, (std::set<int>{T::Ascii, T::Decimal, T::Hexadecimal, T::Binary, T::Control, T::Ignore}));
+        QCOMPARE(types,
+                 (std::set<int>{T::Ascii, T::Decimal, T::Hexadecimal, T::Binary, T::Control, T::Ignore}));
         QCOMPARE(modes.size(), std::size_t(2));
     }
 
@@ -117,8 +126,12 @@ private slots:
         SerialTavo window(SerialTavo::Services{&prompter, &dialog, &shell, nullptr});
         window.Start({demoPath()});
         QCOMPARE(window.windowTitle(), QStringLiteral("demo"));
-        QVERIFY(window.OutputControl1(1)->findChild<QRadioButton *>(QStringLiteral("OuputOperation_1"))->isChecked());
-        QVERIFY(window.OutputControl1(0)->findChild<QRadioButton *>(QStringLiteral("OuputOperation_0"))->isChecked());
+        QVERIFY(window.OutputControl1(1)
+                    ->findChild<QRadioButton *>(QStringLiteral("OuputOperation_1"))
+                    ->isChecked());
+        QVERIFY(window.OutputControl1(0)
+                    ->findChild<QRadioButton *>(QStringLiteral("OuputOperation_0"))
+                    ->isChecked());
         QVERIFY(prompter.shown().isEmpty());
 
         // TAVO_SCREENSHOT_DIR=dir saves what the window looks like there.

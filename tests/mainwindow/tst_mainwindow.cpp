@@ -9,11 +9,9 @@
 #include "outputs/OutputControl.h"
 #include "platform/CommonDialog.h"
 #include "platform/ScriptedPrompter.h"
-#include "platform/Shell.h"
 
 #include <QApplication>
 #include <QDir>
-#include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
@@ -26,54 +24,25 @@
 
 #include <functional>
 
-namespace {
-
+using namespace samples;
 using Answer = Prompter::Answer;
 
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
+namespace {
 
-bool writeBytes(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
-}
+const QString Untitled = QStringLiteral("Serial Tavo Editor 1.0.3");
 
-class RecordingShell : public Shell
-{
-public:
-    int Open(const QString &path) override
-    {
-        opened << path;
-        return code;
-    }
-    QStringList opened;
-    int code = Shell::Launched;
-};
-
-class RecordingUnits : public UnitServices
-{
-public:
+struct RecordingUnits : UnitServices {
     void CheckDeviceTypes() override { ++checks; }
     void ShowTestDialog(ConfigData &config, QWidget *) override { tested << config; }
     void ShowProgrammingDialog(ConfigData &config, QWidget *) override { programmed << config; }
     int checks = 0;
-    QList<ConfigData> tested;
-    QList<ConfigData> programmed;
+    QList<ConfigData> tested, programmed;
 };
 
-// Runs `work` on the next modal dialog as soon as it is up, so the tests
-// drive real dialogs without waiting on a clock.
+// Runs `work` on the next modal dialog once it is up: real dialogs, no clock.
 void onNextModal(std::function<void(QWidget *)> work)
 {
-    QTimer::singleShot(0, qApp, [work = std::move(work)] {
-        QWidget *modal = QApplication::activeModalWidget();
-        QVERIFY(modal);
-        work(modal);
-    });
+    QTimer::singleShot(0, qApp, [work = std::move(work)] { work(QApplication::activeModalWidget()); });
 }
 
 struct Window {
@@ -90,21 +59,23 @@ struct Window {
         QApplication::setActiveWindow(&window);
     }
     ConfigData &config() { return window.Config(); }
+    QString title() const { return window.windowTitle(); }
     QString panel(const char *key) const
     {
         return window.findChild<QLabel *>(QString::fromLatin1(key))->text();
     }
     bool saveEnabled() const { return window.RightHandToolbar1()->ButtonEnable(QStringLiteral("SAVE")); }
-    void click(const char *key) { QTest::mouseClick(button(key), Qt::LeftButton); }
     QToolButton *button(const char *key) const
     {
         return window.RightHandToolbar1()->findChild<QToolButton *>(QString::fromLatin1(key));
     }
-    // A change as the user makes it: a click on an output's Pulse option.
+    void click(const char *key) { QTest::mouseClick(button(key), Qt::LeftButton); }
+    // A change as the user makes one: a click on an output's Pulse option.
     void editOutput(int n)
     {
-        QTest::mouseClick(window.OutputControl1(n)->findChild<QRadioButton *>(QStringLiteral("OuputOperation_1")),
-                          Qt::LeftButton);
+        QTest::mouseClick(
+            window.OutputControl1(n)->findChild<QRadioButton *>(QStringLiteral("OuputOperation_1")),
+            Qt::LeftButton);
     }
     QString periodShown(int n) const
     {
@@ -124,42 +95,35 @@ class TestMainWindow : public QObject
     Q_OBJECT
 
     QTemporaryDir m_dir;
-    QString path(const QString &name) const { return m_dir.filePath(name); }
-    QString writeSample(const QString &name, const ConfigData &config = samples::varied()) const
+    QString path(const char *name) const { return m_dir.filePath(QString::fromLatin1(name)); }
+    QString sample(const char *name, const QByteArray &text = tavo::configFileText(varied())) const
     {
-        const QString p = path(name);
-        writeBytes(p, tavo::configFileText(config));
-        return p;
+        writeBytes(path(name), text);
+        return path(name);
     }
 
 private slots:
     void startsUntitledWithANewConfiguration()
     {
         Window w;
-        QCOMPARE(w.window.windowTitle(), QStringLiteral("Serial Tavo Editor 1.0.3"));
+        QCOMPARE(w.title(), Untitled);
         QCOMPARE(w.panel("FILENAME"), QString());
         QCOMPARE(w.panel("SETTINGS"),
                  QStringLiteral("Tavo settings = 9600, baud, No parity, 8 Bit data, 1 Stop bit"));
-        // The toolbar is filled after the configuration is reset, so the
-        // settings tooltip is still the fixed one.
-        QCOMPARE(w.window.RightHandToolbar1()->ButtonTooltipText(QStringLiteral("SETTINGS")),
+        // The toolbar is filled after the reset, so this tooltip is the fixed one.
+        QCOMPARE(w.button("SETTINGS")->toolTip(),
                  QStringLiteral("Set Tavo serial port settings (9600, No parity, 8 bit data, 1 Stop bit)"));
         QCOMPARE(w.units.checks, 1);
         for (int n = 0; n < 8; ++n) {
-            QCOMPARE(w.window.OutputControl1(n)->findChild<QGroupBox *>(QStringLiteral("MainFrame"))->title(),
-                     QStringLiteral("Output %1").arg(n + 1));
             QVERIFY(!w.config().PulseModes[std::size_t(n)]);
-            QCOMPARE(w.config().OnPeriods[std::size_t(n)], 1);
             QCOMPARE(w.periodShown(n), QStringLiteral("001"));
-            QCOMPARE(w.config().OnMessages[std::size_t(n)].NumberOfBytesInMessage(), 0);
         }
-        // Three groups: five from the left, three centred, four from the right.
-        const char *order[] = {"NEW", "OPEN", "SAVE", "SAVEAS", "EXPORT", "SETTINGS", "TEST", "DOWNLOAD",
-                               "ABOUT", "HELP", "MIN", "EXITCROSS"};
-        for (int i = 0; i + 1 < 12; ++i)
+        // Five from the left, three centred, four from the right.
+        const char *order[] = {"NEW",      "OPEN",  "SAVE", "SAVEAS", "EXPORT",   "SETTINGS",
+                               "DOWNLOAD", "ABOUT", "HELP", "MIN",    "EXITCROSS"};
+        for (int i = 0; i + 1 < 11; ++i)
             QVERIFY2(w.button(order[i])->x() < w.button(order[i + 1])->x(), order[i]);
-        QVERIFY(w.button("DOWNLOAD")->x() - w.button("EXPORT")->x() > 3 * 24);
-        QVERIFY(!w.button("HELP")->icon().isNull());
+        QVERIFY(w.button("SETTINGS")->x() - w.button("EXPORT")->x() > 2 * 24);
         QVERIFY(w.prompter.shown().isEmpty());
     }
 
@@ -168,7 +132,7 @@ private slots:
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<bool>("opened");
         const QString p = m_dir.filePath(QStringLiteral("path with blanks/demo.OTS"));
-        QTest::newRow("as one argument") << QStringList{p} << true;
+        QTest::newRow("one argument") << QStringList{p} << true;
         QTest::newRow("still quoted") << QStringList{QLatin1Char('"') + p + QLatin1Char('"')} << true;
         QTest::newRow("in pieces") << p.split(QLatin1Char(' ')) << true;
         QTest::newRow("missing file") << QStringList{p + QStringLiteral(".old")} << false;
@@ -179,45 +143,35 @@ private slots:
         QFETCH(QStringList, arguments);
         QFETCH(bool, opened);
         QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("path with blanks")));
-        writeSample(QStringLiteral("path with blanks/demo.OTS"));
-
+        sample("path with blanks/demo.OTS");
         Window w(arguments);
-        QCOMPARE(w.window.windowTitle(), opened ? QStringLiteral("demo") : QStringLiteral("Serial Tavo Editor 1.0.3"));
+        QCOMPARE(w.title(), opened ? QStringLiteral("demo") : Untitled);
         QCOMPARE(w.panel("FILENAME"), opened ? QStringLiteral("demo") : QString());
-        QCOMPARE(w.config().BaudIndex, opened ? 4 : 0);
         QCOMPARE(w.periodShown(7), opened ? QStringLiteral("252") : QStringLiteral("001"));
         QVERIFY(w.prompter.shown().isEmpty());
-        QVERIFY(w.dialog.shown().isEmpty());
     }
 
     void saveThenOpenReproducesEverything()
     {
-        const ConfigData original = samples::varied();
         Window w;
-        w.open(writeSample(QStringLiteral("original.OTS"), original));
-        QCOMPARE(w.window.windowTitle(), QStringLiteral("original"));
+        w.open(sample("original.OTS"));
         QCOMPARE(w.panel("SETTINGS"),
                  QStringLiteral("Tavo settings = 19200, baud, Odd parity, 8 Bit data, 1 Stop bit"));
-
-        // Everything goes through the panels and their editors on the way out.
-        w.dialog.SetNextFileName(path(QStringLiteral("copy.OTS")));
+        // Out through the panels and their editors, back through a new window.
+        w.dialog.SetNextFileName(path("copy.OTS"));
         w.click("SAVEAS");
         QCOMPARE(w.dialog.shown().last().flags, 0x8002);
-        QCOMPARE(w.dialog.shown().last().filter, QStringLiteral("Olvex Serial Tavo configuration File (*.OTS)|*.OTS"));
-        QCOMPARE(w.window.windowTitle(), QStringLiteral("copy"));
+        QCOMPARE(w.dialog.shown().last().filter,
+                 QStringLiteral("Olvex Serial Tavo configuration File (*.OTS)|*.OTS"));
+        QCOMPARE(w.title(), QStringLiteral("copy"));
 
         Window fresh;
-        fresh.open(path(QStringLiteral("copy.OTS")));
+        fresh.open(path("copy.OTS"));
         QCOMPARE(fresh.dialog.shown().last().flags, 0x1000);
-        for (int n = 0; n < 8; ++n) {
-            const auto i = std::size_t(n);
-            QVERIFY(fresh.config().OnMessages[i].IsTheSameAs(original.OnMessages[i]));
-            QVERIFY(fresh.config().OffMessages[i].IsTheSameAs(original.OffMessages[i]));
-            QCOMPARE(fresh.config().OnPeriods[i], original.OnPeriods[i]);
-            QCOMPARE(fresh.config().PulseModes[i], original.PulseModes[i]);
-        }
-        QCOMPARE(fresh.config().BaudIndex, original.BaudIndex);
-        QCOMPARE(fresh.config().ParityIndex, original.ParityIndex);
+        for (std::size_t n = 0; n < 8; ++n)
+            QVERIFY(sameOutput(fresh.config(), varied(), n));
+        QCOMPARE(fresh.config().BaudIndex, 4);
+        QCOMPARE(fresh.config().ParityIndex, 2);
     }
 
     void saveChangesPrompt_data()
@@ -228,7 +182,6 @@ private slots:
         QTest::addColumn<bool>("goneOn");   // the command went ahead
         QTest::addColumn<bool>("untitled"); // the configuration lost its name
         QTest::addColumn<bool>("modified"); // unsaved changes afterwards
-
         const int yes = int(Answer::Yes), no = int(Answer::No), cancel = int(Answer::Cancel);
         const QString neu = QStringLiteral("NEW"), open = QStringLiteral("OPEN");
         QTest::newRow("new, yes") << neu << yes << true << true << true << false;
@@ -241,7 +194,8 @@ private slots:
         for (const QString &exit : {QStringLiteral("EXITCROSS"), QStringLiteral("close")}) {
             QTest::addRow("%s, yes", qPrintable(exit)) << exit << yes << true << true << false << false;
             QTest::addRow("%s, no", qPrintable(exit)) << exit << no << false << true << false << true;
-            QTest::addRow("%s, cancel", qPrintable(exit)) << exit << cancel << false << false << false << true;
+            QTest::addRow("%s, cancel", qPrintable(exit))
+                << exit << cancel << false << false << false << true;
         }
     }
 
@@ -253,15 +207,11 @@ private slots:
         QFETCH(bool, goneOn);
         QFETCH(bool, untitled);
         QFETCH(bool, modified);
-
-        const QString current = writeSample(QStringLiteral("current.OTS"));
-        const QString other = writeSample(QStringLiteral("other.OTS"), ConfigData());
+        const QString current = sample("current.OTS");
+        const QString other = sample("other.OTS", tavo::configFileText(ConfigData()));
         Window w;
         w.open(current);
-        const QByteArray before = readAll(current);
-        w.editOutput(0); // output 1 was On/Off in the file
-        QVERIFY(w.config().ConfigModified);
-
+        w.editOutput(0);
         w.prompter.SetNextAnswer(Answer(answer));
         w.dialog.SetNextFileName(other);
         if (command == QLatin1String("close"))
@@ -273,42 +223,31 @@ private slots:
         QCOMPARE(w.prompter.shown().first().text, QStringLiteral("Save changes?"));
         QCOMPARE(w.prompter.shown().first().title, QStringLiteral("Warning!"));
         QCOMPARE(w.prompter.shown().first().buttons, Prompter::Buttons::YesNoCancel);
-        QCOMPARE(readAll(current) != before, saved);
-
+        QCOMPARE(readAll(current) != tavo::configFileText(varied()), saved);
         if (command == QLatin1String("NEW"))
-            QCOMPARE(!w.config().PulseModes[0] && w.config().OnPeriods[3] == 1, goneOn);
+            QCOMPARE(w.config().OnPeriods[3] == 1, goneOn);
         else if (command == QLatin1String("OPEN"))
             QCOMPARE(w.config().OnPeriods[3] == 0, goneOn);
         else
             QCOMPARE(!w.window.isVisible(), goneOn);
-
-        const bool named = w.window.windowTitle() != QStringLiteral("Serial Tavo Editor 1.0.3");
-        QCOMPARE(!named, untitled);
+        QCOMPARE(w.title() == Untitled, untitled);
         QCOMPARE(w.config().ConfigModified, modified);
-    }
-
-    void unchangedConfigurationsAreNotAskedAbout()
-    {
-        Window w;
-        w.window.RunCommand(QStringLiteral("NEW"));
-        w.window.close();
-        QVERIFY(w.prompter.shown().isEmpty());
-        QVERIFY(!w.window.isVisible());
     }
 
     void editingEnablesSaveAndSavingDisablesIt()
     {
         Window w;
-        w.window.RunCommand(QStringLiteral("NEW"));
+        w.window.RunCommand(QStringLiteral("NEW")); // unchanged: nothing to ask
         QVERIFY(!w.saveEnabled());
         w.editOutput(2);
-        QVERIFY(w.saveEnabled());
-        QVERIFY(w.config().ConfigModified);
-        w.dialog.SetNextFileName(path(QStringLiteral("edited.OTS")));
+        QVERIFY(w.saveEnabled() && w.config().ConfigModified);
+        w.dialog.SetNextFileName(path("edited.OTS"));
         w.click("SAVE");
-        QVERIFY(!w.saveEnabled());
-        QVERIFY(!w.config().ConfigModified);
-        QCOMPARE(w.window.windowTitle(), QStringLiteral("edited"));
+        QVERIFY(!w.saveEnabled() && !w.config().ConfigModified);
+        QCOMPARE(w.title(), QStringLiteral("edited"));
+        w.window.close();
+        QVERIFY(w.prompter.shown().isEmpty());
+        QVERIFY(!w.window.isVisible());
     }
 
     void settingsDialog_data()
@@ -316,13 +255,10 @@ private slots:
         QTest::addColumn<int>("baud");
         QTest::addColumn<int>("parity");
         QTest::addColumn<bool>("done");
-        QTest::addColumn<bool>("modified");
         QTest::addColumn<QString>("shown");
-        const QString tail = QStringLiteral(" parity, 8 Bit data, 1 Stop bit");
-        QTest::newRow("19200 even, done") << 4 << 1 << true << true
-                                          << QStringLiteral("19200, baud, Even") + tail;
-        QTest::newRow("no change, done") << 0 << 0 << true << false << QStringLiteral("9600, baud, No") + tail;
-        QTest::newRow("change, cancel") << 6 << 2 << false << false << QStringLiteral("9600, baud, No") + tail;
+        QTest::newRow("19200 even, done") << 4 << 1 << true << QStringLiteral("19200, baud, Even");
+        QTest::newRow("no change, done") << 0 << 0 << true << QStringLiteral("9600, baud, No");
+        QTest::newRow("change, cancel") << 6 << 2 << false << QStringLiteral("9600, baud, No");
     }
 
     void settingsDialog()
@@ -330,25 +266,26 @@ private slots:
         QFETCH(int, baud);
         QFETCH(int, parity);
         QFETCH(bool, done);
-        QFETCH(bool, modified);
         QFETCH(QString, shown);
-
         Window w;
         w.window.RunCommand(QStringLiteral("NEW"));
+        QString title;
         onNextModal([&](QWidget *dialog) {
-            QCOMPARE(dialog->windowTitle(), QStringLiteral("Tavo serial settings"));
+            title = dialog->windowTitle();
             dialog->findChild<QListWidget *>(QStringLiteral("BaudrateList"))->setCurrentRow(baud);
             dialog->findChild<QListWidget *>(QStringLiteral("ParityList"))->setCurrentRow(parity);
-            QTest::mouseClick(dialog->findChild<QPushButton *>(done ? QStringLiteral("Done") : QStringLiteral("Cancel")),
-                              Qt::LeftButton);
+            QTest::mouseClick(
+                dialog->findChild<QPushButton *>(done ? QStringLiteral("Done") : QStringLiteral("Cancel")),
+                Qt::LeftButton);
         });
-        // The status panel does what the button does.
-        QLabel *panel = w.window.findChild<QLabel *>(QStringLiteral("SETTINGS"));
-        QTest::mouseClick(panel, Qt::LeftButton);
+        QTest::mouseClick(w.window.findChild<QLabel *>(QStringLiteral("SETTINGS")), Qt::LeftButton);
 
-        QCOMPARE(w.panel("SETTINGS"), QStringLiteral("Tavo settings = ") + shown);
-        QCOMPARE(w.window.RightHandToolbar1()->ButtonTooltipText(QStringLiteral("SETTINGS")),
-                 QStringLiteral("Set Tavo serial port settings (") + shown + QLatin1Char(')'));
+        const QString text = shown + QStringLiteral(" parity, 8 Bit data, 1 Stop bit");
+        const bool modified = done && (baud || parity);
+        QCOMPARE(title, QStringLiteral("Tavo serial settings"));
+        QCOMPARE(w.panel("SETTINGS"), QStringLiteral("Tavo settings = ") + text);
+        QCOMPARE(w.button("SETTINGS")->toolTip(),
+                 QStringLiteral("Set Tavo serial port settings (") + text + u')');
         QCOMPARE(w.config().ConfigModified, modified);
         QVERIFY(!w.saveEnabled()); // settings never enable SAVE
         w.window.close();
@@ -360,10 +297,10 @@ private slots:
         QTest::addColumn<QString>("command");
         QTest::addColumn<int>("line");
         QTest::addColumn<QByteArray>("content");
-        QTest::newRow("settings with baud 9") << QStringLiteral("SETTINGS") << 34 << QByteArray("9");
-        QTest::newRow("settings with parity -1") << QStringLiteral("SETTINGS") << 35 << QByteArray("-1");
-        QTest::newRow("export of a byte 300") << QStringLiteral("EXPORT") << 2 << QByteArray("1,0,0,0,300,1,");
-        QTest::newRow("download of period 256") << QStringLiteral("DOWNLOAD") << 4 << QByteArray("256");
+        QTest::newRow("settings, baud 9") << QStringLiteral("SETTINGS") << 34 << QByteArray("9");
+        QTest::newRow("settings, parity -1") << QStringLiteral("SETTINGS") << 35 << QByteArray("-1");
+        QTest::newRow("export, a byte 300") << QStringLiteral("EXPORT") << 2 << QByteArray("1,0,0,0,300,1,");
+        QTest::newRow("download, period 256") << QStringLiteral("DOWNLOAD") << 4 << QByteArray("256");
     }
 
     void failuresInACommandMakeTheConfigurationUntitled()
@@ -371,160 +308,121 @@ private slots:
         QFETCH(QString, command);
         QFETCH(int, line);
         QFETCH(QByteArray, content);
-        QList<QByteArray> lines = tavo::configFileText(samples::varied()).split('\n');
-        lines[line - 1] = content + '\r';
-        const QString p = path(QStringLiteral("odd.OTS"));
-        QVERIFY(writeBytes(p, lines.join('\n')));
-
         Window w;
-        w.open(p);
-        QCOMPARE(w.window.windowTitle(), QStringLiteral("odd")); // it loads
-        const int dialogs = int(w.dialog.shown().size());
-        w.window.RunCommand(command); // and fails without showing anything
-        QCOMPARE(w.window.windowTitle(), QStringLiteral("Serial Tavo Editor 1.0.3"));
+        w.open(sample("odd.OTS", withLine(tavo::configFileText(varied()), line, content)));
+        QCOMPARE(w.title(), QStringLiteral("odd")); // it loads
+        const auto dialogs = w.dialog.shown().size();
+        w.window.RunCommand(command); // and the command fails without a word
+        QCOMPARE(w.title(), Untitled);
         QCOMPARE(w.panel("FILENAME"), QString());
         QVERIFY(w.prompter.shown().isEmpty());
-        QCOMPARE(int(w.dialog.shown().size()), dialogs);
+        QCOMPARE(w.dialog.shown().size(), dialogs);
         QVERIFY(w.units.programmed.isEmpty());
     }
 
     void saveUnderTheNameTheDialogLastHeld()
     {
-        const QString p = writeSample(QStringLiteral("named.OTS"));
-        // Opened from the command line: the dialog never saw the name, so
-        // a save writes the file and leaves the configuration untitled.
+        const QString p = sample("named.OTS");
+        // From the command line the dialog never saw the name: SAVE writes
+        // the file and leaves the configuration untitled; the next one asks.
         Window w({p});
         w.editOutput(0);
         w.click("SAVE");
         QVERIFY(w.dialog.shown().isEmpty());
         QCOMPARE(readAll(p).split('\n').at(4), QByteArray("-1\r")); // output 1 now pulses
-        QCOMPARE(w.window.windowTitle(), QStringLiteral("Serial Tavo Editor 1.0.3"));
+        QCOMPARE(w.title(), Untitled);
         w.editOutput(2);
-        w.dialog.SetNextFileName(QString()); // the next save asks, and is cancelled
-        w.click("SAVE");
+        w.click("SAVE"); // the dialog is cancelled
         QCOMPARE(w.dialog.shown().size(), 1);
         QVERIFY(w.saveEnabled());
 
-        // After an export the dialog holds the export's name: SAVE writes the
-        // configuration where it came from, then remembers the export's name.
+        // After an export SAVE writes the configuration where it came from,
+        // then remembers the export's name.
         Window e;
         e.open(p);
-        e.dialog.SetNextFileName(path(QStringLiteral("named.BDX")));
+        e.dialog.SetNextFileName(path("named.BDX"));
         e.click("EXPORT");
-        QCOMPARE(e.dialog.shown().last().proposedName, path(QStringLiteral("named.BDX")));
+        QCOMPARE(e.dialog.shown().last().proposedName, path("named.BDX"));
         e.editOutput(3);
         e.click("SAVE");
-        QCOMPARE(e.window.CurrentFileName(), path(QStringLiteral("named.BDX")));
-        QCOMPARE(readAll(path(QStringLiteral("named.BDX"))).size(), 65539); // not overwritten yet
+        QCOMPARE(readAll(p).split('\n').at(16), QByteArray("-1\r"));
+        QCOMPARE(e.window.CurrentFileName(), path("named.BDX"));
+        QCOMPARE(readAll(path("named.BDX")).size(), 65539);
     }
 
     void exportWritesTheImage()
     {
         Window w;
-        w.open(writeSample(QStringLiteral("shop.OTS")));
-        const QString target = path(QStringLiteral("shop export.BDX"));
-        w.dialog.SetNextFileName(target);
+        w.open(sample("shop.OTS"));
+        w.dialog.SetNextFileName(path("shop export.BDX"));
         w.click("EXPORT");
-
-        const auto &shown = w.dialog.shown().last();
-        QVERIFY(shown.save);
-        QCOMPARE(shown.flags, 0x8002);
-        QCOMPARE(shown.filter, QStringLiteral("Brondel Export File (*.BDX)| *.BDX"));
-        ConfigData expected = samples::varied();
+        QCOMPARE(w.dialog.shown().last().flags, 0x8002);
+        QCOMPARE(w.dialog.shown().last().filter, QStringLiteral("Brondel Export File (*.BDX)| *.BDX"));
+        ConfigData expected = varied();
         tavo::BuildConfigImage(expected);
-        QCOMPARE(readAll(target), tavo::exportFileBytes(expected));
-        QCOMPARE(w.prompter.shown().last().text, target + QStringLiteral(" has been successfully exported"));
+        QCOMPARE(readAll(path("shop export.BDX")), tavo::exportFileBytes(expected));
+        QCOMPARE(w.prompter.shown().last().text,
+                 path("shop export.BDX") + QStringLiteral(" has been successfully exported"));
         QCOMPARE(w.prompter.shown().last().title, QStringLiteral("Successful"));
 
-        w.dialog.SetNextFileName(path(QStringLiteral("no folder/x.BDX")));
+        w.dialog.SetNextFileName(path("no folder/x.BDX"));
         w.click("EXPORT");
         QCOMPARE(w.prompter.shown().last().text, QStringLiteral("Failed to export!"));
         QCOMPARE(w.prompter.shown().last().title, QStringLiteral("Error!"));
         QCOMPARE(w.prompter.shown().last().icon, Prompter::Icon::Exclamation);
-        QCOMPARE(w.window.windowTitle(), QStringLiteral("shop")); // nothing else changes
+        QCOMPARE(w.title(), QStringLiteral("shop"));
     }
 
     void failedSaveKeepsTheOldFile()
     {
         // A code of 15 bytes loads, but cannot be written back.
-        QList<QByteArray> lines = tavo::configFileText(samples::varied()).split('\n');
-        lines[1] = "15,0,0,0," + QByteArray("65,0,").repeated(15) + '\r';
-        const QString p = path(QStringLiteral("long.OTS"));
-        QVERIFY(writeBytes(p, lines.join('\n')));
+        const QString p = sample("long.OTS", withLine(tavo::configFileText(varied()), 2,
+                                                      "15,0,0,0," + QByteArray("65,0,").repeated(15)));
         const QByteArray before = readAll(p);
-
         Window w;
         w.open(p);
         w.editOutput(4);
         w.click("SAVE");
         QCOMPARE(readAll(p), before);
         QCOMPARE(w.prompter.shown().size(), 1);
-        QCOMPARE(w.prompter.shown().first().text, QStringLiteral("Failed to save file, may be write protected"));
+        QCOMPARE(w.prompter.shown().first().text,
+                 QStringLiteral("Failed to save file, may be write protected"));
         QCOMPARE(w.prompter.shown().first().title, QStringLiteral("Error!"));
-        QCOMPARE(w.prompter.shown().first().buttons, Prompter::Buttons::Ok);
-        QCOMPARE(w.window.windowTitle(), QStringLiteral("Serial Tavo Editor 1.0.3"));
-        QVERIFY(w.saveEnabled());
-        QVERIFY(w.config().ConfigModified);
+        QCOMPARE(w.title(), Untitled);
+        QVERIFY(w.saveEnabled() && w.config().ConfigModified);
     }
 
-    void shortFilesLoadAsFarAsTheyGo_data()
+    void panelsShowWhatAShortFileHeld()
     {
-        QTest::addColumn<int>("lines");
-        for (int lines = 0; lines <= 35; ++lines)
-            QTest::addRow("%d lines", lines) << lines;
-    }
-
-    void shortFilesLoadAsFarAsTheyGo()
-    {
-        QFETCH(int, lines);
-        const QList<QByteArray> all = tavo::configFileText(samples::varied()).split('\n');
-        const QString p = path(QStringLiteral("short.OTS"));
-        QVERIFY(writeBytes(p, all.mid(0, lines).join('\n') + (lines ? "\n" : "")));
-
+        const QList<QByteArray> all = tavo::configFileText(varied()).split('\n');
         Window w;
-        w.open(p);
-        QCOMPARE(w.window.windowTitle() == QStringLiteral("short"), lines == 35);
+        w.open(sample("short.OTS", all.mid(0, 13).join('\n'))); // outputs 0 to 2
+        QCOMPARE(w.title(), Untitled);
         QVERIFY(w.prompter.shown().isEmpty());
-        for (int n = 0; n < 8; ++n) {
-            const bool shown = lines >= 5 + 4 * n;
-            QCOMPARE(w.periodShown(n), shown ? QStringLiteral("%1").arg(n * 36, 3, 10, QLatin1Char('0'))
-                                             : QStringLiteral("001"));
-        }
+        QCOMPARE(w.periodShown(2), QStringLiteral("072"));
+        QCOMPARE(w.periodShown(3), QStringLiteral("001"));
     }
 
     void unitDialogsGetTheCurrentCodes()
     {
         Window w;
-        SerialEditor *on = w.window.OutputControl1(5)->findChild<SerialEditor *>(QStringLiteral("SerialEditorOn"));
-        on->ReturnCurrentMessage().SetAllDataTo(samples::message({{'G', 0}, {'O', 0}}));
-
+        const SerialEditorData go = message({{'G', 0}, {'O', 0}});
+        w.window.OutputControl1(5)
+            ->findChild<SerialEditor *>(QStringLiteral("SerialEditorOn"))
+            ->ReturnCurrentMessage()
+            .SetAllDataTo(go);
         w.click("TEST");
         QCOMPARE(w.units.tested.size(), 1);
-        QVERIFY(w.units.tested.first().OnMessages[5].IsTheSameAs(samples::message({{'G', 0}, {'O', 0}})));
-
+        QVERIFY(w.units.tested.first().OnMessages[5].IsTheSameAs(go));
         w.click("DOWNLOAD");
         QCOMPARE(w.units.programmed.size(), 1);
-        const auto &image = w.units.programmed.first().ConfigImage;
-        QCOMPARE(int(image[16 + 15 * 5]), 2);
-        QCOMPARE(int(image[17 + 15 * 5]), int('G'));
-        QCOMPARE(int(image[0]), 1);
+        QCOMPARE(w.units.programmed.first().ConfigImage[16 + 15 * 5], 2);
+        QCOMPARE(w.units.programmed.first().ConfigImage[17 + 15 * 5], 'G');
 
         SerialTavo bare; // without unit services both do their own part only
         bare.Start();
-        bare.RunCommand(QStringLiteral("TEST"));
         bare.RunCommand(QStringLiteral("DOWNLOAD"));
-        QCOMPARE(int(bare.Config().ConfigImage[0]), 1);
-    }
-
-    void helpOpensThePageBesideTheProgram()
-    {
-        Window w;
-        w.shell.code = Shell::FileNotFound;
-        w.click("HELP");
-        QCOMPARE(w.shell.opened, QStringList{QCoreApplication::applicationDirPath()
-                                             + QStringLiteral("/Serial Tavo Editor.html")});
-        QCOMPARE(w.prompter.shown().last().text, QStringLiteral("File not found!"));
-        QCOMPARE(w.prompter.shown().last().title, QStringLiteral("Link Launch Error"));
+        QCOMPARE(bare.Config().ConfigImage[0], 1);
     }
 
     void shortcutsRunTheCommands_data()
@@ -534,7 +432,7 @@ private slots:
         QTest::addColumn<int>("launches");
         QTest::newRow("Ctrl+O opens") << QKeySequence(Qt::CTRL | Qt::Key_O) << 1 << 0;
         QTest::newRow("Ctrl+Shift+S saves as") << QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S) << 1 << 0;
-        QTest::newRow("Ctrl+S saves an untitled change") << QKeySequence(Qt::CTRL | Qt::Key_S) << 1 << 0;
+        QTest::newRow("Ctrl+S saves") << QKeySequence(Qt::CTRL | Qt::Key_S) << 1 << 0;
         QTest::newRow("F1 is help") << QKeySequence(Qt::Key_F1) << 0 << 1;
         QTest::newRow("Ctrl+N starts again") << QKeySequence(Qt::CTRL | Qt::Key_N) << 0 << 0;
     }
@@ -547,29 +445,26 @@ private slots:
         Window w;
         w.editOutput(6);
         w.prompter.SetNextAnswer(Answer::No);
-        w.window.activateWindow();
         QTest::keySequence(&w.window, keys);
         QCOMPARE(int(w.dialog.shown().size()), dialogs);
-        QCOMPARE(int(w.shell.opened.size()), launches);
-        if (keys == QKeySequence(Qt::CTRL | Qt::Key_N))
-            QVERIFY(!w.config().PulseModes[6]);
+        QCOMPARE(w.shell.opened, launches ? QStringList{QCoreApplication::applicationDirPath()
+                                                        + QStringLiteral("/Serial Tavo Editor.html")}
+                                          : QStringList());
+        QCOMPARE(w.config().PulseModes[6], keys != QKeySequence(Qt::CTRL | Qt::Key_N));
     }
 
     void minimiseAndAbout()
     {
         Window w;
-        w.click("MIN");
-        QVERIFY(w.window.windowState() & Qt::WindowMinimized);
-
-        QString product, version;
+        QString version;
         onNextModal([&](QWidget *about) {
-            product = about->findChild<QLabel *>(QStringLiteral("Product"))->text();
             version = about->findChild<QLabel *>(QStringLiteral("Version"))->text();
             QTest::mouseClick(about->findChild<QPushButton *>(QStringLiteral("OK")), Qt::LeftButton);
         });
-        w.window.RunCommand(QStringLiteral("ABOUT"));
-        QCOMPARE(product, QStringLiteral("Serial Tavo Editor"));
+        w.click("ABOUT");
         QCOMPARE(version, QStringLiteral("Version 1.0.3"));
+        w.click("MIN");
+        QVERIFY(w.window.windowState() & Qt::WindowMinimized);
     }
 };
 
