@@ -73,7 +73,8 @@ private slots:
         QVERIFY(host.protocol.Slots()[0].optionEnabled);
         QCOMPARE(host.protocol.Slots()[1].text, u"--------------"_s);
         QVERIFY(!host.protocol.Slots()[1].textVisible);
-        qInfo("search finding the unit: %lld ms (its own waits: %lld ms)", searchMs, host.waiter.requestedMs());
+        qInfo("search finding the unit: %lld ms (%lld ms of it in waits, %lld ms asked for)", searchMs,
+              host.waiter.waitedMs(), host.waiter.requestedMs());
 
         const ConfigData config = sampleConfiguration();
         host.protocol.SetConfigImage(config.ConfigImage);
@@ -83,7 +84,7 @@ private slots:
         const int restartsBefore = unit.unit().restarts();
         QCOMPARE(host.protocol.ProgramChosenSlot(), 0);
         const qint64 downloadMs = clock.elapsed();
-        qInfo("programming run (search, 32 blocks, restart): %lld ms (its own waits: %lld ms of %lld ms asked)",
+        qInfo("programming run (search, 32 blocks, restart): %lld ms (%lld ms of it in waits, %lld ms asked for)",
               downloadMs, host.waiter.waitedMs(), host.waiter.requestedMs());
 
         QCOMPARE(host.prompter.shown().size(), 1);
@@ -123,8 +124,8 @@ private slots:
         QElapsedTimer clock;
         clock.start();
         host.protocol.search_for_vell();
-        qInfo("search of a port where nothing answers: %lld ms (its own waits: %lld ms)", clock.elapsed(),
-              host.waiter.requestedMs());
+        qInfo("search of a port where nothing answers: %lld ms (%lld ms of it in waits, %lld ms asked for)",
+              clock.elapsed(), host.waiter.waitedMs(), host.waiter.requestedMs());
         QCOMPARE(host.protocol.Slots()[0].text, u"--------------"_s);
         QVERIFY(host.protocol.Slots()[0].textVisible);
         // The unit saw every setting of the search on the line, the rates
