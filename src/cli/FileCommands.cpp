@@ -1,0 +1,131 @@
+// tavo show, image and export: what a configuration file holds and what the
+// unit gets from it, without a display and without a unit.
+
+#include "cli/Commands.h"
+#include "cli/Console.h"
+#include "editor/ByteDisplay.h"
+#include "mainwindow/ConfigData.h"
+#include "mainwindow/ExportFile.h"
+#include "mainwindow/SerialSettings.h"
+
+#include <QFile>
+
+#include <cstdio>
+
+#ifdef Q_OS_WIN
+#include <fcntl.h>
+#include <io.h>
+#endif
+
+namespace cli {
+
+namespace {
+
+QString modeText(bool pulse)
+{
+    return pulse ? QStringLiteral("Output On for \"Period\" seconds after serial code received")
+                 : QStringLiteral("Outputs use seperate On/Off serial codes");
+}
+
+QString periodText(int period)
+{
+    // The unit reads 0 as a tenth of a second, which nobody guesses.
+    return period == 0 ? QStringLiteral("0 (0.1 s)") : QString::number(period);
+}
+
+// "  On: Hi,CR,5d", or "  On:" alone for an empty code (no trailing blank).
+QString codeLine(const char *label, const SerialEditorData &message)
+{
+    const QString text = ByteDisplay::messageText(message);
+    QString line = QStringLiteral("  %1:").arg(QLatin1String(label));
+    if (!text.isEmpty())
+        line += QLatin1Char(' ') + text;
+    return line;
+}
+
+} // namespace
+
+int runShow(const QStringList &args)
+{
+    CommandParser cmd(
+        QStringLiteral("show"), QStringLiteral("[options] FILE.OTS"),
+        QStringLiteral("Shows the eight outputs of a configuration (mode, period, On and Off codes "
+                       "as the editor draws them) and the unit's serial settings."));
+    cmd->addPositionalArgument(QStringLiteral("FILE.OTS"), QStringLiteral("Configuration file."));
+    if (const auto stop = cmd.parse(args, 1))
+        return *stop;
+
+    ConfigData config;
+    if (!loadConfig(cmd->positionalArguments().at(0), config))
+        return ExitFailed;
+
+    QTextStream &o = out();
+    for (int n = 0; n < ConfigData::OutputCount; ++n) {
+        const auto i = static_cast<std::size_t>(n);
+        o << "Output " << n + 1 << '\n';
+        o << "  Mode: " << modeText(config.PulseModes[i]) << '\n';
+        o << "  Period: " << periodText(config.OnPeriods[i]) << '\n';
+        o << codeLine("On", config.OnMessages[i]) << '\n';
+        o << codeLine("Off", config.OffMessages[i]) << '\n';
+    }
+    o << "Settings: " << tavo::SerialSettingsText(config) << Qt::endl;
+    return ExitOk;
+}
+
+int runImage(const QStringList &args)
+{
+    CommandParser cmd(
+        QStringLiteral("image"), QStringLiteral("[options] FILE.OTS"),
+        QStringLiteral("Prints the 256-byte configuration image that would be downloaded into the "
+                       "unit: 16 lines of 16 bytes in hexadecimal."));
+    cmd->addPositionalArgument(QStringLiteral("FILE.OTS"), QStringLiteral("Configuration file."));
+    const QCommandLineOption raw(QStringLiteral("raw"), QStringLiteral("Write the 256 bytes themselves."));
+    cmd->addOption(raw);
+    if (const auto stop = cmd.parse(args, 1))
+        return *stop;
+
+    ConfigData config;
+    if (!loadConfigImage(cmd->positionalArguments().at(0), config))
+        return ExitFailed;
+    const auto &image = config.ConfigImage;
+
+    if (cmd->isSet(raw)) {
+        out().flush();
+#ifdef Q_OS_WIN
+        _setmode(_fileno(stdout), _O_BINARY);
+#endif
+        const bool written = std::fwrite(image.data(), 1, image.size(), stdout) == image.size();
+        if (!written || std::fflush(stdout) != 0)
+            return fail(QStringLiteral("cannot write to the standard output"));
+        return ExitOk;
+    }
+
+    const QByteArray bytes(reinterpret_cast<const char *>(image.data()),
+                           static_cast<qsizetype>(image.size()));
+    for (qsizetype row = 0; row < bytes.size(); row += 16)
+        out() << bytes.mid(row, 16).toHex(' ').toUpper() << '\n';
+    out().flush();
+    return ExitOk;
+}
+
+int runExport(const QStringList &args)
+{
+    CommandParser cmd(
+        QStringLiteral("export"), QStringLiteral("[options] FILE.OTS OUT.BDX"),
+        QStringLiteral("Writes the export file (.BDX) of a configuration, as the editor's Export "
+                       "does."));
+    cmd->addPositionalArgument(QStringLiteral("FILE.OTS"), QStringLiteral("Configuration file."));
+    cmd->addPositionalArgument(QStringLiteral("OUT.BDX"), QStringLiteral("Export file to write."));
+    if (const auto stop = cmd.parse(args, 2))
+        return *stop;
+
+    ConfigData config;
+    if (!loadConfigImage(cmd->positionalArguments().at(0), config))
+        return ExitFailed;
+    const QString target = cmd->positionalArguments().at(1);
+    if (!tavo::writeExportFile(target, config))
+        return fail(QStringLiteral("%1: cannot be written").arg(target));
+    return ExitOk;
+}
+
+} // namespace cli

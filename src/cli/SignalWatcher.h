@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QObject>
+
+class QSocketNotifier;
+
+// Turns SIGINT and SIGTERM into a Qt signal, so that Ctrl+C (or a kill from
+// a script) ends a command through the event loop: the simulator closes its
+// terminal and the protocol stops at its next wait, instead of the process
+// dying half-way through a write.
+//
+// A signal handler may do almost nothing, so it only writes the signal
+// number into a pipe; the read end is watched by a QSocketNotifier. One
+// watcher per process. On systems without these signals it never fires.
+class SignalWatcher : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit SignalWatcher(QObject *parent = nullptr);
+    ~SignalWatcher() override;
+
+    // False when the pipe or the handlers could not be set up.
+    bool isActive() const { return m_notifier != nullptr; }
+
+signals:
+    void Interrupted(int signalNumber);
+
+private:
+    void readSignal();
+
+    QSocketNotifier *m_notifier = nullptr;
+};
