@@ -1,0 +1,56 @@
+#pragma once
+
+#include "device/VellTypes.h"
+#include "mainwindow/UnitServices.h"
+#include "platform/PortSlots.h"
+
+#include <functional>
+#include <memory>
+
+class EventLoopWaiter;
+class KeyValueStore;
+class MessageBoxPrompter;
+class Prompter;
+class QtSerialLink;
+class SerialLink;
+class UnitDialog;
+class Waiter;
+
+// The unit side of the editor: the device-type table and the two dialogs
+// that talk to a unit, on one serial link shared by both.
+//
+// The program's instance runs on the system's serial ports (QSerialPort),
+// waits in event loops and asks through message boxes; tests hand in a
+// simulated link, a virtual-time waiter, a scripted prompter and their
+// own store.
+class DeviceUnitServices : public UnitServices
+{
+public:
+    explicit DeviceUnitServices(const PortSlots &ports = PortSlots::fromEnvironment());
+    DeviceUnitServices(SerialLink &link, Waiter &waiter, Prompter &prompter, KeyValueStore &store);
+    ~DeviceUnitServices() override;
+
+    void CheckDeviceTypes() override;
+    void ShowTestDialog(ConfigData &config, QWidget *parent) override;
+    void ShowProgrammingDialog(ConfigData &config, QWidget *parent) override;
+
+    const VellTypes &Types() const { return m_types; }
+    SerialLink &Link() { return *m_link; }
+
+    // Called with each dialog right before it runs modally, so a test can
+    // drive it (and close it) from the dialog's own event loop.
+    std::function<void(UnitDialog &)> DialogOpened;
+
+private:
+    void runModal(UnitDialog &dialog);
+
+    std::unique_ptr<QtSerialLink> m_ownLink;
+    std::unique_ptr<EventLoopWaiter> m_ownWaiter;
+    std::unique_ptr<MessageBoxPrompter> m_ownPrompter;
+    std::unique_ptr<KeyValueStore> m_ownStore;
+    SerialLink *m_link;
+    Waiter *m_waiter;
+    Prompter *m_prompter;
+    KeyValueStore *m_store;
+    VellTypes m_types;
+};

@@ -1,0 +1,100 @@
+#pragma once
+
+#include "device/VellProtocol.h"
+
+#include <QDialog>
+#include <QPointer>
+
+#include <functional>
+#include <memory>
+
+class Prompter;
+class QFrame;
+class QLabel;
+class SerialLink;
+class VellTypes;
+class Waiter;
+
+// What the dialogs that talk to a unit have in common: the port search of
+// every activation, and a safe way out while the serial code waits.
+//
+// The serial routines wait in nested event loops, so the user can close
+// the dialog (Cancel, Done, Escape, the window's close button) in the
+// middle of a wait. Closing sets the waiter's abort flag, which makes the
+// wait in progress and every later one return at once, closes the port and
+// hides the dialog; the routine then unwinds on its own. The protocol and
+// the prompter it talks through are kept alive by the running routine
+// itself, so even a dialog deleted during a wait leaves nothing dangling,
+// and messages that would follow an abort ("Tavo not responding" after
+// the user gave up) are not shown.
+class UnitDialog : public QDialog
+{
+    Q_OBJECT
+
+public:
+    // The serial side, owned by whoever opens the dialog.
+    struct Parts {
+        SerialLink &link;
+        Waiter &waiter;
+        Prompter &prompter;
+        const VellTypes &types;
+    };
+
+    ~UnitDialog() override;
+
+    VellProtocol &protocol();
+    // A search or programming run is in progress.
+    bool Busy() const { return m_busy; }
+
+    // Every way of closing ends here: the abort flag is set so that a
+    // running search or download stops, and the port is closed.
+    void done(int result) override;
+
+signals:
+    // The search of an activation or of the search button has ended (also
+    // when it was cut short).
+    void SearchFinished();
+
+protected:
+    UnitDialog(const Parts &parts, QWidget *parent);
+
+    // Runs after the dialog has been shown and painted, every time it is
+    // shown.
+    virtual void Form_Activate() = 0;
+    // Mirrors one slot of the search in the slot's widgets.
+    virtual void applySlot(int slot, const SearchSlot &state) = 0;
+
+    // Runs `work` on the protocol unless something else runs already.
+    // False when it could not run, was aborted, or the dialog is gone by
+    // its end: then the caller returns at once and touches nothing.
+    bool run(const std::function<void(VellProtocol &)> &work);
+    // search_for_vell through run(), with Command1 held off meanwhile.
+    bool search();
+    bool aborted() const;
+    void closePort();
+
+    // The row of slot i: its option button, the system name of its port
+    // (the adapter's description as the tooltip) and what answered there,
+    // with the cover Blanking(i) lying on top of it while the port is
+    // searched.
+    struct SlotRow {
+        QWidget *row;
+        QLabel *portName;
+        QFrame *blanking;
+    };
+    SlotRow makeSlotRow(int slot, QWidget *option, QWidget *type);
+    void showPort(QLabel *label, const SearchSlot &state);
+    // `cover` takes the same place as `content`, on top of it.
+    static QWidget *stacked(QWidget *content, QWidget *cover, QWidget *parent);
+
+    void showEvent(QShowEvent *event) override;
+
+    SerialLink &m_link;
+    Waiter &m_waiter;
+    QWidget *m_searchButton = nullptr;
+
+private:
+    struct Session;
+    std::shared_ptr<Session> m_session;
+    bool m_busy = false;
+};
