@@ -266,7 +266,10 @@ void SerialTestForm::compose()
 
 void SerialTestForm::Send_Click()
 {
-    if (Busy())
-        return;
-    TestStrings::Send(m_link, m_port, m_mode, m_serialEditor1->ReturnCurrentMessage(), m_config);
+    // The send waits for its bytes to leave; meanwhile a second press must
+    // not start another one on the same port.
+    run([this](VellProtocol &) {
+        TestStrings::Send(m_link, m_port, m_mode, m_serialEditor1->ReturnCurrentMessage(), m_config,
+                          &m_waiter);
+    });
 }

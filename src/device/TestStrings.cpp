@@ -3,7 +3,9 @@
 #include "mainwindow/ConfigData.h"
 #include "mainwindow/SerialSettings.h"
 #include "message/SerialEditorData.h"
+#include "platform/LineSettings.h"
 #include "platform/SerialLink.h"
+#include "platform/Waiter.h"
 
 #include <stdexcept>
 
@@ -188,7 +190,19 @@ QByteArray SendBytes(int mode, const SerialEditorData &message)
     return bytes;
 }
 
-bool Send(SerialLink &link, int port, int mode, const SerialEditorData &message, const ConfigData &config)
+int DrainMs(int count, const QString &settings)
+{
+    constexpr int SettleMs = 20;
+    if (count <= 0)
+        return 0;
+    const LineSettings s = LineSettings::parse(settings).value_or(LineSettings{});
+    const int bitsPerByte = 1 + s.dataBits + (s.parity == LineSettings::Parity::None ? 0 : 1) + s.stopBits;
+    const qint64 bits = qint64(count) * bitsPerByte;
+    return static_cast<int>((bits * 1000 + s.baud - 1) / s.baud) + SettleMs;
+}
+
+bool Send(SerialLink &link, int port, int mode, const SerialEditorData &message, const ConfigData &config,
+          Waiter *drain)
 {
     bool sent = false;
     try {
@@ -202,6 +216,8 @@ bool Send(SerialLink &link, int port, int mode, const SerialEditorData &message,
             link.SetPortOpen(true);
             link.Output(bytes);
             sent = true;
+            if (drain)
+                drain->Wait(DrainMs(static_cast<int>(bytes.size()), *settings));
         }
     } catch (const std::exception &) {
         // A test string that cannot go out is simply not sent; the user

@@ -9,6 +9,7 @@
 
 class SerialEditorData;
 class SerialLink;
+class Waiter;
 struct ConfigData;
 
 // The test strings that switch a unit's outputs by hand, as the serial test
@@ -72,11 +73,20 @@ int SendCount(int mode, const SerialEditorData &message);
 // for a count the message cannot give or a value that is not a byte.
 QByteArray SendBytes(int mode, const SerialEditorData &message);
 
+// How long `count` bytes take on the line at `settings`, with a moment
+// for the far end to read them.
+int DrainMs(int count, const QString &settings);
+
 // Sends the message on `port`: closes the link if it is open, opens the
 // port at the mode's setting, writes, closes. Nothing is reported: a send
 // that cannot be made (no port, nothing to send, a port that will not
 // open or refuses the setting) simply sends nothing. True when the bytes
 // were written.
-bool Send(SerialLink &link, int port, int mode, const SerialEditorData &message, const ConfigData &config);
+//
+// With a waiter the port is held open until the bytes have left: closing
+// a port puts the line back to its setting from before the opening, and
+// bytes still on their way would go out at that one.
+bool Send(SerialLink &link, int port, int mode, const SerialEditorData &message, const ConfigData &config,
+          Waiter *drain = nullptr);
 
 } // namespace TestStrings

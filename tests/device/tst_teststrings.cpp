@@ -3,6 +3,7 @@
 #include "message/SerialEditorData.h"
 #include "sim/SimulatedLink.h"
 #include "sim/VirtualClock.h"
+#include "sim/VirtualWaiter.h"
 
 #include <QTest>
 
@@ -263,6 +264,14 @@ private slots:
         QCOMPARE(events[1].port, 3);
         QCOMPARE(events.back().kind, Event::Kind::Close);
         QCOMPARE(events.back().port, 1);
+
+        // Given a waiter, the port stays open until the bytes are out:
+        // 10 bits each at 9600 baud.
+        link.clearEvents();
+        VirtualWaiter waiter(clock);
+        const SerialEditorData longer = code("0123456789abcd"_ba);
+        QVERIFY(TestStrings::Send(link, 1, TestStrings::Tavo, longer, config, &waiter));
+        QVERIFY(link.events().back().timeMs - link.writes().front().timeMs >= 14 * 10 * 1000 / 9600);
 
         link.clearEvents();
         QVERIFY(!TestStrings::Send(link, 2, TestStrings::Mask, message, config)); // port 2 is missing
