@@ -32,11 +32,9 @@ public:
 
     SerialTestForm(const ConfigData &config, const Parts &parts, QWidget *parent = nullptr);
 
-    // The form's own state: port 0 (none) or 1 to 4, mode 0 to 3, output
-    // 0 to 7.
+    // The port test strings go to: 0 (none) or 1 to 4. It is the last one
+    // chosen, even after a new search has cleared the choice on screen.
     int Port() const { return m_port; }
-    int Mode() const { return m_mode; }
-    int SelectedOutput() const { return m_output; }
 
 protected:
     void Form_Activate() override;

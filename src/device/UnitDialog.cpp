@@ -223,7 +223,7 @@ UnitDialog::SlotRow UnitDialog::makeSlotRow(int slot, QWidget *option, QWidget *
     blanking->setFrameShape(QFrame::StyledPanel);
     blanking->setAutoFillBackground(true);
     auto *label = new QLabel(QStringLiteral("Please Wait Searching for Tavos"), blanking);
-    label->setObjectName(QStringLiteral("Blanking1"));
+    label->setObjectName(QStringLiteral("Blanking1_%1").arg(slot));
     auto *coverLayout = new QVBoxLayout(blanking);
     coverLayout->setContentsMargins(6, 0, 6, 0);
     coverLayout->addWidget(label);

