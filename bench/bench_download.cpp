@@ -21,7 +21,9 @@
 #include <QTimer>
 
 #include <algorithm>
+#include <ctime>
 #include <memory>
+#include <sys/resource.h>
 
 using namespace bench;
 
@@ -51,6 +53,10 @@ struct RunResult {
     WaitSummary waits;
     QString linkCalls;
     double maxGapMs = 0;
+    double maxCpuMs = 0;
+    // Times the system took the CPU away from the program while it wanted
+    // to run: each one can stretch a wait or a gap by a time slice.
+    long preemptions = 0;
 };
 
 // program_unit answers 0 both for a finished run and for a failed download
@@ -94,22 +100,28 @@ RunResult virtualRun()
     return result;
 }
 
-// Counts the turns of the event loop with a timer that is due at every
-// turn: the time between two of its timeouts is how long the loop (and
-// with it painting and the user's clicks) had to wait.
+// Watches the turns of the event loop with a repeating timer: the time
+// between two of its timeouts is how long the loop (and with it painting
+// and the user's clicks) had to wait. At interval 0 the timer is due at
+// every turn and keeps the loop spinning; at 1 ms the loop sleeps between
+// turns as it does in use, so the system has no reason to take the CPU
+// away from a busy process.
 class LoopWatch
 {
 public:
-    LoopWatch()
+    explicit LoopWatch(int intervalMs)
     {
-        m_timer.setInterval(0);
+        m_timer.setInterval(intervalMs);
+        m_timer.setTimerType(Qt::PreciseTimer);
         QObject::connect(&m_timer, &QTimer::timeout, [this] { turn(); });
     }
 
     void start()
     {
         m_maxGapNs = 0;
+        m_maxCpuNs = 0;
         m_last = monotonicNs();
+        m_lastCpu = threadCpuNs();
         m_timer.start();
     }
 
@@ -121,24 +133,50 @@ public:
     }
 
     double maxGapMs() const { return static_cast<double>(m_maxGapNs) / 1e6; }
+    // The most processor time this thread used between two turns: the
+    // part of a gap that is our own work, whatever the machine's load.
+    double maxCpuMs() const { return static_cast<double>(m_maxCpuNs) / 1e6; }
 
 private:
+    static qint64 threadCpuNs()
+    {
+        timespec t{};
+        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+        return qint64(t.tv_sec) * 1'000'000'000 + t.tv_nsec;
+    }
+
     void turn()
     {
         const qint64 now = monotonicNs();
+        const qint64 cpu = threadCpuNs();
         m_maxGapNs = std::max(m_maxGapNs, now - m_last);
+        m_maxCpuNs = std::max(m_maxCpuNs, cpu - m_lastCpu);
         m_last = now;
+        m_lastCpu = cpu;
     }
 
     QTimer m_timer;
     qint64 m_last = 0;
+    qint64 m_lastCpu = 0;
     qint64 m_maxGapNs = 0;
+    qint64 m_maxCpuNs = 0;
 };
 
-// `runs` programming runs, one after another on the same open port, as a
-// production line programs unit after unit.
-std::vector<RunResult> ptyRuns(UnitHost &host, int runs, bool watchLoop)
+long involuntarySwitches()
 {
+    rusage usage{};
+    getrusage(RUSAGE_THREAD, &usage);
+    return usage.ru_nivcsw;
+}
+
+constexpr int NoWatch = -1;
+
+// `runs` programming runs, one after another on the same open port, as a
+// production line programs unit after unit; the event loop watched with a
+// timer of `watchIntervalMs` unless NoWatch.
+std::vector<RunResult> ptyRuns(UnitHost &host, int runs, int watchIntervalMs)
+{
+    const bool watchLoop = watchIntervalMs != NoWatch;
     std::vector<RunResult> results;
     QtSerialLink link(PortSlots(QStringList{host.portName()}));
     EventLoopWaiter loopWaiter;
@@ -157,7 +195,7 @@ std::vector<RunResult> ptyRuns(UnitHost &host, int runs, bool watchLoop)
         return {failed};
     }
 
-    LoopWatch watch;
+    LoopWatch watch(watchLoop ? watchIntervalMs : 0);
     for (int run = 0; run < runs; ++run) {
         waiter.clear();
         timedLink.clear();
@@ -167,12 +205,15 @@ std::vector<RunResult> ptyRuns(UnitHost &host, int runs, bool watchLoop)
         RunResult result;
         if (watchLoop)
             watch.start();
+        const long switchesBefore = involuntarySwitches();
         const qint64 start = monotonicNs();
         const std::int16_t code = protocol.program_unit();
         result.totalMs = static_cast<double>(monotonicNs() - start) / 1e6;
+        result.preemptions = involuntarySwitches() - switchesBefore;
         if (watchLoop) {
             watch.stop();
             result.maxGapMs = watch.maxGapMs();
+            result.maxCpuMs = watch.maxCpuMs();
         }
         result.waits = summarize(waiter.records());
         result.linkCalls = timedLink.describe();
@@ -212,9 +253,10 @@ QString breakdown(const QString &label, const RunResult &r)
 {
     const WaitSummary &w = r.waits;
     const double outside = r.totalMs - w.spentMs();
-    return QStringLiteral("%1: %2 fixed waits asked %3, took %4 (%5 late, at most %11 each); %6 waits ended "
-                          "early on the answer "
-                          "in %7 (%8 each); %9 waits ran out; %10 outside the waits")
+    return QStringLiteral(
+               "%1: %2 fixed waits asked %3, took %4 (%5 late, at most %11 each); %6 waits ended "
+               "early on the answer "
+               "in %7 (%8 each); %9 waits ran out; %10 outside the waits; taken off the CPU %12 times")
         .arg(label)
         .arg(w.fixedCount)
         .arg(formatMs(static_cast<double>(w.fixedAskedMs)), formatMs(w.fixedSpentMs),
@@ -222,7 +264,8 @@ QString breakdown(const QString &label, const RunResult &r)
         .arg(w.earlyCount)
         .arg(formatMs(w.earlySpentMs), formatMs(w.earlyCount ? w.earlySpentMs / w.earlyCount : 0.0))
         .arg(w.ranOutCount)
-        .arg(formatMs(outside), formatMs(w.maxLateMs));
+        .arg(formatMs(outside), formatMs(w.maxLateMs))
+        .arg(r.preemptions);
 }
 
 std::unique_ptr<UnitHost> makeHost(bool child, QString *error)
@@ -281,7 +324,7 @@ int main(int argc, char *argv[])
             loop.addFailure(mode.label, error);
             continue;
         }
-        const std::vector<RunResult> timed = ptyRuns(*host, runs, false);
+        const std::vector<RunResult> timed = ptyRuns(*host, runs, NoWatch);
         if (const QString why = firstFailure(timed); !why.isEmpty()) {
             download.addFailure(mode.label, why);
         } else {
@@ -294,18 +337,32 @@ int main(int argc, char *argv[])
                                                  "needed other waits, look for retries)"));
         }
 
-        // A second series with the loop watched: the watching timer keeps
-        // the loop spinning, which must not colour the timings above.
-        const std::vector<RunResult> watched = ptyRuns(*host, runs, true);
-        if (const QString why = firstFailure(watched); !why.isEmpty()) {
-            loop.addFailure(mode.label, why);
-        } else {
+        // Further series with the loop watched: the watching timer itself
+        // changes how the loop runs, which must not colour the timings
+        // above.
+        for (const int interval : {0, 1}) {
+            const QString label =
+                mode.label
+                + (interval == 0 ? QStringLiteral(", zero-interval timer") : QStringLiteral(", 1 ms timer"));
+            const std::vector<RunResult> watched = ptyRuns(*host, runs, interval);
+            if (const QString why = firstFailure(watched); !why.isEmpty()) {
+                loop.addFailure(label, why);
+                continue;
+            }
             std::vector<double> gaps;
-            for (const RunResult &r : watched)
+            std::vector<double> preemptions;
+            double maxCpu = 0;
+            for (const RunResult &r : watched) {
                 gaps.push_back(r.maxGapMs);
-            loop.addBelow(mode.label, *std::max_element(gaps.begin(), gaps.end()), GapTargetMs);
-            loop.addNote(QStringLiteral("%1: median of the runs' longest gaps %2")
-                             .arg(mode.label, formatMs(median(gaps))));
+                preemptions.push_back(static_cast<double>(r.preemptions));
+                maxCpu = std::max(maxCpu, r.maxCpuMs);
+            }
+            loop.addBelow(label, *std::max_element(gaps.begin(), gaps.end()), GapTargetMs);
+            loop.addNote(
+                QStringLiteral("%1: median of the runs' longest gaps %2; most processor time used between "
+                               "two turns %3; taken off the CPU %4 times a run")
+                    .arg(label, formatMs(median(gaps)), formatMs(maxCpu))
+                    .arg(median(preemptions)));
         }
     }
 
@@ -327,7 +384,8 @@ int main(int argc, char *argv[])
         QStringLiteral("host: QtSerialLink + EventLoopWaiter; unit: PtyUnit answering at once, on this "
                        "thread's event loop or in a child process (bench_unit)"));
     loop.addNote(
-        QStringLiteral("a zero-interval QTimer, due at every turn, notes the time since its last timeout"));
+        QStringLiteral("a repeating QTimer notes the time since its last timeout; at interval 0 it is due at "
+                       "every turn and keeps the loop spinning, at 1 ms the loop sleeps between turns"));
 
     return printAndExitCode({download, loop});
 }
