@@ -4,7 +4,6 @@
 #include "cli/Commands.h"
 #include "cli/Console.h"
 #include "cli/ConsolePrompter.h"
-#include "cli/DrainingLink.h"
 #include "cli/SignalWatcher.h"
 #include "device/TestStrings.h"
 #include "device/VellProtocol.h"
@@ -33,7 +32,6 @@ public:
         : link(ports)
         , protocol(link, waiter, prompter, types)
     {
-        waiter.watch(&link, &QtSerialLink::InputArrived);
         // The same table the editor's dialogs name units from (set up the
         // same way on first use), so a slot reads the same here and there.
         if (const auto store = SettingsKeyValueStore::openDefault())
@@ -265,8 +263,9 @@ int runSend(const QStringList &args)
 
     QtSerialLink link(PortSlots(QStringList{portName}));
     EventLoopWaiter waiter;
-    DrainingLink draining(link, waiter);
-    if (!TestStrings::Send(draining, selection.port, selection.mode, message, config)) {
+    // The waiter keeps the port open until the bytes are on the wire: closing
+    // puts the port's old line setting back at once.
+    if (!TestStrings::Send(link, selection.port, selection.mode, message, config, &waiter)) {
         const QString why = link.lastError().isEmpty()
                                 ? QStringLiteral("the port refused the setting %1").arg(settings)
                                 : link.lastError();
