@@ -3,8 +3,11 @@
 #include "platform/PortSlots.h"
 #include "platform/SerialLink.h"
 
+#include <QElapsedTimer>
+#include <QList>
 #include <QObject>
 #include <QSerialPort>
+#include <QSerialPortInfo>
 
 // SerialLink on a real serial port.
 //
@@ -46,10 +49,14 @@ private:
     bool applySettings(const QString &settings);
     bool setParityLeniently(QSerialPort::Parity parity);
     void pullPending();
+    const QList<QSerialPortInfo> &systemPorts() const;
 
     PortSlots m_slots;
     QSerialPort m_port;
     int m_commPort = 1;
     QString m_settings = QStringLiteral("9600,n,8,1");
     QString m_lastError;
+    // What the system last listed, and when (see systemPorts()).
+    mutable QList<QSerialPortInfo> m_systemPorts;
+    mutable QElapsedTimer m_systemPortsAge;
 };
