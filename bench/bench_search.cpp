@@ -142,20 +142,21 @@ std::vector<RunResult> ptyFourSlots(UnitHost &unit, int runs, const QStringList 
     if (!silent.start(&error))
         return {RunResult{error, 0, {}, {}, {}}};
 
-    QtSerialLink link(PortSlots(QStringList{unit.portName(), silent.portName(), QString(), MissingPort}));
-    EventLoopWaiter loopWaiter;
-    loopWaiter.watch(&link, &QtSerialLink::InputArrived);
-    RecordingWaiter waiter(loopWaiter, monotonicNs);
-    TimedLink timedLink(link);
-    ScriptedPrompter prompter;
+    const PortSlots ports(QStringList{unit.portName(), silent.portName(), QString(), MissingPort});
     const VellTypes types;
-    VellProtocol protocol(timedLink, waiter, prompter, types);
-
     std::vector<RunResult> results;
     for (int run = 0; run < runs; ++run) {
+        // A new link for every search, as a newly opened dialog has: what
+        // a link learns once about the system's ports is part of the cost.
+        QtSerialLink link(ports);
+        EventLoopWaiter loopWaiter;
+        loopWaiter.watch(&link, &QtSerialLink::InputArrived);
+        RecordingWaiter waiter(loopWaiter, monotonicNs);
+        TimedLink timedLink(link);
+        ScriptedPrompter prompter;
+        VellProtocol protocol(timedLink, waiter, prompter, types);
+
         RunResult result;
-        waiter.clear();
-        timedLink.clear();
         const qint64 start = monotonicNs();
         protocol.search_for_vell();
         result.totalMs = static_cast<double>(monotonicNs() - start) / 1e6;
