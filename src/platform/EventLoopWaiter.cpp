@@ -1,5 +1,6 @@
 #include "platform/EventLoopWaiter.h"
 
+#include <QAbstractEventDispatcher>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QTimer>
@@ -35,8 +36,20 @@ bool EventLoopWaiter::Wait(int ms, const std::function<bool()> &enough)
     m_loop = &loop;
     m_enough = enough ? &enough : nullptr;
 
+    // Whatever made the condition true (a port's input notifier, a slot
+    // of the caller's), it was an event: look again each time the loop has
+    // handled its events and is about to sleep. Callers then cannot forget
+    // to connect their link, and watch() only makes the look come sooner.
+    QMetaObject::Connection idle;
+    if (m_enough) {
+        if (QAbstractEventDispatcher *dispatcher = QAbstractEventDispatcher::instance())
+            idle = connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this,
+                           &EventLoopWaiter::InputMayHaveArrived);
+    }
+
     timer.start(ms < 0 ? 0 : ms);
     loop.exec();
+    disconnect(idle);
 
     m_loop = outerLoop;
     m_enough = outerEnough;

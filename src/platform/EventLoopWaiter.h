@@ -10,9 +10,10 @@ class QEventLoop;
 // user can still close the dialog while the protocol waits for the unit.
 //
 // The time-out is a precise single-shot timer (the protocol's 10 ms waits
-// would stretch to 15 or more on a coarse one). Connect a link's input
-// signal to InputMayHaveArrived(), or use watch(), so that a wait for "at
-// least N bytes" ends as soon as they are there.
+// would stretch to 15 or more on a coarse one). A wait for "at least N
+// bytes" looks at its condition whenever the event loop has handled events
+// and is about to sleep, so it ends as soon as the port's input has been
+// read; watch() a link's input signal to have it look at once.
 class EventLoopWaiter : public QObject, public Waiter
 {
     Q_OBJECT

@@ -210,6 +210,19 @@ private slots:
         QCOMPARE(bytes, 2);
     }
 
+    void waitEndsOnAnyEventThatMakesTheConditionHold()
+    {
+        // Nobody tells the waiter: the condition just turns true in the
+        // course of an event, as when a port's notifier fills its buffer.
+        EventLoopWaiter waiter;
+        bool arrived = false;
+        QTimer::singleShot(1, &waiter, [&] { arrived = true; });
+        QElapsedTimer clock;
+        clock.start();
+        QVERIFY(waiter.Wait(60000, [&] { return arrived; }));
+        QVERIFY(clock.elapsed() < 60000);
+    }
+
     void abortFromASlotEndsTheWaitAtOnce()
     {
         EventLoopWaiter waiter;
