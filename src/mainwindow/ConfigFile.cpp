@@ -150,7 +150,10 @@ bool writeConfigFile(const QString &path, const ConfigData &config)
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return false;
-    if (file.write(text) != text.size()) {
+    // A file this small only reaches the disk when the buffer is flushed,
+    // and commit() renames the new file into place even when that flush
+    // fails (disk full, file size limit): flush here and check.
+    if (file.write(text) != text.size() || !file.flush()) {
         file.cancelWriting();
         return false;
     }

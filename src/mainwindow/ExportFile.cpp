@@ -20,7 +20,9 @@ bool writeExportFile(const QString &path, const ConfigData &config)
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
         return false;
-    if (file.write(bytes) != bytes.size()) {
+    // commit() would rename a file whose buffered tail failed to reach the
+    // disk into place; flush first and check.
+    if (file.write(bytes) != bytes.size() || !file.flush()) {
         file.cancelWriting();
         return false;
     }
