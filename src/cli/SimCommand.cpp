@@ -68,7 +68,10 @@ std::optional<QByteArray> hexBytes(QString text)
 bool writeImage(const QString &path, const QByteArray &image)
 {
     QSaveFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(image) == image.size() && file.commit();
+    // commit() renames the file into place even when writing out its
+    // buffered tail failed, so flush and check first.
+    return file.open(QIODevice::WriteOnly) && file.write(image) == image.size() && file.flush()
+        && file.commit();
 }
 
 } // namespace

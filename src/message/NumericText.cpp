@@ -1,8 +1,9 @@
 #include "message/NumericText.h"
 
 #include <cctype>
+#include <charconv>
+#include <limits>
 #include <cmath>
-#include <cstdlib>
 #include <stdexcept>
 #include <string>
 
@@ -23,6 +24,30 @@ int digitValue(char c, int base)
     else if (c >= 'A' && c <= 'F')
         v = c - 'A' + 10;
     return v < base ? v : -1;
+}
+
+// The C library's strtod follows the process locale, which Qt sets from
+// the environment: under a comma locale "1.5" would read as 1. Files must
+// read the same everywhere, so use the locale-free conversion. `literal` is
+// [+-]digits[.digits][e[+-]digits], as collected by scanNumber().
+double parseDecimal(std::string_view literal)
+{
+    bool negative = false;
+    if (!literal.empty() && (literal.front() == '+' || literal.front() == '-')) {
+        negative = literal.front() == '-';
+        literal.remove_prefix(1);
+    }
+    double value = 0.0;
+    const auto [end, ec] = std::from_chars(literal.data(), literal.data() + literal.size(), value);
+    (void)end;
+    if (ec == std::errc::result_out_of_range) {
+        // Too large is infinite (and faults when rounded into 16 bits); too
+        // small is zero.
+        const std::size_t e = literal.find('e');
+        const bool tiny = e != std::string_view::npos && e + 1 < literal.size() && literal[e + 1] == '-';
+        value = tiny ? 0.0 : std::numeric_limits<double>::infinity();
+    }
+    return negative ? -value : value;
 }
 
 struct Scan {
@@ -89,7 +114,7 @@ Scan scanNumber(std::string_view text, std::size_t pos)
     std::string literal(text.substr(pos, i - pos));
     if (i > mantissaEnd)
         literal[mantissaEnd - pos] = 'e'; // "1d3" is an exponent too
-    s.value = std::strtod(literal.c_str(), nullptr);
+    s.value = parseDecimal(literal);
     s.end = i;
     s.found = true;
     return s;
