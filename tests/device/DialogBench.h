@@ -1,12 +1,7 @@
 #pragma once
 
+#include "LineBench.h"
 #include "device/UnitDialog.h"
-#include "device/VellTypes.h"
-#include "mainwindow/ConfigData.h"
-#include "platform/ScriptedPrompter.h"
-#include "sim/SimulatedLink.h"
-#include "sim/VirtualClock.h"
-#include "sim/VirtualWaiter.h"
 
 #include <QAbstractButton>
 #include <QCoreApplication>
@@ -14,34 +9,10 @@
 #include <QSignalSpy>
 #include <QTest>
 
-// The serial side of a unit dialog in virtual time: four simulated ports
-// (all missing until a test puts something there), a scripted prompter and
-// the built-in device types.
-struct DialogBench {
-    VirtualClock clock;
-    SimulatedLink link{clock};
-    VirtualWaiter waiter{clock};
-    ScriptedPrompter prompter;
-    VellTypes types;
-    ConfigData config;
-
+// The serial side of a unit dialog in virtual time, with the built-in
+// device types.
+struct DialogBench : LineBench {
     UnitDialog::Parts parts() { return {link, waiter, prompter, types}; }
-
-    // Events on the line after virtual time `fromMs` (writes and opens).
-    int eventsAfter(qint64 fromMs, SimulatedLink::Event::Kind kind) const
-    {
-        int n = 0;
-        for (const SimulatedLink::Event &e : link.events())
-            n += e.timeMs > fromMs && e.kind == kind;
-        return n;
-    }
-    int opensOf(int port) const
-    {
-        int n = 0;
-        for (const SimulatedLink::Event &e : link.events())
-            n += e.kind == SimulatedLink::Event::Kind::Open && e.port == port;
-        return n;
-    }
 };
 
 template <typename T> T *child(QObject &parent, const QString &name)

@@ -14,11 +14,10 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-using Kind = SimulatedLink::Event::Kind;
-using Shown = ScriptedPrompter::Shown;
-
-const QString ProgramFailed = u"Program failed, Tavo will fail to operate correctly until reprogrammmed, Try "
-                              u"powering the tavo off/wait/on and reprogram again"_s;
+const QString AllSent = u"All sent ok | Program another tavo"_s;
+const QString ProgramFailed =
+    u"Error! | Program failed, Tavo will fail to operate correctly until reprogrammmed, "
+    u"Try powering the tavo off/wait/on and reprogram again"_s;
 
 VellProtocol::ConfigImage sampleImage()
 {
@@ -28,14 +27,6 @@ VellProtocol::ConfigImage sampleImage()
     return image;
 }
 
-QStringList texts(const QList<Shown> &shown)
-{
-    QStringList out;
-    for (const Shown &s : shown)
-        out << s.title + u" | "_s + s.text;
-    return out;
-}
-
 // A Serial Tavo on port 2, ready to be programmed with the sample image.
 struct Programming : DialogBench {
     VellComms dialog{config, parts()};
@@ -43,17 +34,8 @@ struct Programming : DialogBench {
 
     Programming() { config.ConfigImage = sampleImage(); }
 
-    bool chooseAndProgram()
-    {
-        if (!dialog.isVisible() && !activate(dialog))
-            return false;
-        click(dialog, u"Option1_1"_s);
-        if (!child<QPushButton>(dialog, u"ProgramVell"_s)->isEnabled())
-            return false;
-        link.clearEvents();
-        click(dialog, u"ProgramVell"_s);
-        return true;
-    }
+    bool programEnabled() { return child<QPushButton>(dialog, u"ProgramVell"_s)->isEnabled(); }
+    bool chosen() { return child<QRadioButton>(dialog, u"Option1_1"_s)->isChecked(); }
 };
 
 } // namespace
@@ -65,7 +47,7 @@ class TestVellComms : public QObject
 private slots:
     void slotShowsWhatAnswered_data()
     {
-        QTest::addColumn<int>("kind"); // 0 missing, 1 empty, 2 unit
+        QTest::addColumn<int>("kind"); // SimulatedLink::PortKind: 0 missing, 1 empty, 2 unit
         QTest::addColumn<int>("reply");
         QTest::addColumn<int>("minor");
         QTest::addColumn<QString>("text"); // "#" stands for the type table's name of `reply`
@@ -98,8 +80,7 @@ private slots:
             bench.link.AttachUnit(2, unit);
         }
         bench.link.SetPortName(2, u"/dev/ttyUSB7"_s);
-        if (text.startsWith(u'#'))
-            text.replace(u"#"_s, bench.types.at(bench.types.IndexOfReply(reply)).Name);
+        text.replace(u"#"_s, bench.types.at(std::max(0, bench.types.IndexOfReply(reply))).Name);
 
         VellComms dialog(bench.config, bench.parts());
         QVERIFY(activate(dialog));
@@ -107,44 +88,87 @@ private slots:
         const auto *option = child<QRadioButton>(dialog, u"Option1_1"_s);
         QCOMPARE(type->text(), text);
         QCOMPARE(type->isVisible(), shown);
-        QCOMPARE(type->isEnabled(), choosable);
         QCOMPARE(option->isVisible(), shown);
+        QCOMPARE(type->isEnabled(), choosable);
         QCOMPARE(option->isEnabled(), choosable);
-        QVERIFY(!child<QFrame>(dialog, u"Blanking1"_s)->isVisible());
         QCOMPARE(child<QLabel>(dialog, u"PortName1"_s)->text(), u"/dev/ttyUSB7"_s);
-        QCOMPARE(child<QLabel>(dialog, u"PortName1"_s)->toolTip(), bench.link.PortDescription(2));
         QVERIFY(!bench.link.PortOpen());
-        QVERIFY(!child<QPushButton>(dialog, u"ProgramVell"_s)->isEnabled());
         QVERIFY(bench.prompter.shown().isEmpty());
     }
 
     void everyActivationSearchesAgainAndClearsTheChoice()
     {
         Programming p;
+        // Each slot is uncovered as soon as its own port is done: while
+        // port 2 is searched, only the missing port 1 shows.
+        QList<bool> coveredDuringPort2;
+        p.waiter.At(100, [&] {
+            for (int i = 0; i < 4; ++i)
+                coveredDuringPort2 << child<QFrame>(p.dialog, u"Blanking%1"_s.arg(i))->isVisible();
+        });
         QVERIFY(activate(p.dialog));
+        QCOMPARE(coveredDuringPort2, (QList<bool>{false, true, true, true}));
+        QVERIFY(!child<QFrame>(p.dialog, u"Blanking1"_s)->isVisible());
         QVERIFY(saveScreenshot(p.dialog, u"vellcomms.png"_s));
+        QVERIFY(!p.programEnabled());
         click(p.dialog, u"Option1_1"_s);
-        QVERIFY(child<QRadioButton>(p.dialog, u"Option1_1"_s)->isChecked());
-        QVERIFY(child<QPushButton>(p.dialog, u"ProgramVell"_s)->isEnabled());
+        QVERIFY(p.chosen() && p.programEnabled());
 
         p.dialog.hide();
         QVERIFY(activate(p.dialog));
-        QCOMPARE(p.opensOf(2), 2);
-        QVERIFY(!child<QRadioButton>(p.dialog, u"Option1_1"_s)->isChecked());
-        QVERIFY(!child<QPushButton>(p.dialog, u"ProgramVell"_s)->isEnabled());
+        QCOMPARE(p.eventsOf(LineBench::Kind::Open, -1, 2), 2);
+        QVERIFY(!p.chosen() && !p.programEnabled());
 
         // The search button does the same without hiding.
         click(p.dialog, u"Option1_1"_s);
         click(p.dialog, u"Command1"_s);
-        QCOMPARE(p.opensOf(2), 3);
-        QVERIFY(!child<QRadioButton>(p.dialog, u"Option1_1"_s)->isChecked());
-        QVERIFY(!child<QPushButton>(p.dialog, u"ProgramVell"_s)->isEnabled());
+        QCOMPARE(p.eventsOf(LineBench::Kind::Open, -1, 2), 3);
+        QVERIFY(!p.chosen() && !p.programEnabled());
     }
 
-    void programmingDownloadsTheImage()
+    // From the click on "Program Tavo" to the messages: each failure shows
+    // its own and nothing after it, except that a unit that will not
+    // restart after a full download is reported as badly programmed.
+    // Either way the dialog closes and so does the port; no new search.
+    void programmingRun_data()
     {
+        QTest::addColumn<int>("fault");
+        QTest::addColumn<QStringList>("messages");
+        QTest::addColumn<int>("images");
+        QTest::addColumn<int>("opens");
+
+        QTest::newRow("all sent") << 0 << QStringList{AllSent} << 1 << 1;
+        // Yes to "Program another tavo", but nothing answers any more.
+        QTest::newRow("another") << 1 << QStringList{AllSent, u"Error! | Tavo not responding"_s} << 1 << 2;
+        QTest::newRow("block refused")
+            << 2 << QStringList{u"Error!  5 | Reply to download failed"_s} << 0 << 1;
+        QTest::newRow("restart refused")
+            << 3 << QStringList{u"Error! | Reply fail to restart"_s, ProgramFailed} << 1 << 1;
+        QTest::newRow("unit silent") << 4 << QStringList{u"Error! | Tavo not responding"_s} << 0 << 1;
+        QTest::newRow("port gone") << 5 << QStringList{u"Error! | Port not open"_s} << 0 << 0;
+    }
+
+    void programmingRun()
+    {
+        QFETCH(int, fault);
+        QFETCH(QStringList, messages);
+        QFETCH(int, images);
+        QFETCH(int, opens);
+
         Programming p;
         QVERIFY(activate(p.dialog));
+        UnitConfig &c = p.unit.config();
+        if (fault == 1) {
+            p.prompter.SetNextAnswer(Prompter::Answer::Yes);
+            p.unit.ImageReceived = [&c](const UnitSimulator::Image &) { c.probeSilent = true; };
+        }
+        c.faultyBlock = 5;
+        c.blockFault = fault == 2 ? UnitAckFault::WrongByte : UnitAckFault::None;
+        c.restartFault = fault == 3 ? UnitAckFault::WrongByte : UnitAckFault::None;
+        c.probeSilent = fault == 4;
+        if (fault == 5)
+            p.link.SetPortKind(2, SimulatedLink::PortKind::Missing);
+
         // Half-way through the blocks the progress panel covers the slots.
         bool midway = false;
         p.waiter.At(p.clock.now() + 640, [&p, &midway] {
@@ -154,94 +178,34 @@ private slots:
                             == QString::number(value / 10.0, 'f', 1) + u'%'
                      && saveScreenshot(p.dialog, u"vellcomms-programming.png"_s);
         });
-        QVERIFY(p.chooseAndProgram());
+        click(p.dialog, u"Option1_1"_s);
+        p.link.clearEvents();
+        p.waiter.clearWaits();
+        click(p.dialog, u"ProgramVell"_s);
+
+        QCOMPARE(p.messages(), messages);
+        for (const auto &shown : p.prompter.shown())
+            QCOMPARE(shown.icon, shown.title == u"All sent ok"_s ? Prompter::Icon::Question
+                                                                 : Prompter::Icon::Exclamation);
+        const UnitSimulator *unit = p.link.unit(2); // gone with the port
+        QCOMPARE(unit ? unit->imagesReceived() : 0, images);
+        QCOMPARE(p.eventsOf(LineBench::Kind::Open), opens);
+        QCOMPARE(p.eventsOf(LineBench::Kind::Open, -1, 2), opens);
+        QVERIFY(!p.dialog.isVisible());
+        QVERIFY(!p.link.PortOpen());
+        if (fault != 0)
+            return;
         QVERIFY(midway);
-        QCOMPARE(p.unit.imagesReceived(), 1);
         QVERIFY(p.unit.image() == sampleImage());
         QCOMPARE(child<QLabel>(p.dialog, u"Label2"_s)->text(), u"100%"_s);
         QCOMPARE(child<QProgressBar>(p.dialog, u"ProgressBar1"_s)->value(), 1000);
-        QCOMPARE(texts(p.prompter.shown()), QStringList{u"All sent ok | Program another tavo"_s});
-        const Shown &question = p.prompter.shown().first();
+        const auto &question = p.prompter.shown().first();
         QCOMPARE(question.buttons, Prompter::Buttons::YesNo);
         QCOMPARE(question.defaultAnswer, Prompter::Answer::No);
-        QVERIFY(!p.dialog.isVisible());
-        QVERIFY(!p.link.PortOpen());
-        // Only the chosen port was used: no new search.
-        QCOMPARE(p.link.events().front().kind, Kind::Open);
-        for (const SimulatedLink::Event &e : p.link.events())
-            QCOMPARE(e.port, 2);
-    }
-
-    void programAnotherRunsAgainWithoutSearching()
-    {
-        Programming p;
-        p.prompter.SetNextAnswer(Prompter::Answer::Yes);
-        // The first unit is taken away once programmed; nothing answers then.
-        p.unit.ImageReceived = [&p](const UnitSimulator::Image &) { p.unit.config().probeSilent = true; };
-        QVERIFY(p.chooseAndProgram());
-        QCOMPARE(texts(p.prompter.shown()),
-                 (QStringList{u"All sent ok | Program another tavo"_s, u"Error! | Tavo not responding"_s}));
-        QCOMPARE(p.unit.imagesReceived(), 1);
-        QCOMPARE(p.opensOf(1) + p.opensOf(3) + p.opensOf(4), 0);
-        QCOMPARE(p.opensOf(2), 2);
-        QVERIFY(!p.dialog.isVisible());
-        QVERIFY(!p.link.PortOpen());
-    }
-
-    // Each failure shows its own message and nothing after it, except that
-    // a unit that will not restart after a full download is reported as
-    // badly programmed.
-    void failuresShowTheirOwnMessages_data()
-    {
-        QTest::addColumn<int>("fault");
-        QTest::addColumn<QStringList>("messages");
-
-        QTest::newRow("block unanswered") << 0 << QStringList{u"Error!  5 | No reply to download"_s};
-        QTest::newRow("block refused") << 1 << QStringList{u"Error!  5 | Reply to download failed"_s};
-        QTest::newRow("restart unanswered")
-            << 2 << QStringList{u"Error! | No reply to restart"_s, u"Error! | "_s + ProgramFailed};
-        QTest::newRow("restart refused")
-            << 3 << QStringList{u"Error! | Reply fail to restart"_s, u"Error! | "_s + ProgramFailed};
-        QTest::newRow("unit silent") << 4 << QStringList{u"Error! | Tavo not responding"_s};
-        QTest::newRow("port gone") << 5 << QStringList{u"Error! | Port not open"_s};
-    }
-
-    void failuresShowTheirOwnMessages()
-    {
-        QFETCH(int, fault);
-        QFETCH(QStringList, messages);
-
-        Programming p;
-        QVERIFY(activate(p.dialog));
-        UnitConfig &c = p.unit.config();
-        c.faultyBlock = 5;
-        switch (fault) {
-        case 0:
-            c.blockFault = UnitAckFault::Silent;
-            break;
-        case 1:
-            c.blockFault = UnitAckFault::WrongByte;
-            break;
-        case 2:
-            c.restartFault = UnitAckFault::Silent;
-            break;
-        case 3:
-            c.restartFault = UnitAckFault::WrongByte;
-            break;
-        case 4:
-            c.probeSilent = true;
-            break;
-        case 5:
-            p.link.SetPortKind(2, SimulatedLink::PortKind::Missing);
-            break;
-        }
-        click(p.dialog, u"Option1_1"_s);
-        click(p.dialog, u"ProgramVell"_s);
-        QCOMPARE(texts(p.prompter.shown()), messages);
-        for (const Shown &s : p.prompter.shown())
-            QCOMPARE(s.icon, Prompter::Icon::Exclamation);
-        QVERIFY(!p.dialog.isVisible());
-        QVERIFY(!p.link.PortOpen());
+        // The opened port settles for 100 ms; the search before the download
+        // restarts nothing, so the only restart is the one after it.
+        QCOMPARE(p.waiter.waits().front().requestedMs, 100);
+        QCOMPARE(p.writesOf("3", u"9600,o,8,1"_s), 1);
     }
 
     // However the dialog is closed in the middle of a wait, the routine
@@ -274,28 +238,21 @@ private slots:
         bench.link.SetPortKind(3, SimulatedLink::PortKind::Empty);
         auto *dialog = new VellComms(bench.config, bench.parts());
         const QPointer<VellComms> guard(dialog);
-        const auto closeIt = [dialog, how] {
-            switch (how) {
-            case 0:
-                click(*dialog, u"Command2"_s);
-                break;
-            case 1:
-                QTest::keyClick(dialog, Qt::Key_Escape);
-                break;
-            case 2:
-                dialog->close();
-                break;
-            case 3:
-                delete dialog;
-                break;
-            }
-        };
         if (programming) {
             QVERIFY(activate(*dialog));
             click(*dialog, u"Option1_1"_s);
         }
         const qint64 at = bench.clock.now() + atMs;
-        bench.waiter.At(at, closeIt);
+        bench.waiter.At(at, [dialog, how] {
+            if (how == 0)
+                click(*dialog, u"Command2"_s);
+            else if (how == 1)
+                QTest::keyClick(dialog, Qt::Key_Escape);
+            else if (how == 2)
+                dialog->close();
+            else
+                delete dialog;
+        });
         if (programming) {
             click(*dialog, u"ProgramVell"_s);
         } else {
@@ -304,12 +261,11 @@ private slots:
         }
 
         QCOMPARE(bench.clock.now(), at);
-        QCOMPARE(bench.eventsAfter(at - 1, Kind::Write), 0);
-        QCOMPARE(bench.eventsAfter(at - 1, Kind::Open), 0);
+        QCOMPARE(bench.eventsOf(LineBench::Kind::Write, at - 1), 0);
+        QCOMPARE(bench.eventsOf(LineBench::Kind::Open, at - 1), 0);
         QVERIFY(!bench.link.PortOpen());
         QVERIFY(bench.prompter.shown().isEmpty());
         QCOMPARE(unit.imagesReceived(), 0);
-        QVERIFY(bench.waiter.waits().back().aborted);
         QCOMPARE(guard.isNull(), how == 3);
         if (guard)
             QVERIFY(!guard->isVisible());
