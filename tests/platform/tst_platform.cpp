@@ -18,15 +18,6 @@ using Status = KeyValueStore::Status;
 
 const QString Types = QStringLiteral("Software\\Olvex\\Brondels\\Types");
 
-// Emits on demand, standing in for a serial port's input signal.
-class InputSource : public QObject
-{
-    Q_OBJECT
-
-signals:
-    void arrived();
-};
-
 } // namespace
 
 class TestPlatform : public QObject
@@ -40,11 +31,8 @@ private slots:
         QTest::addColumn<bool>("valid");
         QTest::addColumn<QString>("normalised");
 
-        QTest::newRow("search") << u"9600,n,8,2"_s << true << u"9600,n,8,2"_s;
         QTest::newRow("line reset") << u"110,n,8,2"_s << true << u"110,n,8,2"_s;
-        QTest::newRow("odd command") << u"9600,o,8,1"_s << true << u"9600,o,8,1"_s;
         QTest::newRow("non-standard 14400") << u"14400,n,8,2"_s << true << u"14400,n,8,2"_s;
-        QTest::newRow("non-standard 28800") << u"28800,e,8,1"_s << true << u"28800,e,8,1"_s;
         QTest::newRow("upper-case parity") << u"38400,E,7,1"_s << true << u"38400,e,7,1"_s;
         QTest::newRow("mark, 5 bits") << u"2400,m,5,2"_s << true << u"2400,m,5,2"_s;
         QTest::newRow("space") << u"4800,s,6,1"_s << true << u"4800,s,6,1"_s;
@@ -52,7 +40,6 @@ private slots:
         QTest::newRow("signed rate") << u"+9600,n,8,1"_s << false << u""_s;
         QTest::newRow("blank") << u"9600, n,8,1"_s << false << u""_s;
         QTest::newRow("parity word") << u"9600,no,8,1"_s << false << u""_s;
-        QTest::newRow("parity x") << u"9600,x,8,1"_s << false << u""_s;
         QTest::newRow("4 data bits") << u"9600,n,4,1"_s << false << u""_s;
         QTest::newRow("9 data bits") << u"9600,n,9,1"_s << false << u""_s;
         QTest::newRow("1.5 stop bits") << u"9600,n,8,1.5"_s << false << u""_s;
@@ -84,16 +71,20 @@ private slots:
         QTest::addColumn<int>("size");
 
         QTest::newRow("number") << u"Value=dword:0000001c"_s << int(Kind::Number) << 28u << u""_s << 4;
-        QTest::newRow("upper-case hex") << u"Value=dword:FFFFFFFF"_s << int(Kind::Number) << 0xFFFFFFFFu << u""_s << 4;
-        QTest::newRow("text") << u"Value=\"sz:Serial Tavo \""_s << int(Kind::Text) << 0u << u"Serial Tavo "_s << 13;
-        QTest::newRow("text that looks like a number") << u"Value=sz:8"_s << int(Kind::Text) << 0u << u"8"_s << 2;
+        QTest::newRow("upper-case hex")
+            << u"Value=dword:FFFFFFFF"_s << int(Kind::Number) << 0xFFFFFFFFu << u""_s << 4;
+        QTest::newRow("text") << u"Value=\"sz:Serial Tavo \""_s << int(Kind::Text) << 0u << u"Serial Tavo "_s
+                              << 13;
+        QTest::newRow("text that looks like a number")
+            << u"Value=sz:8"_s << int(Kind::Text) << 0u << u"8"_s << 2;
         QTest::newRow("empty text") << u"Value=sz:"_s << int(Kind::Text) << 0u << u""_s << 1;
         QTest::newRow("bare number") << u"Value=8"_s << int(Kind::Other) << 0u << u""_s << 1;
         QTest::newRow("short hex") << u"Value=dword:8"_s << int(Kind::Other) << 0u << u""_s << 7;
         QTest::newRow("bad hex") << u"Value=dword:0000000g"_s << int(Kind::Other) << 0u << u""_s << 14;
         QTest::newRow("list") << u"Value=sz:a, b"_s << int(Kind::Other) << 0u << u""_s << -1;
         QTest::newRow("byte array") << u"Value=@ByteArray(xyz)"_s << int(Kind::Other) << 0u << u""_s << 3;
-        QTest::newRow("broken variant") << u"Value=@Variant(\\0\\0\\0\\x7f)"_s << int(Kind::Other) << 0u << u""_s << -1;
+        QTest::newRow("broken variant")
+            << u"Value=@Variant(\\0\\0\\0\\x7f)"_s << int(Kind::Other) << 0u << u""_s << -1;
     }
 
     void storeKeepsNumbersAndTextsApart()
@@ -124,7 +115,6 @@ private slots:
         const QString row = Types + QStringLiteral("\\12");
         {
             auto store = SettingsKeyValueStore::openIniFile(file);
-            QVERIFY(!store->OpenKey(Types));
             QVERIFY(store->CreateKey(row));
             QVERIFY(store->SetNumber(Types, QStringLiteral("Version"), 8));
             QVERIFY(store->SetText(row, QStringLiteral("Name"), QStringLiteral(" a, b = c ")));
@@ -132,28 +122,21 @@ private slots:
             store->CloseKey(row);
         }
         auto store = SettingsKeyValueStore::openIniFile(file);
-        QVERIFY(store->OpenKey(Types));
-        QVERIFY(store->OpenKey(row));
+        QVERIFY(store->OpenKey(Types) && store->OpenKey(row));
         QVERIFY(!store->OpenKey(Types + QStringLiteral("\\13")));
-        QVERIFY(!store->OpenKey(QStringLiteral("Software\\Elsewhere")));
         QCOMPARE(store->QueryValue(Types, QStringLiteral("Version"), 4).number, 8u);
         const auto name = store->QueryValue(row, QStringLiteral("Name"), 255);
         QCOMPARE(name.kind, Kind::Text);
         QCOMPARE(name.text, QStringLiteral(" a, b = c "));
         QCOMPARE(store->QueryValue(row, QStringLiteral("Reply"), 4).number, 0xEEu);
         QCOMPARE(store->QueryValue(row, QStringLiteral("Type"), 4).status, Status::NotFound);
-    }
 
-    void longTextsAreCutToTheBuffer()
-    {
-        QTemporaryDir dir;
-        auto store = SettingsKeyValueStore::openIniFile(dir.filePath(QStringLiteral("t.ini")));
-        const QString longText(300, QLatin1Char('x'));
-        store->SetText(Types, QStringLiteral("Name"), longText);
-        const auto v = store->QueryValue(Types, QStringLiteral("Name"), 255);
-        QCOMPARE(v.status, Status::MoreData);
-        QCOMPARE(v.size, 301);
-        QCOMPARE(v.text.size(), 255);
+        // Texts longer than the buffer come back cut, saying how long they are.
+        store->SetText(Types, QStringLiteral("Name"), QString(300, QLatin1Char('x')));
+        const auto cut = store->QueryValue(Types, QStringLiteral("Name"), 255);
+        QCOMPARE(cut.status, Status::MoreData);
+        QCOMPARE(cut.size, 301);
+        QCOMPARE(cut.text.size(), 255);
     }
 
     void subkeysAreListedByNameIgnoringCase()
@@ -174,82 +157,47 @@ private slots:
         QVERIFY(!store->EnumKey(Types, -1));
     }
 
-    void garbageFilesReadAsNothingUsable()
+    // Every wait here would last a minute; what ends it decides the result.
+    void eventLoopWaitEndsEarly_data()
     {
-        QTemporaryDir dir;
-        const QString file = dir.filePath(QStringLiteral("types.ini"));
-        QByteArray junk("[Types\n=\n\\\\\\=@Variant(\n[Types]\nVersion\n[]\n\xff\xfe\x00\x01=\x02\n");
-        for (int i = 0; i < 64; ++i)
-            junk.append(static_cast<char>((i * 37) & 0xFF));
-        writeFile(file, junk);
-        auto store = SettingsKeyValueStore::openIniFile(file);
-        for (int i = 0; i < 8; ++i)
-            store->EnumKey(Types, i);
-        const auto v = store->QueryValue(Types, QStringLiteral("Version"), 4);
-        QVERIFY(v.kind != Kind::Number);
-    }
+        QTest::addColumn<int>("how");
+        QTest::addColumn<bool>("result");
 
-    void waitEndsWhenTheConditionHoldsOnInput()
-    {
-        EventLoopWaiter waiter;
-        InputSource source;
-        waiter.watch(&source, &InputSource::arrived);
-        int bytes = 0;
-        QTimer::singleShot(0, &source, [&] {
-            bytes = 1;
-            emit source.arrived();
-        });
-        QTimer::singleShot(1, &source, [&] {
-            bytes = 2;
-            emit source.arrived();
-        });
-        QElapsedTimer clock;
-        clock.start();
-        QVERIFY(waiter.Wait(60000, [&] { return bytes >= 2; }));
-        QVERIFY(clock.elapsed() < 60000);
-        QCOMPARE(bytes, 2);
-    }
-
-    void waitEndsOnAnyEventThatMakesTheConditionHold()
-    {
         // Nobody tells the waiter: the condition just turns true in the
         // course of an event, as when a port's notifier fills its buffer.
-        EventLoopWaiter waiter;
-        bool arrived = false;
-        QTimer::singleShot(1, &waiter, [&] { arrived = true; });
-        QElapsedTimer clock;
-        clock.start();
-        QVERIFY(waiter.Wait(60000, [&] { return arrived; }));
-        QVERIFY(clock.elapsed() < 60000);
+        QTest::newRow("condition met by an event") << 0 << true;
+        QTest::newRow("abort from a slot") << 1 << false;
+        QTest::newRow("abort in a nested wait") << 2 << false;
     }
 
-    void abortFromASlotEndsTheWaitAtOnce()
+    void eventLoopWaitEndsEarly()
     {
+        QFETCH(int, how);
+        QFETCH(bool, result);
         EventLoopWaiter waiter;
-        QTimer::singleShot(0, &waiter, [&] { waiter.RequestAbort(); });
+        bool arrived = false;
+        bool inner = true;
+        QTimer::singleShot(1, &waiter, [&] {
+            if (how == 0) {
+                arrived = true;
+            } else if (how == 1) {
+                waiter.RequestAbort();
+            } else {
+                QTimer::singleShot(0, &waiter, [&] { waiter.RequestAbort(); });
+                inner = waiter.Wait(60000);
+            }
+        });
         QElapsedTimer clock;
         clock.start();
-        QVERIFY(!waiter.Wait(60000));
+        QCOMPARE(waiter.Wait(60000, [&] { return arrived; }), result);
         QVERIFY(clock.elapsed() < 60000);
+        QCOMPARE(inner, how != 2);
+        if (result)
+            return;
         // Once set, the flag stops every later wait before it starts.
         QVERIFY(!waiter.Wait(60000, [] { return true; }));
         waiter.ClearAbort();
         QVERIFY(waiter.Wait(60000, [] { return true; }));
-    }
-
-    void abortInANestedWaitEndsTheOuterOneToo()
-    {
-        EventLoopWaiter waiter;
-        bool innerResult = true;
-        QTimer::singleShot(0, &waiter, [&] {
-            QTimer::singleShot(0, &waiter, [&] { waiter.RequestAbort(); });
-            innerResult = waiter.Wait(60000);
-        });
-        QElapsedTimer clock;
-        clock.start();
-        QVERIFY(!waiter.Wait(60000));
-        QVERIFY(!innerResult);
-        QVERIFY(clock.elapsed() < 60000);
     }
 
 private:
