@@ -7,6 +7,7 @@
 #include "mainwindow/ConfigData.h"
 #include "mainwindow/ConfigFile.h"
 #include "mainwindow/ConfigImage.h"
+#include "mainwindow/ExportFile.h"
 #include "platform/SettingsKeyValueStore.h"
 
 #include <QFile>
@@ -17,6 +18,8 @@
 
 #include <memory>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 const QString TavoPath = QStringLiteral(TAVO_CLI_PATH);
@@ -26,6 +29,7 @@ struct Run {
     int code = -1;
     QString out;
     QString err;
+    QByteArray bytes; // stdout as it came
 };
 
 SerialEditorData message(const char *packed)
@@ -61,6 +65,13 @@ QByteArray imageBytes(ConfigData config)
     return QByteArray(reinterpret_cast<const char *>(config.ConfigImage.data()), ConfigData::ImageSize);
 }
 
+void writeFile(const QString &name, const QByteArray &bytes)
+{
+    QFile f(name);
+    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate) || f.write(bytes) != bytes.size())
+        qFatal("cannot write %s", qPrintable(name));
+}
+
 } // namespace
 
 class TestCli : public QObject
@@ -76,8 +87,8 @@ private:
     {
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         // The device-type table goes to a file of the test's own.
-        env.insert(QStringLiteral("TAVO_TYPES_STORE"), path(QStringLiteral("types.ini")));
-        env.remove(QStringLiteral("TAVO_PORTS"));
+        env.insert(u"TAVO_TYPES_STORE"_s, path(u"types.ini"_s));
+        env.remove(u"TAVO_PORTS"_s);
         return env;
     }
 
@@ -90,16 +101,9 @@ private:
         if (!finished)
             p.kill();
         const bool exited = finished && p.exitStatus() == QProcess::NormalExit;
-        return {exited ? p.exitCode() : -1, QString::fromUtf8(p.readAllStandardOutput()),
-                QString::fromUtf8(p.readAllStandardError())};
-    }
-
-    QString writeConfig(const QString &name, const ConfigData &config)
-    {
-        const QString file = path(name);
-        if (!tavo::writeConfigFile(file, config))
-            qFatal("cannot write %s", qPrintable(file));
-        return file;
+        const QByteArray out = p.readAllStandardOutput();
+        return {exited ? p.exitCode() : -1, QString::fromUtf8(out),
+                QString::fromUtf8(p.readAllStandardError()), out};
     }
 
     // A `tavo sim` whose stdout is read line by line.
@@ -109,7 +113,7 @@ private:
         Sim(const QStringList &args, const QProcessEnvironment &env)
         {
             m_process.setProcessEnvironment(env);
-            m_process.start(TavoPath, QStringList{QStringLiteral("sim")} + args);
+            m_process.start(TavoPath, QStringList{u"sim"_s} + args);
             m_pty = nextLine();
         }
         ~Sim()
@@ -152,7 +156,15 @@ private slots:
     {
         QVERIFY(m_dir.isValid());
         QVERIFY2(QFileInfo(TavoPath).isExecutable(), qPrintable(TavoPath));
-        writeConfig(QStringLiteral("sample.OTS"), sampleConfig());
+        const QByteArray good = tavo::configFileText(sampleConfig());
+        writeFile(path(u"sample.OTS"_s), good);
+        writeFile(path(u"cut.OTS"_s), good.left(good.lastIndexOf("\r\n", good.size() - 3) + 2));
+        writeFile(path(u"badmode.OTS"_s), QByteArray(good).replace("\r\n-1\r\n", "\r\nmaybe\r\n"));
+        writeFile(path(u"bigperiod.OTS"_s), QByteArray(good).replace("\r\n255\r\n", "\r\n256\r\n"));
+        // The device-type table the commands find, with one row renamed.
+        auto store = SettingsKeyValueStore::openIniFile(path(u"types.ini"_s));
+        VellTypes().StoreVellTypes(*store);
+        QVERIFY(store->SetText(VellTypes::KeyPath() + u"\\0"_s, u"Name"_s, u"Bench Unit "_s));
     }
 
     void commandLine_data()
@@ -165,30 +177,25 @@ private slots:
         // a file that is not there, DIR/ the test's own folder.
         const auto row = [this](const char *name, const char *line, int code, const char *text) {
             QStringList args = QString::fromLatin1(line).split(u' ', Qt::SkipEmptyParts);
-            args.replaceInStrings(QStringLiteral("SAMPLE"), path(QStringLiteral("sample.OTS")));
-            args.replaceInStrings(QStringLiteral("MISSING"), path(QStringLiteral("missing.OTS")));
-            args.replaceInStrings(QStringLiteral("DIR/"), path(QString()));
+            args.replaceInStrings(u"SAMPLE"_s, path(u"sample.OTS"_s));
+            args.replaceInStrings(u"MISSING"_s, path(u"missing.OTS"_s));
+            args.replaceInStrings(u"DIR/"_s, m_dir.path() + u'/');
             QTest::newRow(name) << args << code << QString::fromLatin1(text);
         };
         row("no command", "", 2, "Commands:");
         row("overview", "--help", 0, "Commands:");
         row("unknown command", "frob", 2, "unknown command 'frob'");
         for (const char *command : {"show", "image", "export", "search", "program", "send", "sim"}) {
-            QTest::addRow("%s --help", command)
-                << QStringList{QString::fromLatin1(command), QStringLiteral("--help")} << 0
-                << QStringLiteral("Usage: tavo %1").arg(QLatin1String(command));
+            QTest::addRow("%s --help", command) << QStringList{QString::fromLatin1(command), u"--help"_s} << 0
+                                                << u"Usage: tavo %1"_s.arg(QLatin1String(command));
         }
         row("show without file", "show", 2, "missing argument");
-        row("show with two files", "show SAMPLE SAMPLE", 2, "unexpected argument");
         row("image with unknown option", "image SAMPLE --hex", 2, "Unknown option 'hex'");
-        row("export without target", "export SAMPLE", 2, "missing argument");
         row("program without port", "program SAMPLE", 2, "--port is required");
-        row("send without a string", "send --port /dev/null", 2, "exactly one of");
         row("send with two strings", "send --port /dev/null --map 1 --bit 2 --on", 2, "exactly one of");
         row("send map of output 9", "send --port /dev/null --map 1,9", 2, "outputs 1 to 8");
         row("send map with on", "send --port /dev/null --map 1 --on", 2, "do not apply");
         row("send bit without state", "send --port /dev/null --bit 3", 2, "--on or --off");
-        row("send bit on and off", "send --port /dev/null --bit 3 --on --off", 2, "--on or --off");
         row("send mask of output 0", "send --port /dev/null --mask 0 --on", 2, "output 1 to 8");
         row("send code without output", "send --port /dev/null --code SAMPLE --on", 2, "needs --output");
         row("send output without code", "send --port /dev/null --bit 1 --output 2 --on", 2,
@@ -196,16 +203,12 @@ private slots:
         row("sim type beyond a byte", "sim --type 256", 2, "--type takes a number from 0 to 255");
         row("sim unknown fault", "sim --restart-fault loud", 2, "silent, wrong or single");
         row("sim version beyond a byte", "sim --version 1.256", 2, "--version");
-        row("sim odd hex prefix", "sim --probe-prefix F", 2, "hexadecimal");
         row("sim baud no port offers", "sim --baud 1234", 2, "not a rate");
 
         row("show missing file", "show MISSING", 1, "no such file");
-        row("image missing file", "image MISSING", 1, "no such file");
-        row("export missing file", "export MISSING DIR/x.BDX", 1, "no such file");
-        row("program missing file", "program MISSING --port /dev/null", 1, "no such file");
-        row("send code from missing file", "send --port /dev/null --code MISSING --output 1 --on", 1,
-            "no such file");
-        row("sim with missing configuration", "sim --config MISSING", 1, "no such file");
+        row("last line cut", "image DIR/cut.OTS", 1, "line 35 is missing");
+        row("mode not a boolean", "image DIR/badmode.OTS", 1, "line 13 does not hold");
+        row("period beyond a byte", "export DIR/bigperiod.OTS DIR/x.BDX", 1, "does not fit in a byte");
         row("export into a missing folder", "export SAMPLE DIR/nowhere/x.BDX", 1, "cannot be written");
         row("program a port that does not exist", "program SAMPLE --port DIR/ttyNone", 1,
             "Error!: Port not open");
@@ -233,134 +236,49 @@ private slots:
         }
     }
 
-    void damagedFilesFail_data()
-    {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<QString>("why");
-
-        const QByteArray good = tavo::configFileText(sampleConfig());
-        QTest::newRow("last line cut") << good.left(good.lastIndexOf("\r\n", good.size() - 3) + 2)
-                                       << QStringLiteral("line 35 is missing");
-        QByteArray badMode = good;
-        badMode.replace("\r\n-1\r\n", "\r\nmaybe\r\n");
-        QTest::newRow("mode not a boolean") << badMode << QStringLiteral("line 13 does not hold");
-        QByteArray bigPeriod = good;
-        bigPeriod.replace("\r\n255\r\n", "\r\n256\r\n");
-        QTest::newRow("period beyond a byte") << bigPeriod << QStringLiteral("does not fit in a byte");
-    }
-
-    void damagedFilesFail()
-    {
-        QFETCH(QByteArray, text);
-        QFETCH(QString, why);
-
-        const QString file = path(QStringLiteral("damaged.OTS"));
-        QFile f(file);
-        QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        f.write(text);
-        f.close();
-        const Run run = tavo({QStringLiteral("image"), file});
-        QCOMPARE(run.code, 1);
-        QVERIFY2(run.err.contains(why), qPrintable(run.err));
-    }
-
-    void showDrawsCodesAsTheEditor_data()
-    {
-        QTest::addColumn<QByteArray>("packed");
-        QTest::addColumn<QString>("drawn");
-
-        QTest::newRow("text, control, numbers, ignore")
-            << QByteArray("7,0,0,1,72,0,105,0,13,4,5,1,10,2,5,3,0,6,0,0,")
-            << QStringLiteral("Hi,CR,5d,Ah,101b,?");
-        QTest::newRow("control beyond 31") << QByteArray("1,0,0,0,200,4,0,0,") << QStringLiteral("???");
-        QTest::newRow("ignore byte not allowed") << QByteArray("1,0,0,0,65,6,0,0,") << QStringLiteral("?");
-        QTest::newRow("ASCII below 32") << QByteArray("2,0,0,0,7,0,65,0,0,0,")
-                                        << QStringLiteral("\x7f"
-                                                          "A");
-        QTest::newRow("Latin-1 text") << QByteArray("1,0,0,0,233,0,0,0,") << QStringLiteral("\u00e9");
-        QTest::newRow("empty") << QByteArray("0,0,0,0,0,0,") << QString();
-    }
-
-    void showDrawsCodesAsTheEditor()
-    {
-        QFETCH(QByteArray, packed);
-        QFETCH(QString, drawn);
-
-        ConfigData config = sampleConfig();
-        config.OnMessages[5] = message(packed.constData());
-        config.OffMessages[6] = message(packed.constData());
-        const Run run = tavo({QStringLiteral("show"), writeConfig(QStringLiteral("show.OTS"), config)});
-        QCOMPARE(run.code, 0);
-
-        const QStringList lines = run.out.split(u'\n');
-        const auto at = [&](int output, int field) { return lines.value(output * 5 + field); };
-        const auto code = [](const char *label, const QString &text) {
-            return QStringLiteral("  %1:").arg(QLatin1String(label))
-                   + (text.isEmpty() ? QString() : u' ' + text);
-        };
-        QCOMPARE(at(5, 0), QStringLiteral("Output 6"));
-        QCOMPARE(at(5, 3), code("On", drawn));
-        QCOMPARE(at(6, 4), code("Off", drawn));
-    }
-
     void showListsModesPeriodsAndSettings()
     {
-        const Run run = tavo({QStringLiteral("show"), path(QStringLiteral("sample.OTS"))});
+        const Run run = tavo({u"show"_s, path(u"sample.OTS"_s)});
         QCOMPARE(run.code, 0);
         const QStringList lines = run.out.split(u'\n');
         QCOMPARE(lines.size(), 8 * 5 + 2); // and the empty rest after the last line end
-        const QString separate = QStringLiteral("  Mode: Outputs use seperate On/Off serial codes");
+        const QString separate = u"  Mode: Outputs use seperate On/Off serial codes"_s;
         QCOMPARE(lines.at(1), separate);
-        QCOMPARE(lines.at(2), QStringLiteral("  Period: 1"));
-        QCOMPARE(lines.at(3), QStringLiteral("  On: Hi,CR,5d,Ah,101b,?"));
-        QCOMPARE(lines.at(4), QStringLiteral("  Off:"));
-        QCOMPARE(lines.at(7), QStringLiteral("  Period: 0 (0.1 s)"));
-        QCOMPARE(lines.at(9), QStringLiteral("  Off: OFF"));
-        QCOMPARE(lines.at(11),
-                 QStringLiteral("  Mode: Output On for \"Period\" seconds after serial code received"));
-        QCOMPARE(lines.at(12), QStringLiteral("  Period: 5"));
-        QCOMPARE(lines.at(37), QStringLiteral("  Period: 255"));
-        QCOMPARE(lines.at(40), QStringLiteral("Settings: 19200, baud, Even parity, 8 Bit data, 1 Stop bit"));
+        QCOMPARE(lines.at(2), u"  Period: 1"_s);
+        QCOMPARE(lines.at(3), u"  On: Hi,CR,5d,Ah,101b,?"_s);
+        QCOMPARE(lines.at(4), u"  Off:"_s);
+        QCOMPARE(lines.at(7), u"  Period: 0 (0.1 s)"_s);
+        QCOMPARE(lines.at(9), u"  Off: OFF"_s);
+        QCOMPARE(lines.at(11), u"  Mode: Output On for \"Period\" seconds after serial code received"_s);
+        QCOMPARE(lines.at(12), u"  Period: 5"_s);
+        QCOMPARE(lines.at(37), u"  Period: 255"_s);
+        QCOMPARE(lines.at(40), u"Settings: 19200, baud, Even parity, 8 Bit data, 1 Stop bit"_s);
     }
 
     void imageAndExportCarryTheBuiltImage()
     {
-        const QString sample = path(QStringLiteral("sample.OTS"));
-        const QByteArray expected = imageBytes(sampleConfig());
-        // Spot checks that do not lean on the image builder: periods, mode
-        // mask, baud and parity codes, and output 1's On code.
-        QCOMPARE(expected.left(11).toHex(' '), QByteArray("01 00 05 01 01 01 01 ff 04 04 02"));
-        QCOMPARE(expected.mid(16, 4).toHex(' '), QByteArray("07 48 69 0d"));
+        const QString sample = path(u"sample.OTS"_s);
+        ConfigData config = sampleConfig();
+        tavo::BuildConfigImage(config);
+        const QByteArray image = imageBytes(config);
 
-        const Run hex = tavo({QStringLiteral("image"), sample});
-        QCOMPARE(hex.code, 0);
-        const QStringList lines = hex.out.split(u'\n', Qt::SkipEmptyParts);
-        QCOMPARE(lines.size(), 16);
-        QByteArray parsed;
-        for (const QString &line : lines) {
-            QCOMPARE(line.size(), 16 * 3 - 1);
-            QCOMPARE(line, line.toUpper());
-            QCOMPARE(line.split(u' ').size(), 16);
-            parsed += QByteArray::fromHex(line.toLatin1());
-        }
-        QCOMPARE(parsed, expected);
+        // Sixteen lines of sixteen upper-case hexadecimal bytes.
+        QString hex;
+        for (int i = 0; i < image.size(); i += 16)
+            hex += QString::fromLatin1(image.mid(i, 16).toHex(' ').toUpper()) + u'\n';
+        const Run text = tavo({u"image"_s, sample});
+        QCOMPARE(text.code, 0);
+        QCOMPARE(text.out, hex);
 
-        QProcess raw;
-        raw.setProcessEnvironment(environment());
-        raw.start(TavoPath, {QStringLiteral("image"), sample, QStringLiteral("--raw")});
-        QVERIFY(raw.waitForFinished(CommandTimeoutMs));
-        QCOMPARE(raw.exitCode(), 0);
-        QCOMPARE(raw.readAllStandardOutput(), expected);
+        const Run raw = tavo({u"image"_s, sample, u"--raw"_s});
+        QCOMPARE(raw.code, 0);
+        QCOMPARE(raw.bytes, image);
 
-        const QString bdx = path(QStringLiteral("sample.BDX"));
-        QCOMPARE(tavo({QStringLiteral("export"), sample, bdx}).code, 0);
+        const QString bdx = path(u"sample.BDX"_s);
+        QCOMPARE(tavo({u"export"_s, sample, bdx}).code, 0);
         QFile exported(bdx);
         QVERIFY(exported.open(QIODevice::ReadOnly));
-        const QByteArray bytes = exported.readAll();
-        QCOMPARE(bytes.size(), 65539);
-        QCOMPARE(int(static_cast<unsigned char>(bytes.at(0))), 24);
-        QCOMPARE(bytes.mid(1, 256), expected);
-        QCOMPARE(bytes.mid(257), QByteArray(65539 - 257, '\0'));
+        QCOMPARE(exported.readAll(), tavo::exportFileBytes(config));
     }
 
     // ---- over pseudo-terminals -------------------------------------------
@@ -370,23 +288,9 @@ private slots:
         QTest::addColumn<QStringList>("simArgs");
         QTest::addColumn<QString>("slot1");
 
-        const VellTypes types;
-        const QString firstName = types.at(types.IndexOfReply(0x11)).Name;
-        QTest::newRow("Serial Tavo") << QStringList{} << QStringLiteral("Serial Tavo 1.0");
-        QTest::newRow("version bit 4 of the second byte")
-            << QStringList{QStringLiteral("--version"), QStringLiteral("1.16")}
-            << QStringLiteral("Serial Tavo 4097.16");
-        QTest::newRow("other type") << QStringList{QStringLiteral("--type"), QStringLiteral("0x11"),
-                                                   QStringLiteral("--version"), QStringLiteral("2.5")}
-                                    << firstName + QStringLiteral("2.5");
-        QTest::newRow("answers at 2400 only") << QStringList{QStringLiteral("--baud"), QStringLiteral("2400")}
-                                              << QStringLiteral("Serial Tavo 1.0");
-        QTest::newRow("answer inside noise")
-            << QStringList{QStringLiteral("--probe-prefix"), QStringLiteral("0102"),
-                           QStringLiteral("--probe-suffix"), QStringLiteral("03")}
-            << QStringLiteral("Serial Tavo 1.0");
-        QTest::newRow("nothing answers")
-            << QStringList{QStringLiteral("--silent")} << QStringLiteral("--------------");
+        QTest::newRow("other type") << QStringList{u"--type"_s, u"0x11"_s, u"--version"_s, u"2.5"_s}
+                                    << u"Bench Unit 2.5"_s; // named by the stored table
+        QTest::newRow("nothing answers") << QStringList{u"--silent"_s} << u"--------------"_s;
     }
 
     void searchNamesWhatAnswers()
@@ -397,57 +301,18 @@ private slots:
         const auto sim = startSim(simArgs);
         if (!sim)
             QSKIP("no pseudo-terminal for the simulated unit");
-        const QString missing = path(QStringLiteral("ttyMissing"));
-        const Run run = tavo({QStringLiteral("search"), QStringLiteral("--ports"),
-                              sim->pty() + QStringLiteral(",,") + missing});
+        const QString missing = path(u"ttyMissing"_s);
+        const Run run = tavo({u"search"_s, u"--ports"_s, sim->pty() + u",,"_s + missing});
         QCOMPARE(run.code, 0);
         const QStringList expected{
-            QStringLiteral("slot 1 (%1): %2").arg(sim->pty(), slot1),
-            QStringLiteral("slot 2 (none): --------------"),
-            QStringLiteral("slot 3 (%1): --------------").arg(missing),
-            QStringLiteral("slot 4 (none): --------------"),
+            u"slot 1 (%1): %2"_s.arg(sim->pty(), slot1),
+            u"slot 2 (none): --------------"_s,
+            u"slot 3 (%1): --------------"_s.arg(missing),
+            u"slot 4 (none): --------------"_s,
         };
         QCOMPARE(run.out.split(u'\n', Qt::SkipEmptyParts), expected);
         // Why the missing port shows nothing.
         QVERIFY2(run.err.contains(missing), qPrintable(run.err));
-    }
-
-    void searchUsesTheStoredTypeTable()
-    {
-        {
-            auto store = SettingsKeyValueStore::openIniFile(path(QStringLiteral("types.ini")));
-            VellTypes types;
-            types.StoreVellTypes(*store);
-            const QString row = VellTypes::KeyPath() + QStringLiteral("\\%1").arg(types.IndexOfReply(0x11));
-            QVERIFY(store->SetText(row, QStringLiteral("Name"), QStringLiteral("Bench Unit ")));
-            store->CloseKey(row);
-        }
-        const auto sim = startSim({QStringLiteral("--type"), QStringLiteral("17")});
-        if (!sim)
-            QSKIP("no pseudo-terminal for the simulated unit");
-        const Run run = tavo({QStringLiteral("search"), QStringLiteral("--ports"), sim->pty()});
-        QFile::remove(path(QStringLiteral("types.ini")));
-        QCOMPARE(run.code, 0);
-        QCOMPARE(run.out.section(u'\n', 0, 0), QStringLiteral("slot 1 (%1): Bench Unit 1.0").arg(sim->pty()));
-    }
-
-    void programDownloadsTheImage()
-    {
-        const QString imageFile = path(QStringLiteral("received.bin"));
-        QFile::remove(imageFile);
-        const auto sim = startSim({QStringLiteral("--image-out"), imageFile});
-        if (!sim)
-            QSKIP("no pseudo-terminal for the simulated unit");
-
-        const Run run = tavo({QStringLiteral("program"), path(QStringLiteral("sample.OTS")),
-                              QStringLiteral("--port"), sim->pty()});
-        QCOMPARE(run.code, 0);
-        QCOMPARE(run.out, QStringLiteral("All sent ok\n"));
-        QVERIFY2(run.err.contains(QStringLiteral("100%")), qPrintable(run.err));
-        QCOMPARE(sim->nextLine(), QStringLiteral("image received"));
-        QFile received(imageFile);
-        QVERIFY(received.open(QIODevice::ReadOnly));
-        QCOMPARE(received.readAll(), imageBytes(sampleConfig()));
     }
 
     void programReportsTheDialogsMessages_data()
@@ -456,19 +321,12 @@ private slots:
         QTest::addColumn<int>("code");
         QTest::addColumn<QString>("lastMessage");
 
-        const auto args = [](const char *text) { return QString::fromLatin1(text).split(u' '); };
-        QTest::newRow("no unit") << args("--silent") << 1 << QStringLiteral("Error!: Tavo not responding");
-        QTest::newRow("block 5 refused") << args("--block-fault wrong --faulty-block 5") << 1
-                                         << QStringLiteral("Error!  5: Reply to download failed");
-        QTest::newRow("unit gone after block 10")
-            << args("--vanish-after-block 10") << 1 << QStringLiteral("Error!  11: No reply to download");
-        QTest::newRow("fourth attempt accepted")
-            << args("--block-fault wrong --faulty-block 7 --faulty-attempts 3") << 0 << QString();
-        QTest::newRow("restart refused after the download")
-            << args("--restart-fault wrong") << 1
-            << QStringLiteral(
-                   "Error!: Program failed, Tavo will fail to operate correctly until reprogrammmed, "
-                   "Try powering the tavo off/wait/on and reprogram again");
+        const auto args = [](const char *text) {
+            return QString::fromLatin1(text).split(u' ', Qt::SkipEmptyParts);
+        };
+        QTest::newRow("all sent") << args("--image-out IMAGE") << 0 << u"Programming: 100%"_s;
+        QTest::newRow("block 5 refused")
+            << args("--block-fault wrong --faulty-block 5") << 1 << u"Error!  5: Reply to download failed"_s;
     }
 
     void programReportsTheDialogsMessages()
@@ -477,19 +335,21 @@ private slots:
         QFETCH(int, code);
         QFETCH(QString, lastMessage);
 
-        const auto sim = startSim(simArgs);
+        const QString imageFile = path(u"received.bin"_s);
+        QFile::remove(imageFile);
+        const auto sim = startSim(simArgs.replaceInStrings(u"IMAGE"_s, imageFile));
         if (!sim)
             QSKIP("no pseudo-terminal for the simulated unit");
-        const Run run = tavo({QStringLiteral("program"), path(QStringLiteral("sample.OTS")),
-                              QStringLiteral("--port"), sim->pty()});
+        const Run run = tavo({u"program"_s, path(u"sample.OTS"_s), u"--port"_s, sim->pty()});
         QCOMPARE(run.code, code);
-        if (code == 0) {
-            QCOMPARE(run.out, QStringLiteral("All sent ok\n"));
+        QCOMPARE(run.out, code == 0 ? u"All sent ok\n"_s : QString());
+        QCOMPARE(run.err.split(u'\n', Qt::SkipEmptyParts).constLast(), lastMessage);
+        if (code != 0)
             return;
-        }
-        QCOMPARE(run.out, QString());
-        const QStringList errLines = run.err.split(u'\n', Qt::SkipEmptyParts);
-        QCOMPARE(errLines.constLast(), lastMessage);
+        QCOMPARE(sim->nextLine(), u"image received"_s);
+        QFile received(imageFile);
+        QVERIFY(received.open(QIODevice::ReadOnly));
+        QCOMPARE(received.readAll(), imageBytes(sampleConfig()));
     }
 
     void sendSwitchesTheUnitsOutputs_data()
@@ -500,28 +360,11 @@ private slots:
 
         using Sends = QList<QStringList>;
         const auto send = [](const char *text) { return QString::fromLatin1(text).split(u' '); };
-        QTest::newRow("map 1 and 8") << Sends{send("--map 1,8")} << QStringLiteral("Sent 81 at 9600,n,8,1")
-                                     << QStringLiteral("outputs on: 1,8");
-        QTest::newRow("map nothing") << Sends{send("--map 2"),
-                                              QStringList{QStringLiteral("--map"), QString()}}
-                                     << QStringLiteral("Sent 00 at 9600,n,8,1")
-                                     << QStringLiteral("outputs on: none");
-        QTest::newRow("mask 3 on") << Sends{send("--mask 3 --on")} << QStringLiteral("Sent 04 at 9600,n,8,1")
-                                   << QStringLiteral("outputs on: 3");
-        QTest::newRow("mask 3 off") << Sends{send("--map 2,3"), send("--mask 3 --off")}
-                                    << QStringLiteral("Sent FB at 9600,n,8,1")
-                                    << QStringLiteral("outputs on: 2");
-        QTest::newRow("bit 8 on") << Sends{send("--bit 8 --on")} << QStringLiteral("Sent FF 08 at 9600,n,8,1")
-                                  << QStringLiteral("outputs on: 8");
-        QTest::newRow("bit 1 off") << Sends{send("--map 1,2"), send("--bit 1 --off")}
-                                   << QStringLiteral("Sent 00 01 at 9600,n,8,1")
-                                   << QStringLiteral("outputs on: 2");
-        QTest::newRow("configured On code")
-            << Sends{send("--code CONFIG --output 2 --on")} << QStringLiteral("Sent 4F 4E at 19200,e,8,1")
-            << QStringLiteral("outputs on: 2");
+        QTest::newRow("map 1 and 8") << Sends{send("--map 1,8")} << u"Sent 81 at 9600,n,8,1"_s
+                                     << u"outputs on: 1,8"_s;
         QTest::newRow("configured Off code")
             << Sends{send("--code CONFIG --output 2 --on"), send("--code CONFIG --output 2 --off")}
-            << QStringLiteral("Sent 4F 46 46 at 19200,e,8,1") << QStringLiteral("outputs on: none");
+            << u"Sent 4F 46 46 at 19200,e,8,1"_s << u"outputs on: none"_s;
     }
 
     void sendSwitchesTheUnitsOutputs()
@@ -534,24 +377,22 @@ private slots:
         // the configuration (the unit at 19200, even parity) only for the
         // rows that send codes. Those catch a send that closes the port,
         // and so resets the line, before the unit has read its bytes.
-        const QString configFile = path(QStringLiteral("sample.OTS"));
-        const bool codes = sends.constLast().contains(QStringLiteral("--code"));
-        const auto sim =
-            startSim(codes ? QStringList{QStringLiteral("--config"), configFile} : QStringList{});
+        const QString configFile = path(u"sample.OTS"_s);
+        const bool codes = sends.constLast().contains(u"--code"_s);
+        const auto sim = startSim(codes ? QStringList{u"--config"_s, configFile} : QStringList{});
         if (!sim)
             QSKIP("no pseudo-terminal for the simulated unit");
 
         QString line;
         for (qsizetype i = 0; i < sends.size(); ++i) {
             QStringList args = sends.at(i);
-            args.replaceInStrings(QStringLiteral("CONFIG"), configFile);
-            const Run run =
-                tavo(QStringList{QStringLiteral("send"), QStringLiteral("--port"), sim->pty()} + args);
+            args.replaceInStrings(u"CONFIG"_s, configFile);
+            const Run run = tavo(QStringList{u"send"_s, u"--port"_s, sim->pty()} + args);
             QCOMPARE(run.code, 0);
             if (i == sends.size() - 1)
                 QCOMPARE(run.out.trimmed(), sent);
             line = sim->nextLine();
-            QVERIFY2(line.startsWith(QStringLiteral("outputs on: ")), qPrintable(line));
+            QVERIFY2(line.startsWith(u"outputs on: "_s), qPrintable(line));
         }
         QCOMPARE(line, outputs);
     }
