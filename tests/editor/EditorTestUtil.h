@@ -4,32 +4,24 @@
 #include "editor/EditorModel.h"
 #include "message/SerialEditorData.h"
 
+#include <QHash>
 #include <QList>
-#include <QString>
 #include <QStringList>
-
-#include <stdexcept>
 
 namespace editortest {
 
 // A message written as "72a 105a 13c 5d 10h 5b 63i": value, then the type
 // letter (ASCII, Decimal, Hexadecimal, Binary, Control, Ignore, or a digit).
-inline SerialEditorData msg(const QString &spec, bool canDoIgnore = false)
+inline SerialEditorData msg(const QString &written, bool canDoIgnore = false)
 {
     SerialEditorData m;
-    const QStringList bytes = spec.split(QLatin1Char(' '), Qt::SkipEmptyParts);
-    int i = 0;
-    for (const QString &b : bytes) {
-        const QChar t = b.back();
-        const QString types = QStringLiteral("adhbc5i");
-        int type = static_cast<int>(types.indexOf(t));
-        if (type < 0)
-            type = t.digitValue();
-        m.SetByteValue(i, static_cast<std::int16_t>(b.chopped(1).toInt()));
-        m.SetByteType(i, static_cast<std::int16_t>(type));
-        ++i;
+    const QStringList bytes = written.split(u' ', Qt::SkipEmptyParts);
+    for (int i = 0; i < bytes.size(); ++i) {
+        const qsizetype letter = QStringLiteral("adhbc5i").indexOf(bytes[i].back());
+        m.SetByteValue(i, static_cast<std::int16_t>(bytes[i].chopped(1).toInt()));
+        m.SetByteType(i, static_cast<std::int16_t>(letter < 0 ? bytes[i].back().digitValue() : letter));
     }
-    m.SetNumberOfBytesInMessage(static_cast<std::int16_t>(i));
+    m.SetNumberOfBytesInMessage(static_cast<std::int16_t>(bytes.size()));
     m.SetCanDoIgnore(canDoIgnore);
     return m;
 }
@@ -50,29 +42,28 @@ struct KeyStroke {
 // (Shift) prefixes and a key name or letter.
 inline QList<KeyStroke> parseKeys(const QString &script)
 {
-    static const QStringList names = QStringLiteral("Left Right Up Down Home End Delete Backspace Insert "
-                                                    "Escape Enter Tab PageUp PageDown")
-                                         .split(QLatin1Char(' '));
-    static const QList<int> keys = {Qt::Key_Left,   Qt::Key_Right,   Qt::Key_Up,     Qt::Key_Down,
-                                    Qt::Key_Home,   Qt::Key_End,     Qt::Key_Delete, Qt::Key_Backspace,
-                                    Qt::Key_Insert, Qt::Key_Escape,  Qt::Key_Return, Qt::Key_Tab,
-                                    Qt::Key_PageUp, Qt::Key_PageDown};
+    static const QHash<QString, int> named = {
+        {QStringLiteral("Left"), Qt::Key_Left},     {QStringLiteral("Right"), Qt::Key_Right},
+        {QStringLiteral("Up"), Qt::Key_Up},         {QStringLiteral("Down"), Qt::Key_Down},
+        {QStringLiteral("Home"), Qt::Key_Home},     {QStringLiteral("End"), Qt::Key_End},
+        {QStringLiteral("Delete"), Qt::Key_Delete}, {QStringLiteral("Backspace"), Qt::Key_Backspace},
+        {QStringLiteral("Insert"), Qt::Key_Insert}, {QStringLiteral("Escape"), Qt::Key_Escape},
+        {QStringLiteral("Enter"), Qt::Key_Return}};
     QList<KeyStroke> strokes;
     for (qsizetype i = 0; i < script.size(); ++i) {
-        const QChar c = script.at(i);
-        if (c != QLatin1Char('{')) {
-            strokes.append({QChar(c.toUpper()).unicode(), Qt::NoModifier, QString(c)});
+        if (script.at(i) != u'{') {
+            strokes.append({script.at(i).toUpper().unicode(), Qt::NoModifier, QString(script.at(i))});
             continue;
         }
-        const qsizetype close = script.indexOf(QLatin1Char('}'), i);
+        const qsizetype close = script.indexOf(u'}', i);
         QString name = script.mid(i + 1, close - i - 1);
         i = close;
         KeyStroke k;
-        for (; name.size() > 2 && name.at(1) == QLatin1Char('-'); name = name.mid(2))
-            k.modifiers |= name.at(0) == QLatin1Char('C') ? Qt::ControlModifier : Qt::ShiftModifier;
-        k.key = name.size() == 1 ? name.at(0).unicode() : keys.value(names.indexOf(name), -1);
-        if (k.key < 0)
-            throw std::invalid_argument("unknown key in test script");
+        for (; name.size() > 2 && name.at(1) == u'-'; name = name.mid(2))
+            k.modifiers |= name.at(0) == u'C' ? Qt::ControlModifier : Qt::ShiftModifier;
+        k.key = name.size() == 1 ? name.at(0).unicode() : named.value(name);
+        if (!k.key)
+            qFatal("unknown key in a test script");
         strokes.append(k);
     }
     return strokes;
