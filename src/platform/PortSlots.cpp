@@ -28,24 +28,46 @@ PortSlots PortSlots::systemDefault()
     return PortSlots({QStringLiteral("COM1"), QStringLiteral("COM2"), QStringLiteral("COM3"),
                       QStringLiteral("COM4")});
 #else
-    QStringList names;
+    PortSlots lazy;
+    lazy.m_listingDue = true;
+    return lazy;
+#endif
+}
+
+void PortSlots::listSystemPortsIfDue() const
+{
+    if (!m_listingDue)
+        return;
+    m_listingDue = false;
+    QStringList listed;
     const auto ports = QSerialPortInfo::availablePorts();
     for (const QSerialPortInfo &info : ports)
-        names.append(info.portName());
-    names.sort(); // the system lists them in no fixed order
-    return PortSlots(names);
-#endif
+        listed.append(info.portName());
+    listed.sort(); // the system lists them in no fixed order
+    for (int i = 0; i < Count && i < listed.size(); ++i) {
+        if (!m_named[static_cast<std::size_t>(i)])
+            m_names[i] = listed.at(i);
+    }
 }
 
 QString PortSlots::name(int port) const
 {
     if (port < 1 || port > Count)
         return {};
+    listSystemPortsIfDue();
     return m_names.at(port - 1);
+}
+
+QStringList PortSlots::names() const
+{
+    listSystemPortsIfDue();
+    return m_names;
 }
 
 void PortSlots::setName(int port, const QString &name)
 {
-    if (port >= 1 && port <= Count)
-        m_names[port - 1] = name;
+    if (port < 1 || port > Count)
+        return;
+    m_names[port - 1] = name;
+    m_named[static_cast<std::size_t>(port - 1)] = true;
 }

@@ -1,4 +1,5 @@
 #include "platform/EventLoopWaiter.h"
+#include "platform/PortSlots.h"
 #include "platform/LineSettings.h"
 #include "platform/SettingsKeyValueStore.h"
 
@@ -25,6 +26,21 @@ class TestPlatform : public QObject
     Q_OBJECT
 
 private slots:
+    void portSlotsKeepExplicitNamesOverTheSystemList()
+    {
+        // The editor puts its simulated unit into slot 1 before anything
+        // has listed the system's ports; the later listing must not undo it.
+        PortSlots system = PortSlots::systemDefault();
+        system.setName(1, QStringLiteral("/dev/pts/sim"));
+        QCOMPARE(system.name(1), QStringLiteral("/dev/pts/sim"));
+        QCOMPARE(system.names().constFirst(), QStringLiteral("/dev/pts/sim"));
+
+        const PortSlots listed = PortSlots::fromList(QStringLiteral("A, ,C"));
+        QCOMPARE(listed.names(), QStringList({QStringLiteral("A"), QString(), QStringLiteral("C"), QString()}));
+        QCOMPARE(listed.name(0), QString());
+        QCOMPARE(listed.name(5), QString());
+    }
+
     void lineSettingsParse_data()
     {
         QTest::addColumn<QString>("text");
