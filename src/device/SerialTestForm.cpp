@@ -179,15 +179,7 @@ SerialTestForm::SerialTestForm(const ConfigData &config, const Parts &parts, QWi
 void SerialTestForm::applySlot(int slot, const SearchSlot &state)
 {
     const auto i = static_cast<std::size_t>(slot);
-    m_blanking[i]->setVisible(state.covered);
-    m_vellType[i]->setText(state.text);
-    m_vellType[i]->setVisible(state.textVisible);
-    m_vellType[i]->setEnabled(state.textEnabled);
-    m_option1[i]->setVisible(state.optionVisible);
-    m_option1[i]->setEnabled(state.optionEnabled);
-    m_option1[i]->setChecked(state.optionValue);
-    if (!state.covered)
-        showPort(m_portName[i], state);
+    showSlot(state, m_blanking[i], m_vellType[i], m_option1[i], m_portName[i]);
 }
 
 void SerialTestForm::Form_Activate()

@@ -2,6 +2,7 @@
 
 #include "device/VellProtocol.h"
 
+#include <QAbstractButton>
 #include <QDialog>
 #include <QPointer>
 
@@ -84,6 +85,23 @@ protected:
     };
     SlotRow makeSlotRow(int slot, QWidget *option, QWidget *type);
     void showPort(QLabel *label, const SearchSlot &state);
+    // Mirrors one slot of the search in its row: the cover, what answered
+    // (a text box in one dialog, a label in the other), the option button
+    // and, once searched, the port.
+    template <typename TypeWidget>
+    void showSlot(const SearchSlot &state, QWidget *blanking, TypeWidget *type, QAbstractButton *option,
+                  QLabel *portName)
+    {
+        blanking->setVisible(state.covered);
+        type->setText(state.text);
+        type->setVisible(state.textVisible);
+        type->setEnabled(state.textEnabled);
+        option->setVisible(state.optionVisible);
+        option->setEnabled(state.optionEnabled);
+        option->setChecked(state.optionValue);
+        if (!state.covered)
+            showPort(portName, state);
+    }
     // `cover` takes the same place as `content`, on top of it.
     static QWidget *stacked(QWidget *content, QWidget *cover, QWidget *parent);
 
