@@ -12,83 +12,11 @@
 #include <QTimer>
 #include <QVBoxLayout>
 
-namespace {
-
-// Passes messages on, except once the user has closed the dialog: a
-// routine cut short by the abort would otherwise go on to report its own
-// failure ("Tavo not responding") over a dialog that is already gone. The
-// default answer stands in for the user's, and for "Program another tavo"
-// that is No.
-class GuardedPrompter : public Prompter
-{
-public:
-    GuardedPrompter(Prompter &inner, const Waiter &waiter)
-        : m_inner(inner)
-        , m_waiter(waiter)
-    {}
-
-    Answer Show(const QString &text, const QString &title, Icon icon, Buttons buttons,
-                Answer defaultAnswer) override
-    {
-        if (m_waiter.AbortRequested())
-            return defaultAnswer;
-        return m_inner.Show(text, title, icon, buttons, defaultAnswer);
-    }
-
-private:
-    Prompter &m_inner;
-    const Waiter &m_waiter;
-};
-
-// The link as the routines see it: once the user has closed the dialog,
-// no port opens and nothing more is written. A routine that is cut short
-// still walks through its remaining steps (the search through the ports
-// left), and they must not touch the line any more.
-class GuardedLink : public SerialLink
-{
-public:
-    GuardedLink(SerialLink &inner, const Waiter &waiter)
-        : m_inner(inner)
-        , m_waiter(waiter)
-    {}
-
-    void SetCommPort(int port) override { m_inner.SetCommPort(port); }
-    int CommPort() const override { return m_inner.CommPort(); }
-    void SetPortOpen(bool open) override
-    {
-        if (!open || !m_waiter.AbortRequested())
-            m_inner.SetPortOpen(open);
-    }
-    bool PortOpen() const override { return m_inner.PortOpen(); }
-    void SetSettings(const QString &settings) override { m_inner.SetSettings(settings); }
-    QString Settings() const override { return m_inner.Settings(); }
-    void Output(const QByteArray &bytes) override
-    {
-        if (m_waiter.AbortRequested())
-            throw SerialLinkError("the dialog was closed");
-        m_inner.Output(bytes);
-    }
-    QByteArray Input() override { return m_inner.Input(); }
-    int InBufferCount() override { return m_inner.InBufferCount(); }
-    QString PortName(int port) const override { return m_inner.PortName(port); }
-    QString PortDescription(int port) const override { return m_inner.PortDescription(port); }
-
-private:
-    SerialLink &m_inner;
-    const Waiter &m_waiter;
-};
-
-} // namespace
-
 struct UnitDialog::Session {
     Session(const Parts &parts)
-        : link(parts.link, parts.waiter)
-        , prompter(parts.prompter, parts.waiter)
-        , protocol(link, parts.waiter, prompter, parts.types)
+        : protocol(parts.link, parts.waiter, parts.prompter, parts.types)
     {}
 
-    GuardedLink link;
-    GuardedPrompter prompter;
     VellProtocol protocol;
 };
 

@@ -23,11 +23,10 @@ class Waiter;
 // the dialog (Cancel, Done, Escape, the window's close button) in the
 // middle of a wait. Closing sets the waiter's abort flag, which makes the
 // wait in progress and every later one return at once, closes the port and
-// hides the dialog; the routine then unwinds on its own. The protocol and
-// the prompter it talks through are kept alive by the running routine
-// itself, so even a dialog deleted during a wait leaves nothing dangling,
-// and messages that would follow an abort ("Tavo not responding" after
-// the user gave up) are not shown.
+// hides the dialog; the routine then unwinds on its own, opening, writing
+// and showing nothing more. The protocol is kept alive by the running
+// routine itself, so even a dialog deleted during a wait leaves nothing
+// dangling.
 class UnitDialog : public QDialog
 {
     Q_OBJECT

@@ -90,11 +90,15 @@ void VellProtocol::setSettings(const QString &settings)
 
 void VellProtocol::output(const QByteArray &bytes)
 {
+    if (aborted())
+        return;
     try {
         m_link.Output(bytes);
     } catch (const SerialLinkError &) {
     }
 }
+
+bool VellProtocol::aborted() const { return m_waiter.AbortRequested(); }
 
 void VellProtocol::discardInput() { m_link.Input(); }
 
@@ -107,6 +111,8 @@ bool VellProtocol::wait(int ms, int enoughBytes)
 
 void VellProtocol::showError(const QString &text, const QString &title)
 {
+    if (aborted())
+        return;
     m_prompter.Show(text, title, Prompter::Icon::Exclamation, Prompter::Buttons::Ok, Prompter::Answer::Ok);
 }
 
@@ -208,7 +214,8 @@ void VellProtocol::search_for_vell()
         } catch (const std::exception &) {
         }
         try {
-            m_link.SetPortOpen(true);
+            if (!aborted())
+                m_link.SetPortOpen(true);
         } catch (const std::exception &) {
         }
 
@@ -262,6 +269,8 @@ void VellProtocol::set_active_port()
     for (int i = 0; i < SlotCount; ++i) {
         if (!m_slots[static_cast<std::size_t>(i)].optionValue)
             continue;
+        if (aborted())
+            return;
         m_link.SetCommPort(i + 1);
         m_link.SetPortOpen(true);
         wait(PortSettleMs);
@@ -385,6 +394,8 @@ std::int16_t VellProtocol::program_unit()
     if (!Configure_Vell(ImageSize))
         return 0;
     if (restart_unit()) {
+        if (aborted())
+            return 0;
         const Prompter::Answer answer =
             m_prompter.Show(QStringLiteral("Program another tavo"), QStringLiteral("All sent ok"),
                             Prompter::Icon::Question, Prompter::Buttons::YesNo, Prompter::Answer::No);

@@ -48,6 +48,11 @@ struct SearchSlot {
 //                             eight image bytes, check byte (all eleven add
 //                             up to 255 modulo 256); ack F0 xx
 // An answer of a single byte counts as no answer.
+//
+// Once the waiter's abort flag is set (the user closed the dialog, or
+// pressed Ctrl+C at the command line) every wait returns at once and the
+// routines unwind; on their way out they open no port, write nothing and
+// show no message, so nothing reports a failure the user caused by leaving.
 class VellProtocol
 {
 public:
@@ -136,6 +141,7 @@ public:
     std::function<void(const QString &label, int value)> Progress;
 
 private:
+    bool aborted() const;
     bool wait(int ms, int enoughBytes = 0);
     bool dumbRestart();
     bool sendRestartCommand();

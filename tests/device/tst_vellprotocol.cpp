@@ -265,6 +265,35 @@ private slots:
         QCOMPARE(rig.writesOf("\x11", Odd), 64);
     }
 
+    void abortedRunsOpenWriteAndShowNothingMore_data()
+    {
+        QTest::addColumn<bool>("programming"); // else the search of all four ports
+        QTest::newRow("search of four ports") << false;
+        QTest::newRow("programming run, no unit answering") << true;
+    }
+
+    void abortedRunsOpenWriteAndShowNothingMore()
+    {
+        // Ports 1 and 2 hold nothing that answers, so the search of port 1
+        // is still going when the user gives up at 300 ms.
+        QFETCH(bool, programming);
+        Rig rig;
+        for (int port = 1; port <= 4; ++port)
+            rig.link.SetPortKind(port, SimulatedLink::PortKind::Empty);
+        rig.waiter.At(300, [&] { rig.waiter.RequestAbort(); });
+        if (programming) {
+            rig.protocol.ChooseSlot(0);
+            QCOMPARE(rig.protocol.ProgramChosenSlot(), -2);
+        } else {
+            rig.protocol.search_for_vell();
+        }
+        // Time stands still once aborted: what follows happens at 300 ms.
+        QCOMPARE(rig.eventsOf(LineBench::Kind::Open, 299), 0);
+        QCOMPARE(rig.eventsOf(LineBench::Kind::Write, 299), 0);
+        QCOMPARE(rig.messages(), QStringList());
+        QVERIFY(!rig.link.PortOpen());
+    }
+
     void abortStopsAtOnce_data()
     {
         QTest::addColumn<int>("routine"); // 0 search with restarts, 1 download, 2 restart
