@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <algorithm>
 #include <array>
 #include <functional>
 #include <optional>
@@ -122,6 +123,30 @@ private:
 // The middle value (the mean of the two middle ones for an even count);
 // 0 for none.
 double median(std::vector<double> values);
+
+// The first failure among repeated runs (each with a `failure` text), or
+// "no run" when there were none; empty when every run succeeded.
+template <typename Run>
+QString firstFailure(const std::vector<Run> &results)
+{
+    for (const Run &r : results) {
+        if (!r.failure.isEmpty())
+            return r.failure;
+    }
+    return results.empty() ? QStringLiteral("no run") : QString();
+}
+
+// The run with the median `totalMs`, so that a breakdown printed beside the
+// median figure belongs to it. `results` must not be empty.
+template <typename Run>
+const Run &medianRun(const std::vector<Run> &results)
+{
+    std::vector<const Run *> sorted;
+    for (const Run &r : results)
+        sorted.push_back(&r);
+    std::sort(sorted.begin(), sorted.end(), [](const Run *a, const Run *b) { return a->totalMs < b->totalMs; });
+    return *sorted[(sorted.size() - 1) / 2];
+}
 
 // A "Name:   1234 kB" field of a /proc/<pid>/status text, in kB.
 std::optional<qint64> statusFieldKb(const QByteArray &statusText, const char *field);

@@ -228,27 +228,6 @@ std::vector<RunResult> ptyRuns(UnitHost &host, int runs, int watchIntervalMs)
     return results;
 }
 
-QString firstFailure(const std::vector<RunResult> &results)
-{
-    for (const RunResult &r : results) {
-        if (!r.failure.isEmpty())
-            return r.failure;
-    }
-    return results.empty() ? QStringLiteral("no run") : QString();
-}
-
-// The run with the median total time, so that its breakdown belongs to the
-// figure in the table.
-const RunResult &medianRun(const std::vector<RunResult> &results)
-{
-    std::vector<const RunResult *> sorted;
-    for (const RunResult &r : results)
-        sorted.push_back(&r);
-    std::sort(sorted.begin(), sorted.end(),
-              [](const RunResult *a, const RunResult *b) { return a->totalMs < b->totalMs; });
-    return *sorted[(sorted.size() - 1) / 2];
-}
-
 QString breakdown(const QString &label, const RunResult &r)
 {
     const WaitSummary &w = r.waits;
