@@ -62,7 +62,8 @@ WaitSummary summarize(const std::vector<RecordingWaiter::Record> &records)
     return s;
 }
 
-template <typename F> auto TimedLink::timed(Op op, F &&call) const
+template <typename F>
+auto TimedLink::timed(Op op, F &&call) const
 {
     Tally &t = m_tallies[static_cast<std::size_t>(op)];
     ++t.calls;
@@ -269,17 +270,10 @@ QString ResultTable::render() const
     for (const Row &r : m_rows) {
         QString verdict;
         switch (r.verdict) {
-        case Verdict::None:
-            break;
-        case Verdict::Met:
-            verdict = QStringLiteral("met");
-            break;
-        case Verdict::Missed:
-            verdict = QStringLiteral("MISSED");
-            break;
-        case Verdict::Failed:
-            verdict = QStringLiteral("FAILED");
-            break;
+        case Verdict::None: break;
+        case Verdict::Met: verdict = QStringLiteral("met"); break;
+        case Verdict::Missed: verdict = QStringLiteral("MISSED"); break;
+        case Verdict::Failed: verdict = QStringLiteral("FAILED"); break;
         }
         cells.push_back({r.measure, r.measured, r.reference, r.comparison, r.target, verdict});
     }

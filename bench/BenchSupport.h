@@ -114,7 +114,8 @@ public:
     QString describe() const;
 
 private:
-    template <typename F> auto timed(Op op, F &&call) const;
+    template <typename F>
+    auto timed(Op op, F &&call) const;
 
     SerialLink &m_inner;
     mutable std::array<Tally, OpCount> m_tallies{};
@@ -144,7 +145,8 @@ const Run &medianRun(const std::vector<Run> &results)
     std::vector<const Run *> sorted;
     for (const Run &r : results)
         sorted.push_back(&r);
-    std::sort(sorted.begin(), sorted.end(), [](const Run *a, const Run *b) { return a->totalMs < b->totalMs; });
+    std::sort(sorted.begin(), sorted.end(),
+              [](const Run *a, const Run *b) { return a->totalMs < b->totalMs; });
     return *sorted[(sorted.size() - 1) / 2];
 }
 

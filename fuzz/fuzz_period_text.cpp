@@ -44,14 +44,10 @@ struct Spinner {
 bool isCanonical(int mode, const QString &shown, int value)
 {
     switch (mode) {
-    case 0:
-        return shown.size() == 1 && shown.at(0).unicode() == value;
-    case 1:
-        return shown == QStringLiteral("%1").arg(value, 3, 10, QLatin1Char('0'));
-    case 2:
-        return shown == QStringLiteral("%1").arg(value, 2, 16, QLatin1Char('0')).toUpper();
-    default:
-        return true;
+    case 0: return shown.size() == 1 && shown.at(0).unicode() == value;
+    case 1: return shown == QStringLiteral("%1").arg(value, 3, 10, QLatin1Char('0'));
+    case 2: return shown == QStringLiteral("%1").arg(value, 2, 16, QLatin1Char('0')).toUpper();
+    default: return true;
     }
 }
 

@@ -127,14 +127,9 @@ bool loadConfig(const QString &path, ConfigData &config)
 
     const tavo::ConfigReadResult result = tavo::readConfigFile(path, config);
     switch (result.status) {
-    case tavo::ConfigReadResult::Loaded:
-        return true;
-    case tavo::ConfigReadResult::NotFound:
-        fail(QStringLiteral("%1: no such file").arg(path));
-        break;
-    case tavo::ConfigReadResult::OpenFailed:
-        fail(QStringLiteral("%1: cannot be read").arg(path));
-        break;
+    case tavo::ConfigReadResult::Loaded: return true;
+    case tavo::ConfigReadResult::NotFound: fail(QStringLiteral("%1: no such file").arg(path)); break;
+    case tavo::ConfigReadResult::OpenFailed: fail(QStringLiteral("%1: cannot be read").arg(path)); break;
     case tavo::ConfigReadResult::MissingLine:
         fail(QStringLiteral("%1: line %2 is missing (a configuration has %3 lines)")
                  .arg(path)

@@ -71,7 +71,7 @@ bool writeImage(const QString &path, const QByteArray &image)
     // commit() renames the file into place even when writing out its
     // buffered tail failed, so flush and check first.
     return file.open(QIODevice::WriteOnly) && file.write(image) == image.size() && file.flush()
-        && file.commit();
+           && file.commit();
 }
 
 } // namespace

@@ -15,7 +15,8 @@
 
 namespace {
 
-template <typename Button> Button *named(const QString &name, const QString &text, QWidget *parent)
+template <typename Button>
+Button *named(const QString &name, const QString &text, QWidget *parent)
 {
     auto *b = new Button(text, parent);
     b->setObjectName(name);

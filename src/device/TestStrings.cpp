@@ -121,16 +121,11 @@ Composition composeTavo(Selection &selection, const ConfigData &config, SerialEd
 Composition Compose(Selection &selection, const ConfigData &config, SerialEditorData &message)
 {
     switch (selection.mode) {
-    case Map:
-        return composeMap(selection, message);
-    case Mask:
-        return composeMask(selection, message);
-    case Bit:
-        return composeBit(selection, message);
-    case Tavo:
-        return composeTavo(selection, config, message);
-    default:
-        return {};
+    case Map: return composeMap(selection, message);
+    case Mask: return composeMask(selection, message);
+    case Bit: return composeBit(selection, message);
+    case Tavo: return composeTavo(selection, config, message);
+    default: return {};
     }
 }
 
@@ -150,12 +145,9 @@ std::optional<QString> SendSettings(int mode, const ConfigData &config)
     switch (mode) {
     case Map:
     case Mask:
-    case Bit:
-        return QStringLiteral("9600,n,8,1");
-    case Tavo:
-        return UnitSettings(config.BaudIndex, config.ParityIndex);
-    default:
-        return std::nullopt;
+    case Bit: return QStringLiteral("9600,n,8,1");
+    case Tavo: return UnitSettings(config.BaudIndex, config.ParityIndex);
+    default: return std::nullopt;
     }
 }
 
@@ -163,14 +155,10 @@ int SendCount(int mode, const SerialEditorData &message)
 {
     switch (mode) {
     case Map:
-    case Mask:
-        return 1;
-    case Bit:
-        return 2;
-    case Tavo:
-        return message.NumberOfBytesInMessage();
-    default:
-        return 0;
+    case Mask: return 1;
+    case Bit: return 2;
+    case Tavo: return message.NumberOfBytesInMessage();
+    default: return 0;
     }
 }
 

@@ -23,7 +23,10 @@ constexpr char DownloadCommand = 0x11;
 
 const QString ErrorTitle = QStringLiteral("Error!");
 
-std::uint8_t byteAt(const QByteArray &bytes, qsizetype i) { return static_cast<std::uint8_t>(bytes.at(i)); }
+std::uint8_t byteAt(const QByteArray &bytes, qsizetype i)
+{
+    return static_cast<std::uint8_t>(bytes.at(i));
+}
 
 } // namespace
 
@@ -36,7 +39,10 @@ QStringList VellProtocol::SearchSettings()
             QStringLiteral("2400,n,8,2")};
 }
 
-QByteArray VellProtocol::Probe() { return QByteArray("\xFFSETVEL", 7); }
+QByteArray VellProtocol::Probe()
+{
+    return QByteArray("\xFFSETVEL", 7);
+}
 
 QByteArray VellProtocol::DownloadBlock(const ConfigImage &image, int k)
 {
@@ -56,7 +62,8 @@ QByteArray VellProtocol::DownloadBlock(const ConfigImage &image, int k)
 
 QString VellProtocol::VersionText(std::int32_t found)
 {
-    return QString::number((found & 0x10FF00) / 256) + QLatin1Char('.') + QString::number((found & 0xFF0000) / 65536);
+    return QString::number((found & 0x10FF00) / 256) + QLatin1Char('.')
+           + QString::number((found & 0xFF0000) / 65536);
 }
 
 QString VellProtocol::ProgressText(int k, int count)
@@ -74,8 +81,7 @@ VellProtocol::VellProtocol(SerialLink &link, Waiter &waiter, Prompter &prompter,
     , m_waiter(waiter)
     , m_prompter(prompter)
     , m_types(types)
-{
-}
+{}
 
 // A write or setting that fails (the adapter was pulled, the simulator
 // went away) is treated like a byte lost on the line: the exchange simply
@@ -98,9 +104,15 @@ void VellProtocol::output(const QByteArray &bytes)
     }
 }
 
-bool VellProtocol::aborted() const { return m_waiter.AbortRequested(); }
+bool VellProtocol::aborted() const
+{
+    return m_waiter.AbortRequested();
+}
 
-void VellProtocol::discardInput() { m_link.Input(); }
+void VellProtocol::discardInput()
+{
+    m_link.Input();
+}
 
 bool VellProtocol::wait(int ms, int enoughBytes)
 {
@@ -310,9 +322,15 @@ bool VellProtocol::sendRestartCommand()
     return true;
 }
 
-bool VellProtocol::dumbRestart() { return sendRestartCommand() && wait(RestartBootMs); }
+bool VellProtocol::dumbRestart()
+{
+    return sendRestartCommand() && wait(RestartBootMs);
+}
 
-void VellProtocol::dumb_restart_unit() { dumbRestart(); }
+void VellProtocol::dumb_restart_unit()
+{
+    dumbRestart();
+}
 
 bool VellProtocol::restart_unit()
 {

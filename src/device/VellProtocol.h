@@ -27,7 +27,7 @@ struct SearchSlot {
     bool optionValue = false;   // Option1(i).Value: the slot chosen for programming
     QString portName;           // the system port behind the slot
     QString portDescription;
-    std::int32_t found = 0;     // what Find_vell returned there (0 when not searched)
+    std::int32_t found = 0; // what Find_vell returned there (0 when not searched)
 };
 
 // The link layer and the download protocol spoken with a unit: finding it

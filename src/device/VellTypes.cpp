@@ -41,9 +41,15 @@ std::optional<QString> readText(KeyValueStore &store, const QString &key, const 
 
 } // namespace
 
-QString VellTypes::KeyPath() { return QStringLiteral("Software\\Olvex\\Brondels\\Types"); }
+QString VellTypes::KeyPath()
+{
+    return QStringLiteral("Software\\Olvex\\Brondels\\Types");
+}
 
-VellTypes::VellTypes() { BuildVellTypes(); }
+VellTypes::VellTypes()
+{
+    BuildVellTypes();
+}
 
 const VellType &VellTypes::at(int index) const
 {

@@ -116,8 +116,7 @@ int displayTypeOf(const SerialEditorData &message, int index, int forcedMode)
 QString valueText(int value, int displayType, bool leadingZeros)
 {
     switch (displayType) {
-    case Type::Ascii:
-        return QString(characterFor(value));
+    case Type::Ascii: return QString(characterFor(value));
     case Type::Decimal:
         if (!leadingZeros)
             return QString::number(value);
@@ -135,44 +134,31 @@ QString valueText(int value, int displayType, bool leadingZeros)
         const qsizetype firstOne = bits.indexOf(QLatin1Char('1'));
         return firstOne < 0 ? QStringLiteral("0") : bits.mid(firstOne);
     }
-    case Type::Control:
-        return controlCharName(value);
-    case Type::Ignore:
-        return QStringLiteral("?");
-    default:
-        return {};
+    case Type::Control: return controlCharName(value);
+    case Type::Ignore: return QStringLiteral("?");
+    default: return {};
     }
 }
 
 QString suffixOf(int displayType)
 {
     switch (displayType) {
-    case Type::Decimal:
-        return QStringLiteral("d");
-    case Type::Hexadecimal:
-        return QStringLiteral("h");
-    case Type::Binary:
-        return QStringLiteral("b");
-    default:
-        return {};
+    case Type::Decimal: return QStringLiteral("d");
+    case Type::Hexadecimal: return QStringLiteral("h");
+    case Type::Binary: return QStringLiteral("b");
+    default: return {};
     }
 }
 
 Rgb colourOf(int displayType)
 {
     switch (displayType) {
-    case Type::Decimal:
-        return {0, 0, 255};
-    case Type::Hexadecimal:
-        return {255, 0, 0};
-    case Type::Binary:
-        return {255, 0, 255};
-    case Type::Control:
-        return {0, 128, 0};
-    case Type::Ignore:
-        return {255, 128, 0};
-    default:
-        return Black;
+    case Type::Decimal: return {0, 0, 255};
+    case Type::Hexadecimal: return {255, 0, 0};
+    case Type::Binary: return {255, 0, 255};
+    case Type::Control: return {0, 128, 0};
+    case Type::Ignore: return {255, 128, 0};
+    default: return Black;
     }
 }
 
@@ -234,14 +220,10 @@ std::optional<int> byteFor(char16_t character)
 QString typedDigits(int value, int type)
 {
     switch (type) {
-    case Type::Decimal:
-        return QString::number(value);
-    case Type::Hexadecimal:
-        return QString::number(value & 0xFFFF, 16).toUpper();
-    case Type::Binary:
-        return QString::number(value & 0xFF, 2);
-    default:
-        return {};
+    case Type::Decimal: return QString::number(value);
+    case Type::Hexadecimal: return QString::number(value & 0xFFFF, 16).toUpper();
+    case Type::Binary: return QString::number(value & 0xFF, 2);
+    default: return {};
     }
 }
 

@@ -413,16 +413,13 @@ bool EditorModel::keyDown(int key, Qt::KeyboardModifiers modifiers)
             m_selectAnchor = int16(cursor());
         redrawn = true;
         break;
-    default:
-        break;
+    default: break;
     }
 
     if (!m_keyHandled && m_allowEdit) {
         switch (key) {
         case Qt::Key_Up:
-        case Qt::Key_Down:
-            changed = redrawn = stepValue(key == Qt::Key_Up ? 1 : -1);
-            break;
+        case Qt::Key_Down: changed = redrawn = stepValue(key == Qt::Key_Up ? 1 : -1); break;
         case Qt::Key_Delete: {
             if (m_entryState != 0) {
                 // Delete throws away the value being typed.
@@ -512,11 +509,8 @@ bool EditorModel::keyDown(int key, Qt::KeyboardModifiers modifiers)
         case Qt::Key_Tab:
         case Qt::Key_Backtab:
         case Qt::Key_PageUp:
-        case Qt::Key_PageDown:
-            m_keyHandled = true;
-            break;
-        default:
-            break;
+        case Qt::Key_PageDown: m_keyHandled = true; break;
+        default: break;
         }
     }
 

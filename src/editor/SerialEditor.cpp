@@ -549,10 +549,8 @@ bool SerialEditor::surfaceOverridesShortcut(QKeyEvent *event) const
         case Qt::Key_Z:
         case Qt::Key_Y:
         case Qt::Key_Left:
-        case Qt::Key_Right:
-            return true;
-        default:
-            return false;
+        case Qt::Key_Right: return true;
+        default: return false;
         }
     }
     if (mods != Qt::NoModifier)
@@ -566,10 +564,8 @@ bool SerialEditor::surfaceOverridesShortcut(QKeyEvent *event) const
     case Qt::Key_Down:
     case Qt::Key_Delete:
     case Qt::Key_Backspace:
-    case Qt::Key_Insert:
-        return true;
-    default:
-        return !event->text().isEmpty() && event->text().at(0).isPrint();
+    case Qt::Key_Insert: return true;
+    default: return !event->text().isEmpty() && event->text().at(0).isPrint();
     }
 }
 

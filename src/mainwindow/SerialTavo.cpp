@@ -297,10 +297,8 @@ bool SerialTavo::QuerySave()
         QString name = m_currentFileName;
         return SaveConfig(name);
     }
-    case Prompter::Answer::No:
-        return true;
-    default:
-        return false;
+    case Prompter::Answer::No: return true;
+    default: return false;
     }
 }
 

@@ -2,17 +2,23 @@
 
 #include <cctype>
 #include <charconv>
-#include <limits>
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 #include <string>
 
 namespace tavo {
 namespace {
 
-bool isBlank(char c) { return c == ' ' || c == '\t'; }
+bool isBlank(char c)
+{
+    return c == ' ' || c == '\t';
+}
 
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
 
 int digitValue(char c, int base)
 {
@@ -52,8 +58,8 @@ double parseDecimal(std::string_view literal)
 
 struct Scan {
     double value = 0.0;
-    std::size_t end = 0;  // one past the last character that belongs to the number
-    bool found = false;   // at least one digit was read
+    std::size_t end = 0; // one past the last character that belongs to the number
+    bool found = false;  // at least one digit was read
 };
 
 // Reads a number starting at `pos` (blanks already skipped).

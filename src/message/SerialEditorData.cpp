@@ -11,7 +11,9 @@ namespace {
 class FieldReader
 {
 public:
-    explicit FieldReader(std::string_view text) : m_text(text) {}
+    explicit FieldReader(std::string_view text)
+        : m_text(text)
+    {}
 
     bool next(std::string_view &field)
     {
@@ -162,5 +164,5 @@ void SerialEditorData::SetAllDataTo(const SerialEditorData &other)
 bool SerialEditorData::IsTheSameAs(const SerialEditorData &other) const
 {
     return m_value == other.m_value && m_type == other.m_type && m_canDoIgnore == other.m_canDoIgnore
-        && m_count == other.m_count;
+           && m_count == other.m_count;
 }

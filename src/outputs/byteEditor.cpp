@@ -117,17 +117,10 @@ std::uint8_t byteEditor::SetClampedValue(int n)
 void byteEditor::redrawText()
 {
     switch (m_displayMode) {
-    case Character:
-        m_text1->setText(QString(QChar(char16_t(m_value))));
-        break;
-    case Decimal:
-        m_text1->setText(QStringLiteral("%1").arg(int(m_value), 3, 10, QLatin1Char('0')));
-        break;
-    case Hexadecimal:
-        m_text1->setText(QString(hexDigit(m_value / 16)) + hexDigit(m_value % 16));
-        break;
-    default:
-        return; // an unknown mode leaves the text alone
+    case Character: m_text1->setText(QString(QChar(char16_t(m_value)))); break;
+    case Decimal: m_text1->setText(QStringLiteral("%1").arg(int(m_value), 3, 10, QLatin1Char('0'))); break;
+    case Hexadecimal: m_text1->setText(QString(hexDigit(m_value / 16)) + hexDigit(m_value % 16)); break;
+    default: return; // an unknown mode leaves the text alone
     }
     m_text1->update();
 }
@@ -151,8 +144,7 @@ void byteEditor::ParseText()
         result = 16 * digitValue(padded.at(0)) + digitValue(padded.at(1));
         break;
     }
-    default:
-        break;
+    default: break;
     }
     // Clamped before rounding, so huge or endless numbers never overflow.
     if (result > 255)

@@ -7,8 +7,7 @@
 
 EventLoopWaiter::EventLoopWaiter(QObject *parent)
     : QObject(parent)
-{
-}
+{}
 
 bool EventLoopWaiter::Wait(int ms, const std::function<bool()> &enough)
 {

@@ -27,8 +27,14 @@ QString FileDialog::qtFilter(const QString &filter)
     return out.join(QStringLiteral(";;"));
 }
 
-void FileDialog::ShowOpen() { show(false); }
-void FileDialog::ShowSave() { show(true); }
+void FileDialog::ShowOpen()
+{
+    show(false);
+}
+void FileDialog::ShowSave()
+{
+    show(true);
+}
 
 void FileDialog::show(bool save)
 {

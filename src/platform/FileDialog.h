@@ -8,7 +8,9 @@ class QWidget;
 class FileDialog : public CommonDialog
 {
 public:
-    explicit FileDialog(QWidget *parent = nullptr) : m_parent(parent) {}
+    explicit FileDialog(QWidget *parent = nullptr)
+        : m_parent(parent)
+    {}
     void SetParent(QWidget *parent) { m_parent = parent; }
 
     void ShowOpen() override;

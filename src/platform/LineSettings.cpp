@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr std::array<int, 16> SupportedBauds{110,   300,   600,   1200,  2400,   4800,   9600,   14400,
+constexpr std::array<int, 16> SupportedBauds{110,   300,   600,   1200,  2400,  4800,   9600,   14400,
                                              19200, 28800, 38400, 56000, 57600, 115200, 128000, 256000};
 
 // Digits only: QString::toInt would also take "+9600" or " 9600".

@@ -8,7 +8,9 @@ class QWidget;
 class MessageBoxPrompter : public Prompter
 {
 public:
-    explicit MessageBoxPrompter(QWidget *parent = nullptr) : m_parent(parent) {}
+    explicit MessageBoxPrompter(QWidget *parent = nullptr)
+        : m_parent(parent)
+    {}
     void SetParent(QWidget *parent) { m_parent = parent; }
 
     Answer Show(const QString &text, const QString &title, Icon icon, Buttons buttons,

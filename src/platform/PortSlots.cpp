@@ -25,8 +25,8 @@ PortSlots PortSlots::fromEnvironment()
 PortSlots PortSlots::systemDefault()
 {
 #ifdef Q_OS_WIN
-    return PortSlots({QStringLiteral("COM1"), QStringLiteral("COM2"), QStringLiteral("COM3"),
-                      QStringLiteral("COM4")});
+    return PortSlots(
+        {QStringLiteral("COM1"), QStringLiteral("COM2"), QStringLiteral("COM3"), QStringLiteral("COM4")});
 #else
     PortSlots lazy;
     lazy.m_listingDue = true;

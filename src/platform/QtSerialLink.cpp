@@ -77,7 +77,10 @@ void QtSerialLink::SetPortOpen(bool open)
     }
 }
 
-bool QtSerialLink::PortOpen() const { return m_port.isOpen(); }
+bool QtSerialLink::PortOpen() const
+{
+    return m_port.isOpen();
+}
 
 bool QtSerialLink::applySettings(const QString &settings)
 {
@@ -92,9 +95,9 @@ bool QtSerialLink::applySettings(const QString &settings)
     if (s->parity == LineSettings::Parity::None && m_port.isOpen())
         setParityLeniently(QSerialPort::EvenParity);
     const bool ok = m_port.setBaudRate(s->baud)
-        && m_port.setDataBits(static_cast<QSerialPort::DataBits>(s->dataBits))
-        && setParityLeniently(toParity(s->parity))
-        && m_port.setStopBits(s->stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop);
+                    && m_port.setDataBits(static_cast<QSerialPort::DataBits>(s->dataBits))
+                    && setParityLeniently(toParity(s->parity))
+                    && m_port.setStopBits(s->stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop);
     return ok || !m_port.isOpen();
 }
 
@@ -162,7 +165,10 @@ int QtSerialLink::InBufferCount()
     return static_cast<int>(m_port.bytesAvailable());
 }
 
-QString QtSerialLink::PortName(int port) const { return m_slots.name(port); }
+QString QtSerialLink::PortName(int port) const
+{
+    return m_slots.name(port);
+}
 
 const QList<QSerialPortInfo> &QtSerialLink::systemPorts() const
 {

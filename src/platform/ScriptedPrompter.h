@@ -26,7 +26,11 @@ public:
 
     void SetNextAnswer(Answer answer) { m_answers.append(answer); }
     const QList<Shown> &shown() const { return m_shown; }
-    void clear() { m_shown.clear(); m_answers.clear(); }
+    void clear()
+    {
+        m_shown.clear();
+        m_answers.clear();
+    }
 
 private:
     QList<Shown> m_shown;

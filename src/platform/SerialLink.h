@@ -47,5 +47,9 @@ public:
     // ("/dev/ttyUSB0", "COM3"), empty when the slot has no port.
     virtual QString PortName(int port) const = 0;
     // The adapter's own description, for a tooltip; may be empty.
-    virtual QString PortDescription(int port) const { Q_UNUSED(port); return {}; }
+    virtual QString PortDescription(int port) const
+    {
+        Q_UNUSED(port);
+        return {};
+    }
 };

@@ -12,7 +12,10 @@ const QLatin1String NumberPrefix("dword:");
 const QLatin1String TextPrefix("sz:");
 
 // Registry sizes count bytes of the program's 8-bit code page plus the NUL.
-int textSize(const QString &text) { return static_cast<int>(text.size()) + 1; }
+int textSize(const QString &text)
+{
+    return static_cast<int>(text.size()) + 1;
+}
 
 KeyValueStore::Value textValue(const QString &text, int bufferSize)
 {
@@ -50,8 +53,9 @@ KeyValueStore::Value otherValue(int size)
 
 bool isHexDigit(QChar c)
 {
-    return (c >= QLatin1Char('0') && c <= QLatin1Char('9')) || (c >= QLatin1Char('a') && c <= QLatin1Char('f'))
-        || (c >= QLatin1Char('A') && c <= QLatin1Char('F'));
+    return (c >= QLatin1Char('0') && c <= QLatin1Char('9'))
+           || (c >= QLatin1Char('a') && c <= QLatin1Char('f'))
+           || (c >= QLatin1Char('A') && c <= QLatin1Char('F'));
 }
 
 // An INI value: only our own two prefixed forms count.
@@ -86,12 +90,15 @@ KeyValueStore::Value decodeTyped(const QVariant &raw, int bufferSize)
 
 } // namespace
 
-QString SettingsKeyValueStore::rootPath() { return QStringLiteral("Software\\Olvex\\Brondels"); }
+QString SettingsKeyValueStore::rootPath()
+{
+    return QStringLiteral("Software\\Olvex\\Brondels");
+}
 
 std::unique_ptr<SettingsKeyValueStore> SettingsKeyValueStore::openIniFile(const QString &fileName)
 {
-    return std::make_unique<SettingsKeyValueStore>(std::make_unique<QSettings>(fileName, QSettings::IniFormat),
-                                                   false);
+    return std::make_unique<SettingsKeyValueStore>(
+        std::make_unique<QSettings>(fileName, QSettings::IniFormat), false);
 }
 
 std::unique_ptr<SettingsKeyValueStore> SettingsKeyValueStore::openDefault()
@@ -108,7 +115,8 @@ std::unique_ptr<SettingsKeyValueStore> SettingsKeyValueStore::openDefault()
     // then lives with the user, as the program must still be able to
     // write the built-in rows on its first run.
     return std::make_unique<SettingsKeyValueStore>(
-        std::make_unique<QSettings>(QStringLiteral("HKEY_CURRENT_USER\\") + rootPath(), QSettings::NativeFormat),
+        std::make_unique<QSettings>(QStringLiteral("HKEY_CURRENT_USER\\") + rootPath(),
+                                    QSettings::NativeFormat),
         true);
 #else
     return std::make_unique<SettingsKeyValueStore>(
@@ -121,12 +129,17 @@ std::unique_ptr<SettingsKeyValueStore> SettingsKeyValueStore::openDefault()
 SettingsKeyValueStore::SettingsKeyValueStore(std::unique_ptr<QSettings> settings, bool typedValues)
     : m_settings(std::move(settings))
     , m_typedValues(typedValues)
+{}
+
+SettingsKeyValueStore::~SettingsKeyValueStore()
 {
+    m_settings->sync();
 }
 
-SettingsKeyValueStore::~SettingsKeyValueStore() { m_settings->sync(); }
-
-QString SettingsKeyValueStore::fileName() const { return m_settings->fileName(); }
+QString SettingsKeyValueStore::fileName() const
+{
+    return m_settings->fileName();
+}
 
 std::optional<QString> SettingsKeyValueStore::group(const QString &path) const
 {
@@ -170,7 +183,8 @@ std::optional<QString> SettingsKeyValueStore::EnumKey(const QString &path, int i
     return names.at(index);
 }
 
-KeyValueStore::Value SettingsKeyValueStore::QueryValue(const QString &path, const QString &name, int bufferSize)
+KeyValueStore::Value SettingsKeyValueStore::QueryValue(const QString &path, const QString &name,
+                                                       int bufferSize)
 {
     const auto g = group(path);
     if (!g || name.isEmpty())
@@ -205,7 +219,8 @@ bool SettingsKeyValueStore::SetNumber(const QString &path, const QString &name, 
 {
     if (m_typedValues)
         return setRaw(path, name, static_cast<int>(value));
-    return setRaw(path, name, QString(NumberPrefix + QStringLiteral("%1").arg(value, 8, 16, QLatin1Char('0'))));
+    return setRaw(path, name,
+                  QString(NumberPrefix + QStringLiteral("%1").arg(value, 8, 16, QLatin1Char('0'))));
 }
 
 bool SettingsKeyValueStore::SetText(const QString &path, const QString &name, const QString &text)

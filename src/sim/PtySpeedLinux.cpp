@@ -8,7 +8,8 @@ extern "C" int ioctl(int fd, unsigned long request, ...);
 
 int tavoPtyCustomSpeed(int fd)
 {
-    struct termios2 t {};
+    struct termios2 t {
+    };
     if (ioctl(fd, TCGETS2, &t) != 0)
         return -1;
     return static_cast<int>(t.c_ospeed);

@@ -64,12 +64,16 @@ PtyUnit::PtyUnit(const UnitConfig &config, QObject *parent)
     });
     m_unit->OutputsChanged = [this](std::uint8_t outputs) { emit OutputsChanged(outputs); };
     m_unit->ImageReceived = [this](const UnitSimulator::Image &image) {
-        emit ImageReceived(QByteArray(reinterpret_cast<const char *>(image.data()), UnitSimulator::ImageSize));
+        emit ImageReceived(
+            QByteArray(reinterpret_cast<const char *>(image.data()), UnitSimulator::ImageSize));
     };
     m_clock.start();
 }
 
-PtyUnit::~PtyUnit() { stop(); }
+PtyUnit::~PtyUnit()
+{
+    stop();
+}
 
 #ifdef Q_OS_UNIX
 
@@ -211,7 +215,8 @@ void PtyUnit::send(const UnitSimulator::Reply &reply)
 {
     if (m_master < 0)
         return;
-    const ssize_t written = ::write(m_master, reply.bytes.constData(), static_cast<size_t>(reply.bytes.size()));
+    const ssize_t written =
+        ::write(m_master, reply.bytes.constData(), static_cast<size_t>(reply.bytes.size()));
     if (written > 0)
         emit BytesSent(reply.bytes.left(written));
     // Gone a moment after the last answer, so that the host still reads it.
@@ -229,13 +234,23 @@ bool PtyUnit::start(QString *error)
     return false;
 }
 
-void PtyUnit::stop() { m_deadline->stop(); }
+void PtyUnit::stop()
+{
+    m_deadline->stop();
+}
 
-QString PtyUnit::currentSettings() const { return {}; }
+QString PtyUnit::currentSettings() const
+{
+    return {};
+}
 
-void PtyUnit::readAvailable() {}
+void PtyUnit::readAvailable()
+{}
 
-void PtyUnit::send(const UnitSimulator::Reply &reply) { Q_UNUSED(reply); }
+void PtyUnit::send(const UnitSimulator::Reply &reply)
+{
+    Q_UNUSED(reply);
+}
 
 #endif
 

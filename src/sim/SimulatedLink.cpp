@@ -34,7 +34,10 @@ void SimulatedLink::SetPortKind(int number, PortKind kind)
         p.unit.reset();
 }
 
-SimulatedLink::PortKind SimulatedLink::portKind(int number) const { return port(number).kind; }
+SimulatedLink::PortKind SimulatedLink::portKind(int number) const
+{
+    return port(number).kind;
+}
 
 UnitSimulator &SimulatedLink::AttachUnit(int number, const UnitConfig &config)
 {
@@ -44,9 +47,15 @@ UnitSimulator &SimulatedLink::AttachUnit(int number, const UnitConfig &config)
     return *p.unit;
 }
 
-UnitSimulator *SimulatedLink::unit(int number) { return port(number).unit.get(); }
+UnitSimulator *SimulatedLink::unit(int number)
+{
+    return port(number).unit.get();
+}
 
-void SimulatedLink::SetPortName(int number, const QString &name) { port(number).name = name; }
+void SimulatedLink::SetPortName(int number, const QString &name)
+{
+    port(number).name = name;
+}
 
 QString SimulatedLink::PortName(int number) const
 {

@@ -67,14 +67,12 @@ LineSettings UnitSimulator::configuredSettings(const Image &image)
 
 UnitSimulator::UnitSimulator()
     : UnitSimulator(Config{})
-{
-}
+{}
 
 UnitSimulator::UnitSimulator(Config config)
     : m_config(std::move(config))
     , m_image(m_config.image)
-{
-}
+{}
 
 std::vector<UnitSimulator::Reply> UnitSimulator::feed(const QByteArray &bytes, const LineSettings &settings,
                                                       qint64 nowMs)
@@ -97,7 +95,8 @@ std::vector<UnitSimulator::Reply> UnitSimulator::feed(std::uint8_t byte, const L
     settle(nowMs);
 
     const bool probeSetting = settings.parity == LineSettings::Parity::None && settings.dataBits == 8
-        && settings.stopBits == 2 && (m_config.anyBaud || settings.baud == m_config.ownBaud);
+                              && settings.stopBits == 2
+                              && (m_config.anyBaud || settings.baud == m_config.ownBaud);
     const bool codeSetting = settings == configuredSettings(m_image);
     bool understood = codeSetting;
 
@@ -227,7 +226,8 @@ void UnitSimulator::ack(std::uint8_t first, const LineSettings &settings, std::v
     replies.push_back(r);
 }
 
-void UnitSimulator::faultReply(AckFault fault, const LineSettings &settings, std::vector<Reply> &replies) const
+void UnitSimulator::faultReply(AckFault fault, const LineSettings &settings,
+                               std::vector<Reply> &replies) const
 {
     switch (fault) {
     case AckFault::None:
@@ -262,7 +262,8 @@ void UnitSimulator::restart(const LineSettings &settings, std::vector<Reply> &re
 
 void UnitSimulator::block(const LineSettings &settings, std::vector<Reply> &replies)
 {
-    const int k = static_cast<std::uint8_t>(m_commandData.at(0)) * 256 + static_cast<std::uint8_t>(m_commandData.at(1));
+    const int k =
+        static_cast<std::uint8_t>(m_commandData.at(0)) * 256 + static_cast<std::uint8_t>(m_commandData.at(1));
     if (k != m_lastBlock) {
         m_lastBlock = k;
         m_blockAttempts = 0;

@@ -24,8 +24,7 @@ public:
 
     explicit VirtualWaiter(VirtualClock &clock)
         : m_clock(clock)
-    {
-    }
+    {}
 
     bool Wait(int ms, const std::function<bool()> &enough = {}) override;
 

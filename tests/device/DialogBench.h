@@ -15,7 +15,8 @@ struct DialogBench : LineBench {
     UnitDialog::Parts parts() { return {link, waiter, prompter, types}; }
 };
 
-template <typename T> T *child(QObject &parent, const QString &name)
+template <typename T>
+T *child(QObject &parent, const QString &name)
 {
     T *w = parent.findChild<T *>(name);
     if (!w)

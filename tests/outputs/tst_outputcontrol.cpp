@@ -28,7 +28,8 @@ struct Panel {
     OutputControl control{config};
     QSignalSpy clicks{&control, &OutputControl::Click};
 
-    template <typename T = QWidget> T *child(const char *name) const
+    template <typename T = QWidget>
+    T *child(const char *name) const
     {
         return control.findChild<T *>(QString::fromLatin1(name));
     }

@@ -1,6 +1,6 @@
 #include "platform/EventLoopWaiter.h"
-#include "platform/PortSlots.h"
 #include "platform/LineSettings.h"
+#include "platform/PortSlots.h"
 #include "platform/SettingsKeyValueStore.h"
 
 #include <QElapsedTimer>
@@ -36,7 +36,8 @@ private slots:
         QCOMPARE(system.names().constFirst(), QStringLiteral("/dev/pts/sim"));
 
         const PortSlots listed = PortSlots::fromList(QStringLiteral("A, ,C"));
-        QCOMPARE(listed.names(), QStringList({QStringLiteral("A"), QString(), QStringLiteral("C"), QString()}));
+        QCOMPARE(listed.names(),
+                 QStringList({QStringLiteral("A"), QString(), QStringLiteral("C"), QString()}));
         QCOMPARE(listed.name(0), QString());
         QCOMPARE(listed.name(5), QString());
     }

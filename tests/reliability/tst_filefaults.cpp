@@ -350,18 +350,10 @@ private slots:
             QCOMPARE(result.line, line);
         }
         switch (line) {
-        case 6:
-            QCOMPARE(config.OnMessages[1].ByteValue(0), value);
-            break;
-        case 8:
-            QCOMPARE(config.OnPeriods[1], value);
-            break;
-        case 9:
-            QCOMPARE(int(config.PulseModes[1]), value);
-            break;
-        case 34:
-            QCOMPARE(config.BaudIndex, value);
-            break;
+        case 6: QCOMPARE(config.OnMessages[1].ByteValue(0), value); break;
+        case 8: QCOMPARE(config.OnPeriods[1], value); break;
+        case 9: QCOMPARE(int(config.PulseModes[1]), value); break;
+        case 34: QCOMPARE(config.BaudIndex, value); break;
         }
         // Everything before the line is the file's; everything after it is
         // the file's when the file loads and untouched when it does not.
