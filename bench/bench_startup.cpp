@@ -109,7 +109,7 @@ int main(int argc, char *argv[])
     QTemporaryDir dir;
     const QString configPath = dir.filePath(QStringLiteral("bench.OTS"));
     ConfigData check;
-    if (!dir.isValid() || !tavo::writeConfigFile(configPath, fullConfig())
+    if (!dir.isValid() || !tavo::writeConfigFile(configPath, fullConfig()).ok()
         || !tavo::readConfigFile(configPath, check).ok()) {
         table.addFailure(QStringLiteral("configuration"),
                          QStringLiteral("cannot write a configuration to load"));

@@ -117,7 +117,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
 
     FUZZ_CHECK(announced == ConfigData::OutputCount);
     const QString output = fuzzScratchDir().filePath(QStringLiteral("output.OTS"));
-    if (!tavo::writeConfigFile(output, config)) {
+    if (!tavo::writeConfigFile(output, config).ok()) {
         FUZZ_CHECK(holdsOverlongCode(config));
         return 0;
     }

@@ -7,15 +7,7 @@
 #include "mainwindow/ConfigData.h"
 #include "mainwindow/ExportFile.h"
 #include "mainwindow/SerialSettings.h"
-
-#include <QFile>
-
-#include <cstdio>
-
-#ifdef Q_OS_WIN
-#include <fcntl.h>
-#include <io.h>
-#endif
+#include "platform/FileWriter.h"
 
 namespace cli {
 
@@ -52,11 +44,12 @@ int runShow(const QStringList &args)
         QStringLiteral("Shows the eight outputs of a configuration (mode, period, On and Off codes "
                        "as the editor draws them) and the unit's serial settings."));
     cmd->addPositionalArgument(QStringLiteral("FILE.OTS"), QStringLiteral("Configuration file."));
+    cmd.addReadingOption();
     if (const auto stop = cmd.parse(args, 1))
         return *stop;
 
     ConfigData config;
-    if (!loadConfig(cmd->positionalArguments().at(0), config))
+    if (!loadConfig(cmd->positionalArguments().at(0), config, cmd.reading()))
         return ExitFailed;
 
     QTextStream &o = out();
@@ -81,27 +74,23 @@ int runImage(const QStringList &args)
     cmd->addPositionalArgument(QStringLiteral("FILE.OTS"), QStringLiteral("Configuration file."));
     const QCommandLineOption raw(QStringLiteral("raw"), QStringLiteral("Write the 256 bytes themselves."));
     cmd->addOption(raw);
+    cmd.addReadingOption();
     if (const auto stop = cmd.parse(args, 1))
         return *stop;
 
     ConfigData config;
-    if (!loadConfigImage(cmd->positionalArguments().at(0), config))
+    if (!loadConfigImage(cmd->positionalArguments().at(0), config, cmd.reading()))
         return ExitFailed;
     const auto &image = config.ConfigImage;
+    const QByteArray bytes(reinterpret_cast<const char *>(image.data()),
+                           static_cast<qsizetype>(image.size()));
 
     if (cmd->isSet(raw)) {
-        out().flush();
-#ifdef Q_OS_WIN
-        _setmode(_fileno(stdout), _O_BINARY);
-#endif
-        const bool written = std::fwrite(image.data(), 1, image.size(), stdout) == image.size();
-        if (!written || std::fflush(stdout) != 0)
-            return fail(QStringLiteral("cannot write to the standard output"));
+        if (const auto written = FileWriter::write(FileWriter::StandardOutput, bytes); !written.ok())
+            return fail(QStringLiteral("the output could not be written: ") + written.error);
         return ExitOk;
     }
 
-    const QByteArray bytes(reinterpret_cast<const char *>(image.data()),
-                           static_cast<qsizetype>(image.size()));
     for (qsizetype row = 0; row < bytes.size(); row += 16)
         out() << bytes.mid(row, 16).toHex(' ').toUpper() << '\n';
     out().flush();
@@ -113,18 +102,22 @@ int runExport(const QStringList &args)
     CommandParser cmd(
         QStringLiteral("export"), QStringLiteral("[options] FILE.OTS OUT.BDX"),
         QStringLiteral("Writes the export file (.BDX) of a configuration, as the editor's Export "
-                       "does."));
+                       "does. An existing file is replaced whole or not at all; a FIFO or a device is "
+                       "written into, and - is the standard output. The configuration file itself is "
+                       "never written over."));
     cmd->addPositionalArgument(QStringLiteral("FILE.OTS"), QStringLiteral("Configuration file."));
-    cmd->addPositionalArgument(QStringLiteral("OUT.BDX"), QStringLiteral("Export file to write."));
+    cmd->addPositionalArgument(QStringLiteral("OUT.BDX"), QStringLiteral("Export file to write, or -."));
+    cmd.addReadingOption();
     if (const auto stop = cmd.parse(args, 2))
         return *stop;
 
+    const QString source = cmd->positionalArguments().at(0);
     ConfigData config;
-    if (!loadConfigImage(cmd->positionalArguments().at(0), config))
+    if (!loadConfigImage(source, config, cmd.reading()))
         return ExitFailed;
     const QString target = cmd->positionalArguments().at(1);
-    if (!tavo::writeExportFile(target, config))
-        return fail(QStringLiteral("%1: cannot be written").arg(target));
+    if (const auto written = tavo::writeExportFile(target, config, source); !written.ok())
+        return fail(QStringLiteral("%1: %2").arg(target, written.error));
     return ExitOk;
 }
 

@@ -5,11 +5,11 @@
 #include "cli/Console.h"
 #include "cli/SignalWatcher.h"
 #include "mainwindow/ConfigData.h"
+#include "platform/FileWriter.h"
 #include "platform/LineSettings.h"
 #include "sim/PtyUnit.h"
 
 #include <QCoreApplication>
-#include <QSaveFile>
 
 namespace cli {
 
@@ -63,15 +63,6 @@ std::optional<QByteArray> hexBytes(QString text)
             return std::nullopt;
     }
     return QByteArray::fromHex(text.toLatin1());
-}
-
-bool writeImage(const QString &path, const QByteArray &image)
-{
-    QSaveFile file(path);
-    // commit() renames the file into place even when writing out its
-    // buffered tail failed, so flush and check first.
-    return file.open(QIODevice::WriteOnly) && file.write(image) == image.size() && file.flush()
-           && file.commit();
 }
 
 } // namespace
@@ -142,6 +133,7 @@ int runSim(const QStringList &args)
     cmd->addOptions({type, version, baud, anyBaud, startConfig, imageOut, trace, silent, badCheck,
                      restartFault, blockFault, faultyAttempts, faultyBlock, vanishAfter, probeDelay, ackDelay,
                      prefix, suffix});
+    cmd.addReadingOption();
     if (const auto stop = cmd.parse(args, 0))
         return *stop;
 
@@ -201,11 +193,12 @@ int runSim(const QStringList &args)
     unit.badCheckByte = cmd->isSet(badCheck);
     if (cmd->isSet(startConfig)) {
         ConfigData config;
-        if (!loadConfigImage(cmd->value(startConfig), config))
+        if (!loadConfigImage(cmd->value(startConfig), config, cmd.reading()))
             return ExitFailed;
         unit.image = config.ConfigImage;
     }
     const QString imagePath = cmd->value(imageOut);
+    const QString configPath = cmd->value(startConfig);
 
     // Watching before the path is printed: whoever reads it may stop the
     // simulator at once.
@@ -220,10 +213,12 @@ int runSim(const QStringList &args)
 
     QObject::connect(&pty, &PtyUnit::OutputsChanged, &pty,
                      [](quint8 outputs) { out() << "outputs on: " << outputsText(outputs) << Qt::endl; });
-    QObject::connect(&pty, &PtyUnit::ImageReceived, &pty, [imagePath](const QByteArray &image) {
+    QObject::connect(&pty, &PtyUnit::ImageReceived, &pty, [imagePath, configPath](const QByteArray &image) {
         // The file first: whoever reads the line may open the file at once.
-        if (!imagePath.isEmpty() && !writeImage(imagePath, image))
-            err() << "tavo: " << imagePath << ": cannot be written" << Qt::endl;
+        if (!imagePath.isEmpty()) {
+            if (const auto written = FileWriter::write(imagePath, image, configPath); !written.ok())
+                err() << "tavo: " << imagePath << ": " << written.error << Qt::endl;
+        }
         out() << "image received" << Qt::endl;
     });
     QObject::connect(&pty, &PtyUnit::Vanished, &pty, [] {

@@ -1,7 +1,5 @@
 #include "mainwindow/ExportFile.h"
 
-#include <QSaveFile>
-
 #include <algorithm>
 
 namespace tavo {
@@ -14,19 +12,9 @@ QByteArray exportFileBytes(const ConfigData &config)
     return bytes;
 }
 
-bool writeExportFile(const QString &path, const ConfigData &config)
+FileWriter::Result writeExportFile(const QString &path, const ConfigData &config, const QString &source)
 {
-    const QByteArray bytes = exportFileBytes(config);
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
-    // commit() would rename a file whose buffered tail failed to reach the
-    // disk into place; flush first and check.
-    if (file.write(bytes) != bytes.size() || !file.flush()) {
-        file.cancelWriting();
-        return false;
-    }
-    return file.commit();
+    return FileWriter::write(path, exportFileBytes(config), source);
 }
 
 QString proposedExportName(const QString &currentFileName)

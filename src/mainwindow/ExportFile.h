@@ -1,6 +1,7 @@
 #pragma once
 
 #include "mainwindow/ConfigData.h"
+#include "platform/FileWriter.h"
 
 #include <QByteArray>
 #include <QString>
@@ -20,8 +21,10 @@ inline constexpr int ExportFileSize = 1 + 2 * ExportBlockSize;
 
 QByteArray exportFileBytes(const ConfigData &config);
 
-// Writes a fresh file of exactly ExportFileSize bytes through QSaveFile.
-bool writeExportFile(const QString &path, const ConfigData &config);
+// Writes a fresh file of exactly ExportFileSize bytes through the program's
+// one file writer; `source` is the configuration file it was made from,
+// which must not be written over.
+FileWriter::Result writeExportFile(const QString &path, const ConfigData &config, const QString &source = {});
 
 // The name the export dialog proposes: the configuration's name with its
 // last three characters replaced by "BDX"; nothing for an untitled (or

@@ -14,6 +14,7 @@
 #include "mainwindow/UnitServices.h"
 #include "outputs/OutputControl.h"
 #include "platform/FileDialog.h"
+#include "platform/Logging.h"
 #include "platform/MessageBoxPrompter.h"
 #include "platform/Shell.h"
 
@@ -59,10 +60,11 @@ constexpr ToolbarEntry ToolbarEntries[] = {
     {"ABOUT", "About", RightHandToolbar::PackRight},
 };
 
-// Raised inside the save and export routines to reach their one failure message.
+// Raised inside the save and export routines to reach their one failure
+// message; the reason goes to the log, the message stays the one users know.
 struct WriteFailed : std::runtime_error {
-    WriteFailed()
-        : std::runtime_error("file not written")
+    WriteFailed(const QString &path, const QString &why)
+        : std::runtime_error((path + QStringLiteral(": ") + why).toStdString())
     {}
 };
 
@@ -248,7 +250,8 @@ void SerialTavo::RunCommand(const QString &key)
             AboutBox about(this);
             about.exec();
         }
-    } catch (const std::exception &) {
+    } catch (const std::exception &e) {
+        qCInfo(lcUi) << "command" << key << "abandoned:" << e.what();
         // Whatever went wrong, the file on disk and the window no longer
         // belong together: the configuration becomes untitled. No message.
         m_currentFileName.clear();
@@ -316,8 +319,8 @@ bool SerialTavo::SaveConfig(QString &fileName)
         }
         if (!fileName.isEmpty()) {
             collateAll();
-            if (!tavo::writeConfigFile(fileName, m_config))
-                throw WriteFailed();
+            if (const auto written = tavo::writeConfigFile(fileName, m_config); !written.ok())
+                throw WriteFailed(fileName, written.error);
             // The dialog's name, not the one just written: after a save
             // under a name the dialog never saw, the configuration is
             // untitled again and the next SAVE asks.
@@ -326,7 +329,8 @@ bool SerialTavo::SaveConfig(QString &fileName)
             m_toolbar->SetButtonEnable(QStringLiteral("SAVE"), false);
             result = true;
         }
-    } catch (const std::exception &) {
+    } catch (const std::exception &e) {
+        qCInfo(lcFile) << "save failed:" << e.what();
         m_prompter->Show(QStringLiteral("Failed to save file, may be write protected"),
                          QStringLiteral("Error!"), Prompter::Icon::Exclamation, Prompter::Buttons::Ok,
                          Prompter::Answer::Ok);
@@ -391,12 +395,13 @@ void SerialTavo::ExportConfig()
         const QString path = m_commonDialog->FileName();
         if (path.isEmpty())
             return;
-        if (!tavo::writeExportFile(path, m_config))
-            throw WriteFailed();
+        if (const auto written = tavo::writeExportFile(path, m_config); !written.ok())
+            throw WriteFailed(path, written.error);
         m_prompter->Show(path + QStringLiteral(" has been successfully exported"),
                          QStringLiteral("Successful"), Prompter::Icon::None, Prompter::Buttons::Ok,
                          Prompter::Answer::Ok);
-    } catch (const std::exception &) {
+    } catch (const std::exception &e) {
+        qCInfo(lcFile) << "export failed:" << e.what();
         m_prompter->Show(QStringLiteral("Failed to export!"), QStringLiteral("Error!"),
                          Prompter::Icon::Exclamation, Prompter::Buttons::Ok, Prompter::Answer::Ok);
     }
