@@ -4,6 +4,8 @@
 #include "mainwindow/ConfigFile.h"
 #include "mainwindow/ConfigImage.h"
 
+#include <QIODevice>
+
 #include <cstdio>
 #include <exception>
 
@@ -80,6 +82,24 @@ CommandParser::CommandParser(const QString &command, const QString &synopsis, co
     m_parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsOptions);
 }
 
+namespace {
+
+QString exitCodeText(ExitCode code)
+{
+    switch (code) {
+    case ExitOk: return QStringLiteral("done");
+    case ExitFailed: return QStringLiteral("a file could not be read, is damaged or could not be written");
+    case ExitUsage: return QStringLiteral("wrong command line; nothing was done");
+    case ExitNoTavo:
+        return QStringLiteral("no Serial Tavo to work with (the port cannot be opened or is busy, nothing "
+                              "answered, or the unit is of another type); nothing was written into a unit");
+    case ExitUnitFailed: return QStringLiteral("the unit failed during the download or the restart");
+    }
+    return {};
+}
+
+} // namespace
+
 QString CommandParser::helpText() const
 {
     // QCommandLineParser names the program by argv[0], which may be a long
@@ -87,7 +107,26 @@ QString CommandParser::helpText() const
     QString text = m_parser.helpText();
     const qsizetype firstLineEnd = text.indexOf(QLatin1Char('\n'));
     text.remove(0, firstLineEnd < 0 ? text.size() : firstLineEnd);
-    return QStringLiteral("Usage: tavo %1 %2\n").arg(m_command, m_synopsis) + text;
+    text = QStringLiteral("Usage: tavo %1 %2\n").arg(m_command, m_synopsis) + text;
+    text += QStringLiteral("\nExit codes:\n");
+    for (const ExitCode code : m_exitCodes)
+        text += QStringLiteral("  %1  %2\n").arg(int(code)).arg(exitCodeText(code));
+    text += QStringLiteral("  Ctrl+C or SIGTERM: the port is closed and the command ends by that signal.\n");
+    return text;
+}
+
+void CommandParser::addReadingOption()
+{
+    m_parser.addOption(QCommandLineOption(
+        QStringLiteral("lenient"),
+        QStringLiteral("Read a damaged configuration file as the editor does (what cannot be read keeps "
+                       "its default) and report the damage as warnings. Without it, any damaged line "
+                       "stops the command.")));
+}
+
+Reading CommandParser::reading() const
+{
+    return m_parser.isSet(QStringLiteral("lenient")) ? Reading::Lenient : Reading::Strict;
 }
 
 int CommandParser::usageError(const QString &message) const
@@ -118,34 +157,50 @@ std::optional<int> CommandParser::parse(const QStringList &args, int positional)
     return std::nullopt;
 }
 
-bool loadConfig(const QString &path, ConfigData &config)
+bool loadConfig(const QString &path, ConfigData &config, Reading reading)
 {
+    QByteArray bytes;
+    const tavo::ConfigReadResult opened = tavo::readConfigBytes(path, bytes);
+    switch (opened.status) {
+    case tavo::ConfigReadResult::NotFound: fail(QStringLiteral("%1: no such file").arg(path)); return false;
+    case tavo::ConfigReadResult::IsFolder: fail(QStringLiteral("%1: is a directory").arg(path)); return false;
+    case tavo::ConfigReadResult::OpenFailed:
+        fail(QStringLiteral("%1: cannot be read: %2").arg(path, opened.error));
+        return false;
+    default: break;
+    }
+
+    const std::vector<tavo::ConfigDamage> damage = tavo::findConfigDamage(bytes);
+    if (!damage.empty()) {
+        out().flush();
+        endProgress();
+        const char *severity = reading == Reading::Strict ? "error" : "warning";
+        for (const tavo::ConfigDamage &d : damage)
+            err() << path << ':' << d.line << ": " << severity << ": " << d.what << '\n';
+        err().flush();
+        if (reading == Reading::Strict) {
+            err() << "tavo: " << path
+                  << " is damaged; nothing was done (--lenient reads it as the editor does)" << Qt::endl;
+            return false;
+        }
+    }
+
     // What the editor's "new" leaves, so that a file read the same way
-    // gives the same configuration.
+    // gives the same configuration; then the editor's own forgiving
+    // reading, which keeps what it read before a line it cannot use.
     config = ConfigData{};
     config.OnPeriods.fill(1);
-
-    const tavo::ConfigReadResult result = tavo::readConfigFile(path, config);
-    switch (result.status) {
-    case tavo::ConfigReadResult::Loaded: return true;
-    case tavo::ConfigReadResult::NotFound: fail(QStringLiteral("%1: no such file").arg(path)); break;
-    case tavo::ConfigReadResult::OpenFailed: fail(QStringLiteral("%1: cannot be read").arg(path)); break;
-    case tavo::ConfigReadResult::MissingLine:
-        fail(QStringLiteral("%1: line %2 is missing (a configuration has %3 lines)")
-                 .arg(path)
-                 .arg(result.line)
-                 .arg(tavo::ConfigFileLineCount));
-        break;
-    case tavo::ConfigReadResult::BadValue:
-        fail(QStringLiteral("%1: line %2 does not hold what it should").arg(path).arg(result.line));
-        break;
+    const tavo::ConfigReadResult read = tavo::readConfigFile(path, config);
+    if (!read.ok() && read.line == 0) {
+        fail(QStringLiteral("%1: cannot be read").arg(path));
+        return false;
     }
-    return false;
+    return true;
 }
 
-bool loadConfigImage(const QString &path, ConfigData &config)
+bool loadConfigImage(const QString &path, ConfigData &config, Reading reading)
 {
-    if (!loadConfig(path, config))
+    if (!loadConfig(path, config, reading))
         return false;
     try {
         tavo::BuildConfigImage(config);
@@ -155,6 +210,21 @@ bool loadConfigImage(const QString &path, ConfigData &config)
         return false;
     }
     return true;
+}
+
+int finishOutput(int code)
+{
+    out().flush();
+    // QTextStream notes a failed write; stdio keeps the error for a write
+    // that failed before.
+    const bool failed = out().status() != QTextStream::Ok || std::fflush(stdout) != 0 || std::ferror(stdout);
+    if (!failed)
+        return code;
+    const QString why = out().device() ? out().device()->errorString() : QString();
+    endProgress();
+    err() << "tavo: the output could not be written"
+          << (why.isEmpty() ? QString() : QStringLiteral(": ") + why) << Qt::endl;
+    return code == ExitOk ? ExitFailed : code;
 }
 
 } // namespace cli

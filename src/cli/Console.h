@@ -1,10 +1,12 @@
 #pragma once
 
 #include <QCommandLineParser>
+#include <QList>
 #include <QString>
 #include <QStringList>
 #include <QTextStream>
 
+#include <initializer_list>
 #include <optional>
 
 struct ConfigData;
@@ -14,14 +16,28 @@ struct ConfigData;
 // configuration file.
 namespace cli {
 
+// What a script can act on. Every command's --help lists the ones it uses.
 enum ExitCode : int {
     ExitOk = 0,
-    // The command ran and failed: a file that is missing or damaged, a unit
-    // that did not answer.
+    // A file could not be read, is damaged, or could not be written (the
+    // standard output included).
     ExitFailed = 1,
     // The command line itself is wrong; nothing was done.
     ExitUsage = 2,
+    // No Serial Tavo to work with: the port cannot be opened or is busy,
+    // nothing answered, or the unit is of another type. Nothing was written
+    // into a unit.
+    ExitNoTavo = 3,
+    // The unit failed during the download or the restart after it.
+    ExitUnitFailed = 4,
 };
+// Interrupted by SIGINT or SIGTERM, the process ends by that same signal
+// once the port is closed (the shell then sees 130 or 143).
+
+// How a configuration file is read. Strict: any damaged line stops the
+// command, each reported as "FILE:LINE: error: ...". Lenient: read as the
+// editor reads it, the same lines printed as warnings.
+enum class Reading { Strict, Lenient };
 
 // UTF-8 text on stdout and stderr. Flushed after every line that matters
 // (callers use Qt::endl), because scripts and tests read them as they come.
@@ -59,18 +75,31 @@ public:
     int usageError(const QString &message) const;
     QString helpText() const;
 
+    // The exit codes the command can end with, listed by --help.
+    void setExitCodes(std::initializer_list<ExitCode> codes) { m_exitCodes = codes; }
+
+    // --lenient, for commands that read a configuration file.
+    void addReadingOption();
+    Reading reading() const;
+
 private:
     QString m_command;
     QString m_synopsis;
     QCommandLineParser m_parser;
+    QList<ExitCode> m_exitCodes{ExitOk, ExitFailed, ExitUsage};
 };
 
 // Reads a configuration file into `config` (which starts as a new
 // configuration). Says on stderr why not and returns false when the file is
-// missing, unreadable or damaged.
-bool loadConfig(const QString &path, ConfigData &config);
+// missing, unreadable, or (read strictly) damaged.
+bool loadConfig(const QString &path, ConfigData &config, Reading reading);
 
 // Loads a configuration and builds its image into config.ConfigImage.
-bool loadConfigImage(const QString &path, ConfigData &config);
+bool loadConfigImage(const QString &path, ConfigData &config, Reading reading);
+
+// The end of every command: everything printed must have reached the
+// standard output, else the command failed (a full disk, a closed pipe).
+// Returns the exit code to end with.
+int finishOutput(int code);
 
 } // namespace cli

@@ -1,11 +1,14 @@
 #include "mainwindow/ConfigFile.h"
 
 #include "mainwindow/Product.h"
+#include "mainwindow/SerialSettings.h"
 #include "message/NumericText.h"
+#include "message/PackedReading.h"
+#include "platform/Logging.h"
 
+#include <QBuffer>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 #include <exception>
 #include <optional>
@@ -40,7 +43,7 @@ std::string_view view(const QByteArray &bytes)
 class LineReader
 {
 public:
-    explicit LineReader(QFile &file)
+    explicit LineReader(QIODevice &file)
         : m_file(file)
     {}
 
@@ -61,7 +64,7 @@ public:
     int line() const { return m_line; }
 
 private:
-    QFile &m_file;
+    QIODevice &m_file;
     int m_line = 0;
 };
 
@@ -132,44 +135,30 @@ QByteArray configFileText(const ConfigData &config)
     return out;
 }
 
-bool writeConfigFile(const QString &path, const ConfigData &config)
+FileWriter::Result writeConfigFile(const QString &path, const ConfigData &config)
 {
     QByteArray text;
     try {
         text = configFileText(config);
-    } catch (const std::exception &) {
-        return false;
+    } catch (const std::exception &e) {
+        qCWarning(lcFile) << "configuration cannot be written as text:" << e.what();
+        return {QStringLiteral("a code holds more bytes than a code can")};
     }
-
-    // QSaveFile replaces the file by renaming, which would happily replace
-    // a write-protected one; the user protected it for a reason.
-    const QFileInfo existing(path);
-    if (existing.exists() && (!existing.isFile() || !existing.isWritable()))
-        return false;
-
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
-    // A file this small only reaches the disk when the buffer is flushed,
-    // and commit() renames the new file into place even when that flush
-    // fails (disk full, file size limit): flush here and check.
-    if (file.write(text) != text.size() || !file.flush()) {
-        file.cancelWriting();
-        return false;
-    }
-    return file.commit();
+    return FileWriter::write(path, text);
 }
 
 ConfigReadResult readConfigFile(const QString &path, ConfigData &config,
                                 const std::function<void(int output)> &outputRead)
 {
     const QFileInfo info(path);
-    if (!info.exists() || info.isDir())
-        return {ConfigReadResult::NotFound, 0};
+    if (!info.exists())
+        return {ConfigReadResult::NotFound, 0, {}};
+    if (info.isDir())
+        return {ConfigReadResult::IsFolder, 0, {}};
 
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        return {ConfigReadResult::OpenFailed, 0};
+        return {ConfigReadResult::OpenFailed, 0, file.errorString()};
 
     LineReader reader(file);
     try {
@@ -188,9 +177,198 @@ ConfigReadResult readConfigFile(const QString &path, ConfigData &config,
         config.BaudIndex = requireInt16(reader);
         config.ParityIndex = requireInt16(reader);
     } catch (const StopReading &stop) {
-        return {stop.status, reader.line()};
+        return {stop.status, reader.line(), {}};
     }
-    return {ConfigReadResult::Loaded, 0};
+    return {ConfigReadResult::Loaded, 0, {}};
+}
+
+ConfigReadResult readConfigBytes(const QString &path, QByteArray &bytes)
+{
+    const QFileInfo info(path);
+    if (!info.exists())
+        return {ConfigReadResult::NotFound, 0, {}};
+    if (info.isDir())
+        return {ConfigReadResult::IsFolder, 0, {}};
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {ConfigReadResult::OpenFailed, 0, file.errorString()};
+    // A configuration is some two kilobytes; what is far larger is not one,
+    // and is not read into memory whole to find that out.
+    constexpr qint64 Plenty = 1 << 20;
+    bytes = file.read(Plenty);
+    return {ConfigReadResult::Loaded, 0, {}};
+}
+
+namespace {
+
+// Collects the damage of one file, line by line, naming each line for a
+// person ("On code of output 3").
+class DamageFinder
+{
+public:
+    explicit DamageFinder(const QByteArray &text)
+        : m_reader(m_buffer)
+    {
+        m_buffer.setData(text);
+        m_buffer.open(QIODevice::ReadOnly);
+    }
+
+    std::vector<ConfigDamage> find()
+    {
+        if (!next())
+            return std::move(m_damage); // empty: not a single line
+        for (int n = 1; n <= ConfigData::OutputCount && !m_ended; ++n) {
+            code(QStringLiteral("On code of output %1").arg(n));
+            code(QStringLiteral("Off code of output %1").arg(n));
+            period(n);
+            mode(n);
+        }
+        index(QStringLiteral("baud rate index"), static_cast<int>(BaudRates.size()));
+        index(QStringLiteral("parity index"), static_cast<int>(parityWords().size()));
+        while (!m_ended && next()) {
+            if (!m_line.trimmed().isEmpty()) {
+                report(QStringLiteral("text after the %1 lines of a configuration").arg(ConfigFileLineCount));
+                break;
+            }
+        }
+        return std::move(m_damage);
+    }
+
+private:
+    // Moves to the next line; at the end of the file reports the first
+    // missing line once.
+    bool next()
+    {
+        if (m_ended)
+            return false;
+        const std::optional<QByteArray> line = m_reader.next();
+        if (!line) {
+            m_ended = true;
+            if (m_reader.line() <= ConfigFileLineCount) {
+                report(m_reader.line() == 1
+                           ? QStringLiteral("the file is empty")
+                           : QStringLiteral("line %1 is missing: a configuration has %2 lines")
+                                 .arg(m_reader.line())
+                                 .arg(ConfigFileLineCount));
+            }
+            return false;
+        }
+        m_line = *line;
+        return true;
+    }
+
+    void report(const QString &what) { m_damage.push_back({m_reader.line(), what}); }
+
+    QString quoted() const
+    {
+        // Long or binary junk is cut to what identifies it.
+        QString text = QString::fromLatin1(m_line.left(24));
+        if (m_line.size() > 24)
+            text += QStringLiteral("...");
+        return QLatin1Char('"') + text + QLatin1Char('"');
+    }
+
+    void code(const QString &name)
+    {
+        if (!next())
+            return;
+        const PackedReading reading = readPackedText(view(m_line));
+        if (const QString why = codeDamage(reading); !why.isEmpty())
+            report(name + QStringLiteral(": ") + why);
+    }
+
+    static QString codeDamage(const PackedReading &reading)
+    {
+        using Fault = PackedReading::Fault;
+        switch (reading.fault) {
+        case Fault::None: break;
+        case Fault::Empty: return QStringLiteral("an empty line, not a code");
+        case Fault::FieldNotClosed:
+            if (reading.field == 1)
+                return QStringLiteral("not a code (a code is a list of numbers, each ended by a comma)");
+            return QStringLiteral("cut short at field %1").arg(reading.field);
+        case Fault::ModeOutOfRange: return QStringLiteral("the entry mode (field 3) is not 0 to 6");
+        case Fault::IgnoreFieldInvalid: return QStringLiteral("field 4 is neither 0 nor 1");
+        case Fault::TypeOutOfRange:
+            return QStringLiteral("byte %1 has a type that is not 0 to 6").arg(reading.byteIndex + 1);
+        case Fault::CountBeyondSlots:
+        case Fault::NumberBeyond16Bits: break;
+        }
+        if (reading.fault == Fault::NumberBeyond16Bits)
+            return QStringLiteral("field %1 holds a number beyond 16 bits").arg(reading.field);
+        const SerialEditorData &m = reading.message;
+        const int count = m.NumberOfBytesInMessage();
+        if (reading.fault == Fault::CountBeyondSlots || count > SerialEditorData::MaxBytes)
+            return QStringLiteral("%1 bytes, more than the %2 a code can hold")
+                .arg(count)
+                .arg(SerialEditorData::MaxBytes);
+        if (count < 0)
+            return QStringLiteral("a byte count of %1").arg(count);
+        if (reading.looseField != 0)
+            return QStringLiteral("field %1 is not a number").arg(reading.looseField);
+        for (int k = 0; k < count; ++k) {
+            const int value = m.ByteValue(k);
+            if (value < 0 || value > 255)
+                return QStringLiteral("byte %1 is %2, which does not fit a byte").arg(k + 1).arg(value);
+        }
+        return {};
+    }
+
+    // The line as a whole number, or nothing (with the damage reported).
+    std::optional<int> number(const QString &name)
+    {
+        const std::optional<double> n = wholeNumber(view(m_line));
+        if (!n) {
+            report(QStringLiteral("%1: %2 is not a number").arg(name, quoted()));
+            return std::nullopt;
+        }
+        try {
+            return roundToInt16(*n);
+        } catch (const std::overflow_error &) {
+            report(QStringLiteral("%1: %2 is beyond 16 bits").arg(name, quoted()));
+            return std::nullopt;
+        }
+    }
+
+    void period(int n)
+    {
+        if (!next())
+            return;
+        const QString name = QStringLiteral("period of output %1").arg(n);
+        const std::optional<int> value = number(name);
+        if (value && (*value < 0 || *value > 255))
+            report(QStringLiteral("%1 is %2; it must be 0 to 255").arg(name).arg(*value));
+    }
+
+    void mode(int n)
+    {
+        if (next() && !wholeBoolean(view(m_line)))
+            report(QStringLiteral("mode of output %1: %2 is neither a number nor True or False")
+                       .arg(n)
+                       .arg(quoted()));
+    }
+
+    void index(const QString &name, int count)
+    {
+        if (!next())
+            return;
+        const std::optional<int> value = number(name);
+        if (value && (*value < 0 || *value >= count))
+            report(QStringLiteral("%1 %2 is not one of 0 to %3").arg(name).arg(*value).arg(count - 1));
+    }
+
+    QBuffer m_buffer;
+    LineReader m_reader;
+    QByteArray m_line;
+    bool m_ended = false;
+    std::vector<ConfigDamage> m_damage;
+};
+
+} // namespace
+
+std::vector<ConfigDamage> findConfigDamage(const QByteArray &fileText)
+{
+    return DamageFinder(fileText).find();
 }
 
 } // namespace tavo

@@ -1,11 +1,13 @@
 #pragma once
 
 #include "mainwindow/ConfigData.h"
+#include "platform/FileWriter.h"
 
 #include <QByteArray>
 #include <QString>
 
 #include <functional>
+#include <vector>
 
 // The configuration file (.OTS): 35 lines ended CR LF, Latin-1.
 //
@@ -26,21 +28,23 @@ inline constexpr int ConfigFileLineCount = 35;
 // count lies beyond its slots).
 QByteArray configFileText(const ConfigData &config);
 
-// Writes the file through QSaveFile, so a failed save leaves an existing
-// file byte for byte as it was. An existing file that is not writable is
-// refused rather than replaced. False on any failure.
-bool writeConfigFile(const QString &path, const ConfigData &config);
+// Writes the file through the program's one file writer: a failed save
+// leaves an existing file byte for byte as it was, and an existing file
+// that is not writable is refused rather than replaced.
+FileWriter::Result writeConfigFile(const QString &path, const ConfigData &config);
 
 struct ConfigReadResult {
     enum Status {
         Loaded,
         NotFound,    // no such file: nothing was read
+        IsFolder,    // a folder, not a file: nothing was read
         OpenFailed,  // there, but could not be opened: nothing was read
         MissingLine, // the file ended early
         BadValue,    // a line that does not read as what it must hold
     };
     Status status = Loaded;
-    int line = 0; // 1-based line of a MissingLine or BadValue failure
+    int line = 0;  // 1-based line of a MissingLine or BadValue failure
+    QString error; // OpenFailed: why, in the system's words
 
     bool ok() const { return status == Loaded; }
 };
@@ -57,5 +61,27 @@ struct ConfigReadResult {
 // bad value. The header line is not looked at.
 ConfigReadResult readConfigFile(const QString &path, ConfigData &config,
                                 const std::function<void(int output)> &outputRead = {});
+
+// One line of a configuration file that a careful reading refuses.
+struct ConfigDamage {
+    int line = 0; // 1-based
+    QString what; // what is wrong there, for a person
+};
+
+// Every line of a configuration file that readConfigFile() would pass over
+// (a code line that is not a packed code), stop at (a missing line, a
+// number that is not one) or take although the unit cannot use it (a code
+// of more than 14 bytes, a byte value, period or list index out of its
+// range), and text after the 35 lines. Forms that are odd but mean one
+// thing are not damage: fractions (rounded half to even), True and False
+// in any letter case, a code without or with any extra pair, any header.
+// The editor keeps reading such files forgivingly; the command line refuses
+// them unless told otherwise, since programming a unit from a damaged file
+// puts bytes into it that nobody chose.
+std::vector<ConfigDamage> findConfigDamage(const QByteArray &fileText);
+
+// The file's bytes for findConfigDamage(), with the same statuses as
+// readConfigFile() for a file that cannot be read at all.
+ConfigReadResult readConfigBytes(const QString &path, QByteArray &bytes);
 
 } // namespace tavo

@@ -1,34 +1,10 @@
 #include "message/SerialEditorData.h"
 
-#include "message/NumericText.h"
+#include "message/PackedReading.h"
 
 #include <stdexcept>
 
 namespace {
-
-// Reads comma-terminated fields. A field without its closing comma is a
-// malformed text: the writer always terminates every field, the last one too.
-class FieldReader
-{
-public:
-    explicit FieldReader(std::string_view text)
-        : m_text(text)
-    {}
-
-    bool next(std::string_view &field)
-    {
-        const std::size_t comma = m_text.find(',', m_pos);
-        if (comma == std::string_view::npos)
-            return false;
-        field = m_text.substr(m_pos, comma - m_pos);
-        m_pos = comma + 1;
-        return true;
-    }
-
-private:
-    std::string_view m_text;
-    std::size_t m_pos = 0;
-};
 
 void appendField(std::string &out, int value)
 {
@@ -100,54 +76,23 @@ std::string SerialEditorData::PackedIntoString() const
 
 bool SerialEditorData::UnpackFromString(std::string_view text)
 {
-    if (text.empty())
-        return false;
-
-    SerialEditorData scratch;
-    FieldReader reader(text);
-    std::string_view field;
-
-    if (!reader.next(field))
-        return false;
-    scratch.m_count = tavo::leadingInt16(field);
-    if (!reader.next(field))
-        return false;
-    scratch.m_currentByte = tavo::leadingInt16(field);
-    if (!reader.next(field))
-        return false;
-    const std::int16_t mode = tavo::leadingInt16(field);
-    if (mode < 0 || mode > HighestType)
-        return false;
-    scratch.m_currentMode = mode;
-    if (!reader.next(field))
-        return false;
-    if (field == "1")
-        scratch.m_canDoIgnore = true;
-    else if (field == "0")
-        scratch.m_canDoIgnore = false;
-    else
-        return false;
-
-    for (int k = 1; k <= scratch.m_count; ++k) {
-        if (!reader.next(field))
-            return false;
-        const std::int16_t value = tavo::leadingInt16(field);
-        scratch.SetByteValue(k - 1, value); // a count above 15 faults here
-        if (!reader.next(field))
-            return false;
-        const std::int16_t type = tavo::leadingInt16(field);
-        scratch.SetByteType(k - 1, type);
-        if (type < 0 || type > HighestType)
-            return false;
+    const PackedReading reading = readPackedText(text);
+    switch (reading.fault) {
+    case PackedReading::Fault::None: break;
+    // The two faults of the message's own rules: a count that needs more
+    // slots than there are, a number that does not fit 16 bits.
+    case PackedReading::Fault::CountBeyondSlots: throw std::out_of_range("byte index outside 0 to 14");
+    case PackedReading::Fault::NumberBeyond16Bits: throw std::overflow_error("value does not fit 16 bits");
+    default: return false;
     }
-
-    // The entry mode is the editor's own business: it is checked above but
-    // this message keeps the mode it had.
-    m_value = scratch.m_value;
-    m_type = scratch.m_type;
-    m_canDoIgnore = scratch.m_canDoIgnore;
-    m_currentByte = scratch.m_currentByte;
-    m_count = scratch.m_count;
+    // The entry mode is the editor's own business: it is checked when
+    // reading but this message keeps the mode it had.
+    const SerialEditorData &read = reading.message;
+    m_value = read.m_value;
+    m_type = read.m_type;
+    m_canDoIgnore = read.m_canDoIgnore;
+    m_currentByte = read.m_currentByte;
+    m_count = read.m_count;
     return true;
 }
 

@@ -99,12 +99,110 @@ private slots:
                     && config.OffMessages[2].IsTheSameAs(varied().OffMessages[2]));
     }
 
+    // What the command line's strict reading refuses, and what it lets pass
+    // because it means one thing. Line 2 is output 1's On code, 3 its Off
+    // code, 4 its period, 5 its mode; 34 and 35 the baud and parity index.
+    void damagedLinesAreNamed_data()
+    {
+        QTest::addColumn<int>("line");
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QString>("damage"); // empty: not damage
+
+        const auto row = [](const char *name, int line, const char *text, const char *damage) {
+            QTest::newRow(name) << line << QByteArray(text) << QString::fromLatin1(damage);
+        };
+        row("any header", 1, "Some Other Tool 9", "");
+        row("no extra pair", 2, "1,0,0,1,255,2,", "");
+        row("extra pair of any type", 2, "1,0,0,0,65,0,99,9,", "");
+        row("fraction", 4, "2.5", "");
+        row("hexadecimal period", 4, "&H1F", "");
+        row("True in any case", 5, "tRuE", "");
+        row("mode number", 5, "1", "");
+
+        row("not a code", 2, "garbage",
+            "On code of output 1: not a code (a code is a list of numbers, each ended by a comma)");
+        row("empty code line", 3, "", "Off code of output 1: an empty line, not a code");
+        row("second pair missing", 2, "2,0,0,0,65,0,", "On code of output 1: cut short at field 7");
+        row("entry mode 7", 2, "1,0,7,0,65,0,",
+            "On code of output 1: the entry mode (field 3) is not 0 to 6");
+        row("ignore field 2", 2, "1,0,0,2,65,0,", "On code of output 1: field 4 is neither 0 nor 1");
+        row("type 7", 6, "2,0,0,0,65,0,66,7,", "On code of output 2: byte 2 has a type that is not 0 to 6");
+        row("15 bytes", 2,
+            "15,0,0,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,",
+            "On code of output 1: 15 bytes, more than the 14 a code can hold");
+        row("16 bytes", 2,
+            "16,0,0,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,",
+            "On code of output 1: 16 bytes, more than the 14 a code can hold");
+        row("negative count", 2, "-1,0,0,0,", "On code of output 1: a byte count of -1");
+        row("value beyond 16 bits", 2, "1,0,0,0,70000,0,",
+            "On code of output 1: field 5 holds a number beyond 16 bits");
+        row("value beyond a byte", 2, "1,0,0,0,300,0,",
+            "On code of output 1: byte 1 is 300, which does not fit a byte");
+        row("negative value", 2, "1,0,0,0,-5,0,",
+            "On code of output 1: byte 1 is -5, which does not fit a byte");
+        row("junk in a field", 2, "1,0,0,0,6x5,0,", "On code of output 1: field 5 is not a number");
+        row("period not a number", 4, "abc", "period of output 1: \"abc\" is not a number");
+        row("period 256", 4, "256", "period of output 1 is 256; it must be 0 to 255");
+        row("period rounds to 256", 4, "255.5", "period of output 1 is 256; it must be 0 to 255");
+        row("negative period", 8, "-1", "period of output 2 is -1; it must be 0 to 255");
+        row("period beyond 16 bits", 4, "99999", "period of output 1: \"99999\" is beyond 16 bits");
+        row("mode not a boolean", 5, "maybe",
+            "mode of output 1: \"maybe\" is neither a number nor True or False");
+        row("baud index 7", 34, "7", "baud rate index 7 is not one of 0 to 6");
+        row("parity index 3", 35, "3", "parity index 3 is not one of 0 to 2");
+        row("baud index not a number", 34, "fast", "baud rate index: \"fast\" is not a number");
+        row("text after the end", 36, "more", "text after the 35 lines of a configuration");
+    }
+
+    void damagedLinesAreNamed()
+    {
+        QFETCH(int, line);
+        QFETCH(QByteArray, text);
+        QFETCH(QString, damage);
+
+        QList<QByteArray> lines = tavo::configFileText(varied()).split('\n');
+        QCOMPARE(lines.size(), 36); // the last line end leaves an empty 36th
+        lines[line - 1] = text + (line <= 35 ? "\r" : "");
+        const std::vector<tavo::ConfigDamage> found = tavo::findConfigDamage(lines.join('\n'));
+        if (damage.isEmpty()) {
+            QVERIFY2(found.empty(), qPrintable(found.empty() ? QString() : found.front().what));
+            return;
+        }
+        QCOMPARE(found.size(), std::size_t(1));
+        QCOMPARE(found.front().line, line);
+        QCOMPARE(found.front().what, damage);
+    }
+
+    void damageIsReportedLineByLine()
+    {
+        // Every damaged line, not only the first: the reading goes on.
+        QList<QByteArray> lines = tavo::configFileText(varied()).split('\n');
+        lines[1] = "x\r";
+        lines[33] = "9\r";
+        std::vector<tavo::ConfigDamage> found = tavo::findConfigDamage(lines.join('\n'));
+        QCOMPARE(found.size(), std::size_t(2));
+        QCOMPARE(found[0].line, 2);
+        QCOMPARE(found[1].line, 34);
+
+        // A file cut short is one missing line, however much is missing.
+        found = tavo::findConfigDamage(lines.mid(0, 19).join('\n') + '\n');
+        QCOMPARE(found.size(), std::size_t(2));
+        QCOMPARE(found[1].line, 20);
+        QCOMPARE(found[1].what, QStringLiteral("line 20 is missing: a configuration has 35 lines"));
+        found = tavo::findConfigDamage({});
+        QCOMPARE(found.size(), std::size_t(1));
+        QCOMPARE(found[0].what, QStringLiteral("the file is empty"));
+
+        // What the program writes is never damaged.
+        QVERIFY(tavo::findConfigDamage(tavo::configFileText(varied())).empty());
+    }
+
     void unreadableFilesChangeNothing()
     {
         QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("folder.OTS")));
         ConfigData config = varied();
         QCOMPARE(tavo::readConfigFile(path("missing.OTS"), config).status, Status::NotFound);
-        QCOMPARE(tavo::readConfigFile(path("folder.OTS"), config).status, Status::NotFound);
+        QCOMPARE(tavo::readConfigFile(path("folder.OTS"), config).status, Status::IsFolder);
         for (std::size_t n = 0; n < 8; ++n)
             QVERIFY(sameOutput(config, varied(), n));
 
@@ -218,7 +316,7 @@ private slots:
         ConfigData c = varied();
         tavo::BuildConfigImage(c);
         QVERIFY(writeBytes(path("demo.BDX"), QByteArray(70000, 'x'))); // longer than an export
-        QVERIFY(tavo::writeExportFile(path("demo.BDX"), c));
+        QVERIFY(tavo::writeExportFile(path("demo.BDX"), c).ok());
         const QByteArray bytes = readAll(path("demo.BDX"));
         QCOMPARE(bytes.size(), 65539);
         QCOMPARE(bytes.at(0), 24);
