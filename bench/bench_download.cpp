@@ -61,10 +61,10 @@ struct RunResult {
 
 // program_unit answers 0 both for a finished run and for a failed download
 // (after its message), so the messages tell them apart.
-QString outcome(std::int16_t code, const ScriptedPrompter &prompter)
+QString outcome(VellProtocol::ProgramResult code, const ScriptedPrompter &prompter)
 {
-    if (code != 0)
-        return QStringLiteral("programming ended with code %1").arg(code);
+    if (code != VellProtocol::ProgramResult::Finished)
+        return QStringLiteral("programming ended with code %1").arg(int(code));
     if (prompter.shown().size() != 1 || prompter.shown().first().title != QStringLiteral("All sent ok")) {
         const QString said =
             prompter.shown().isEmpty()
@@ -91,7 +91,7 @@ RunResult virtualRun()
 
     RunResult result;
     const qint64 start = clock.now();
-    const std::int16_t code = protocol.program_unit();
+    const VellProtocol::ProgramResult code = protocol.program_unit();
     result.totalMs = static_cast<double>(clock.now() - start);
     result.waits = summarize(waiter.records());
     result.failure = outcome(code, prompter);
@@ -207,7 +207,7 @@ std::vector<RunResult> ptyRuns(UnitHost &host, int runs, int watchIntervalMs)
             watch.start();
         const long switchesBefore = involuntarySwitches();
         const qint64 start = monotonicNs();
-        const std::int16_t code = protocol.program_unit();
+        const VellProtocol::ProgramResult code = protocol.program_unit();
         result.totalMs = static_cast<double>(monotonicNs() - start) / 1e6;
         result.preemptions = involuntarySwitches() - switchesBefore;
         if (watchLoop) {

@@ -124,7 +124,7 @@ private slots:
             link.SetCommPort(1);
             link.SetPortOpen(true);
             if (scenario == u"program"_s)
-                QCOMPARE(protocol.program_unit(), std::int16_t(0));
+                QCOMPARE(protocol.program_unit(), VellProtocol::ProgramResult::Finished);
             else
                 QCOMPARE(protocol.Find_vell(true), 0);
         }

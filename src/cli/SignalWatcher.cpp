@@ -11,10 +11,12 @@
 namespace {
 
 int signalPipe[2] = {-1, -1};
+volatile std::sig_atomic_t caughtSignal = 0;
 
 extern "C" void onSignal(int number)
 {
     const int savedErrno = errno;
+    caughtSignal = number;
     const char byte = static_cast<char>(number);
     // Nothing to do if the pipe is full: a signal is already on its way.
     [[maybe_unused]] const ssize_t written = ::write(signalPipe[1], &byte, 1);
@@ -68,6 +70,20 @@ void SignalWatcher::readSignal()
         emit Interrupted(static_cast<unsigned char>(byte));
 }
 
+int SignalWatcher::caught()
+{
+    return caughtSignal;
+}
+
+void SignalWatcher::endByCaughtSignal()
+{
+    const int number = caughtSignal;
+    if (number == 0)
+        return;
+    std::signal(number, SIG_DFL);
+    std::raise(number);
+}
+
 #else
 
 SignalWatcher::SignalWatcher(QObject *parent)
@@ -77,6 +93,14 @@ SignalWatcher::SignalWatcher(QObject *parent)
 SignalWatcher::~SignalWatcher() = default;
 
 void SignalWatcher::readSignal()
+{}
+
+int SignalWatcher::caught()
+{
+    return 0;
+}
+
+void SignalWatcher::endByCaughtSignal()
 {}
 
 #endif

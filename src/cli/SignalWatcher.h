@@ -23,6 +23,13 @@ public:
     // False when the pipe or the handlers could not be set up.
     bool isActive() const { return m_notifier != nullptr; }
 
+    // The signal that came while a watcher was in place (0: none yet).
+    static int caught();
+    // Ends the process by the signal caught, as if it had never been
+    // handled, so that the shell sees 128 + its number and a loop over
+    // units stops with it. Does nothing when none was caught.
+    static void endByCaughtSignal();
+
 signals:
     void Interrupted(int signalNumber);
 

@@ -88,7 +88,8 @@ int runSearch(const QStringList &args)
     CommandParser cmd(
         QStringLiteral("search"), QStringLiteral("[options]"),
         QStringLiteral("Searches port slots 1 to 4 for units, as the programming dialog does, and "
-                       "prints one line per slot: slot N (PORT): what the dialog shows there."));
+                       "prints one line per slot: slot N (PORT): what the dialog shows there. Why a "
+                       "port could not be opened goes to the standard error."));
     const QCommandLineOption ports(
         QStringLiteral("ports"),
         QStringLiteral("System ports of slots 1 to 4, comma separated; an empty item "
@@ -96,34 +97,73 @@ int runSearch(const QStringList &args)
                        "variable, else the first four ports the system lists."),
         QStringLiteral("A,B,C,D"));
     cmd->addOption(ports);
+    cmd.setExitCodes({ExitOk, ExitUsage});
     if (const auto stop = cmd.parse(args, 0))
         return *stop;
 
     UnitSession session(cmd->isSet(ports) ? PortSlots::fromList(cmd->value(ports))
                                           : PortSlots::fromEnvironment());
     session.protocol.SlotSearched = [&session](int slot, const SearchSlot &found) {
+        // Once interrupted, the slot being searched and those after it were
+        // not searched at all: they have nothing to report.
+        if (session.interrupted)
+            return;
         out() << "slot " << slot + 1 << " (" << portLabel(found.portName) << "): " << found.text << Qt::endl;
-        // The dialog hides a port it cannot open; say why here.
-        if (!found.textVisible && !found.portName.isEmpty())
-            err() << "tavo: " << found.portName << ": " << session.link.lastError() << Qt::endl;
+        if (!found.openError.isEmpty())
+            err() << "tavo: " << found.openError << Qt::endl;
     };
     session.protocol.search_for_vell();
-    if (session.interrupted)
-        return fail(QStringLiteral("interrupted"));
     return ExitOk;
 }
 
+namespace {
+
+// The last words of an interrupted programming run: how far it got, so the
+// operator knows whether the unit still works.
+QString interruptedRun(const QString &portName, const VellProtocol &protocol)
+{
+    const int acknowledged = protocol.BlocksAcknowledged();
+    const int blocks = VellProtocol::ImageSize / 8;
+    if (acknowledged == 0)
+        return QStringLiteral(
+                   "interrupted before the unit on %1 had taken any of the configuration; %1 closed")
+            .arg(portName);
+    if (acknowledged < blocks)
+        return QStringLiteral("interrupted after the unit on %1 had taken %2 of %3 blocks; it will not work "
+                              "correctly until it is programmed again; %1 closed")
+            .arg(portName)
+            .arg(acknowledged)
+            .arg(blocks);
+    return QStringLiteral("interrupted after the download, before the unit on %1 confirmed its restart; %1 "
+                          "closed")
+        .arg(portName);
+}
+
+bool allSent(const ConsolePrompter &prompter)
+{
+    for (const ScriptedPrompter::Shown &shown : prompter.shown()) {
+        if (shown.title == QLatin1String("All sent ok"))
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
 int runProgram(const QStringList &args)
 {
-    CommandParser cmd(QStringLiteral("program"), QStringLiteral("[options] FILE.OTS --port PORT"),
-                      QStringLiteral("Downloads a configuration into the unit on PORT, as one run of the "
-                                     "programming dialog does: find the unit, send the image, restart it. "
-                                     "Prints \"All sent ok\" on success; on failure the dialog's message as "
-                                     "TITLE: MESSAGE, and exits with 1."));
+    CommandParser cmd(
+        QStringLiteral("program"), QStringLiteral("[options] FILE.OTS --port PORT"),
+        QStringLiteral("Downloads a configuration into the unit on PORT, as one run of the programming "
+                       "dialog does: find the unit, send the image, restart it. Prints \"All sent ok\" "
+                       "on success; on failure the dialog's message as TITLE: MESSAGE. A unit that "
+                       "answers as anything but a Serial Tavo gets nothing."));
     cmd->addPositionalArgument(QStringLiteral("FILE.OTS"), QStringLiteral("Configuration file."));
     const QCommandLineOption port(QStringLiteral("port"), QStringLiteral("The unit's system port."),
                                   QStringLiteral("PORT"));
     cmd->addOption(port);
+    cmd.addReadingOption();
+    cmd.setExitCodes({ExitOk, ExitFailed, ExitUsage, ExitNoTavo, ExitUnitFailed});
     if (const auto stop = cmd.parse(args, 1))
         return *stop;
     const QString portName = cmd->value(port);
@@ -132,48 +172,66 @@ int runProgram(const QStringList &args)
 
     const QString file = cmd->positionalArguments().at(0);
     ConfigData config;
-    if (!loadConfigImage(file, config))
+    if (!loadConfigImage(file, config, cmd.reading()))
         return ExitFailed;
 
     UnitSession session(PortSlots(QStringList{portName}));
-    session.protocol.SetConfigImage(config.ConfigImage);
-    session.protocol.Progress = [](const QString &label, int) {
-        progress(QStringLiteral("Programming: ") + label);
-    };
+    VellProtocol &protocol = session.protocol;
+    protocol.SetConfigImage(config.ConfigImage);
+    protocol.SetRequireSerialTavo(true);
+    protocol.Progress = [](const QString &label, int) { progress(QStringLiteral("Programming: ") + label); };
     err() << "Programming " << portName << " with " << file << Qt::endl;
-    session.protocol.ChooseSlot(0);
+    protocol.ChooseSlot(0);
+    VellProtocol::ProgramResult result = VellProtocol::ProgramResult::Finished;
     try {
-        session.protocol.ProgramChosenSlot();
+        result = protocol.ProgramChosenSlot();
     } catch (const std::exception &e) {
-        // The port went away between writes; the dialog's handler would
-        // have ended the run the same way.
-        return fail(QStringLiteral("%1: %2").arg(portName, QString::fromLocal8Bit(e.what())));
+        // The protocol handles the line's own failures; this is a program
+        // error, reported rather than hidden.
+        fail(QStringLiteral("%1: %2").arg(portName, QString::fromLocal8Bit(e.what())));
+        return protocol.BlocksAcknowledged() > 0 ? ExitUnitFailed : ExitNoTavo;
     }
     endProgress();
 
     if (session.interrupted)
-        return fail(QStringLiteral("interrupted"));
-    for (const ScriptedPrompter::Shown &shown : session.prompter.shown()) {
-        if (shown.title == QLatin1String("All sent ok")) {
-            out() << shown.title << Qt::endl;
-            return ExitOk;
-        }
+        return fail(interruptedRun(portName, protocol));
+    using Result = VellProtocol::ProgramResult;
+    switch (result) {
+    case Result::Finished:
+    case Result::ProgramAnother:
+        if (!allSent(session.prompter))
+            return ExitUnitFailed; // the download's own message has been printed
+        out() << "All sent ok" << Qt::endl;
+        return ExitOk;
+    case Result::PortNotOpen:
+        if (!session.link.lastError().isEmpty())
+            fail(session.link.lastError());
+        return ExitNoTavo;
+    case Result::NotResponding: return ExitNoTavo;
+    case Result::NotSerialTavo:
+        fail(QStringLiteral("%1: \"%2\" is not a Serial Tavo; nothing was sent")
+                 .arg(portName, protocol.UnitText(protocol.LastFound())));
+        return ExitNoTavo;
+    case Result::RestartFailed: return ExitUnitFailed;
     }
-    if (!session.link.PortOpen() && !session.link.lastError().isEmpty())
-        err() << "tavo: " << portName << ": " << session.link.lastError() << Qt::endl;
-    // The failure has been printed as the dialog would have shown it.
-    return ExitFailed;
+    return ExitUnitFailed;
 }
 
 int runSend(const QStringList &args)
 {
-    CommandParser cmd(QStringLiteral("send"),
-                      QStringLiteral("--port PORT (--map LIST | --mask N --on|--off | --bit N --on|--off | "
-                                     "--code FILE.OTS --output N --on|--off)"),
-                      QStringLiteral("Sends one test string, the same bytes at the same line setting as the "
-                                     "test dialog's Send: Map switches the listed outputs on and the others "
-                                     "off, Mask and Bit switch one output, and Code sends the On or Off code "
-                                     "a configuration holds for an output, at the unit's own setting."));
+    CommandParser cmd(
+        QStringLiteral("send"),
+        QStringLiteral("--port PORT (--map LIST | --mask N --on|--off | --bit N --on|--off | "
+                       "--code FILE.OTS --output N --on|--off)"),
+        QStringLiteral("Sends one test string, the same bytes at the same line setting as the test "
+                       "dialog's Send: Map switches the listed outputs on and the others off, Mask and "
+                       "Bit switch one output, and Code sends the On or Off code a configuration holds "
+                       "for an output, at the unit's own setting.\n\n"
+                       "Map and Mask are one byte each, and the unit cannot tell them apart: a map "
+                       "with exactly one output (--map 3) is the byte of --mask 3 --on, and a map of "
+                       "all outputs but one (--map 1,2,4,5,6,7,8) the byte of --mask 3 --off. The "
+                       "unit reads such a byte as a mask: it switches that one output and leaves the "
+                       "others as they are."));
     const QCommandLineOption port(QStringLiteral("port"), QStringLiteral("The unit's system port."),
                                   QStringLiteral("PORT"));
     const QCommandLineOption map(QStringLiteral("map"),
@@ -192,6 +250,8 @@ int runSend(const QStringList &args)
     const QCommandLineOption on(QStringLiteral("on"), QStringLiteral("Switch on (the On code)."));
     const QCommandLineOption off(QStringLiteral("off"), QStringLiteral("Switch off (the Off code)."));
     cmd->addOptions({port, map, mask, bit, code, output, on, off});
+    cmd.addReadingOption();
+    cmd.setExitCodes({ExitOk, ExitFailed, ExitUsage, ExitNoTavo});
     if (const auto stop = cmd.parse(args, 0))
         return *stop;
 
@@ -236,7 +296,7 @@ int runSend(const QStringList &args)
     }
 
     if (selection.mode == TestStrings::Tavo) {
-        if (!loadConfig(cmd->value(code), config))
+        if (!loadConfig(cmd->value(code), config, cmd.reading()))
             return ExitFailed;
         const auto i = static_cast<std::size_t>(selection.output);
         // The dialog quietly switches to the On code here; a script asked
@@ -263,14 +323,19 @@ int runSend(const QStringList &args)
 
     QtSerialLink link(PortSlots(QStringList{portName}));
     EventLoopWaiter waiter;
+    SignalWatcher watcher;
+    QObject::connect(&watcher, &SignalWatcher::Interrupted, &link, [&waiter] { waiter.RequestAbort(); });
     // The waiter keeps the port open until the bytes are on the wire: closing
     // puts the port's old line setting back at once.
     if (!TestStrings::Send(link, selection.port, selection.mode, message, config, &waiter)) {
         const QString why = link.lastError().isEmpty()
-                                ? QStringLiteral("the port refused the setting %1").arg(settings)
+                                ? QStringLiteral("%1 refused the setting %2").arg(portName, settings)
                                 : link.lastError();
-        return fail(QStringLiteral("%1: nothing was sent: %2").arg(portName, why));
+        fail(QStringLiteral("%1; nothing was sent").arg(why));
+        return ExitNoTavo;
     }
+    if (SignalWatcher::caught())
+        return fail(QStringLiteral("interrupted; %1 closed").arg(portName));
     out() << "Sent " << bytes.toHex(' ').toUpper() << " at " << settings << Qt::endl;
     return ExitOk;
 }

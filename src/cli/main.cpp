@@ -4,6 +4,7 @@
 
 #include "cli/Commands.h"
 #include "cli/Console.h"
+#include "cli/SignalWatcher.h"
 #include "mainwindow/Product.h"
 
 #include <QCoreApplication>
@@ -31,8 +32,12 @@ QString overview()
         text += QStringLiteral("  %1%2\n")
                     .arg(QLatin1String(command.name), -10)
                     .arg(QLatin1String(command.summary));
-    text += QStringLiteral("\n'tavo COMMAND --help' describes a command.\n"
-                           "Exit codes: 0 done, 1 failed (file or unit), 2 wrong command line.\n");
+    text += QStringLiteral("\n'tavo COMMAND --help' describes a command.\n\n"
+                           "Exit codes: 0 done; 1 a file could not be read, is damaged or could not be "
+                           "written;\n2 a wrong command line; 3 no Serial Tavo to program (the port cannot "
+                           "be opened\nor is busy, nothing answered, or the unit is of another type); 4 "
+                           "the unit failed\nduring the download or the restart. Ctrl+C or SIGTERM closes "
+                           "the port and ends\nthe command by that signal.\n");
     return text;
 }
 
@@ -51,16 +56,22 @@ int main(int argc, char *argv[])
     }
     const QString name = args.takeFirst();
     if (name == QLatin1String("--help") || name == QLatin1String("-h") || name == QLatin1String("help")) {
-        cli::out() << overview() << Qt::flush;
-        return cli::ExitOk;
+        cli::out() << overview();
+        return cli::finishOutput(cli::ExitOk);
     }
     if (name == QLatin1String("--version")) {
-        cli::out() << "tavo " << tavo::versionText() << Qt::endl;
-        return cli::ExitOk;
+        cli::out() << "tavo " << tavo::versionText() << '\n';
+        return cli::finishOutput(cli::ExitOk);
     }
     for (const cli::Command &command : Commands) {
-        if (name == QLatin1String(command.name))
-            return command.run(args);
+        if (name != QLatin1String(command.name))
+            continue;
+        const int code = cli::finishOutput(command.run(args));
+        cli::err().flush();
+        // Interrupted: the command has closed its port on the way out; now
+        // end as the signal would have ended us.
+        SignalWatcher::endByCaughtSignal();
+        return code;
     }
     cli::err() << "tavo: unknown command '" << name << "'\n\n" << overview() << Qt::flush;
     return cli::ExitUsage;

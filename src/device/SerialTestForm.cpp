@@ -68,6 +68,7 @@ SerialTestForm::SerialTestForm(const ConfigData &config, const Parts &parts, QWi
         m_blanking[n] = row.blanking;
         frame7Layout->addWidget(row.row);
     }
+    frame7Layout->addWidget(portProblems());
 
     QGroupBox *frame6 = frame(QStringLiteral("Frame6"), QStringLiteral("Serial message"), this);
     m_serialEditor1 = new SerialEditor(frame6);

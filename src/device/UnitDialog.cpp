@@ -30,11 +30,33 @@ UnitDialog::UnitDialog(const Parts &parts, QWidget *parent)
     // before it was cut short by.
     m_waiter.ClearAbort();
 
+    m_portProblems = new QLabel(this);
+    m_portProblems->setObjectName(QStringLiteral("PortProblems"));
+    m_portProblems->setWordWrap(true);
+    m_portProblems->setVisible(false);
+
     QPointer<UnitDialog> self(this);
     m_session->protocol.SlotChanged = [self](int slot, const SearchSlot &state) {
-        if (self)
-            self->applySlot(slot, state);
+        if (!self)
+            return;
+        self->applySlot(slot, state);
+        self->noteOpenError(slot, state);
     };
+}
+
+void UnitDialog::noteOpenError(int slot, const SearchSlot &state)
+{
+    // A slot being searched keeps what it said until its port is done.
+    if (state.covered)
+        return;
+    m_openErrors[static_cast<std::size_t>(slot)] = state.openError;
+    QStringList lines;
+    for (std::size_t i = 0; i < m_openErrors.size(); ++i) {
+        if (!m_openErrors[i].isEmpty())
+            lines << QStringLiteral("Slot %1: %2").arg(i + 1).arg(m_openErrors[i]);
+    }
+    m_portProblems->setText(lines.join(QLatin1Char('\n')));
+    m_portProblems->setVisible(!lines.isEmpty());
 }
 
 UnitDialog::~UnitDialog()

@@ -6,6 +6,7 @@
 #include <QDialog>
 #include <QPointer>
 
+#include <array>
 #include <functional>
 #include <memory>
 
@@ -83,6 +84,10 @@ protected:
         QFrame *blanking;
     };
     SlotRow makeSlotRow(int slot, QWidget *option, QWidget *type);
+    // Below the slots: why a slot's port could not be opened ("Slot 2:
+    // /dev/ttyUSB0 is in use by another program"), so that a user who
+    // expected a unit there knows what to do; hidden while there is none.
+    QLabel *portProblems() const { return m_portProblems; }
     void showPort(QLabel *label, const SearchSlot &state);
     // Mirrors one slot of the search in its row: the cover, what answered
     // (a text box in one dialog, a label in the other), the option button
@@ -111,7 +116,11 @@ protected:
     QWidget *m_searchButton = nullptr;
 
 private:
+    void noteOpenError(int slot, const SearchSlot &state);
+
     struct Session;
     std::shared_ptr<Session> m_session;
     bool m_busy = false;
+    QLabel *m_portProblems = nullptr;
+    std::array<QString, VellProtocol::SlotCount> m_openErrors;
 };

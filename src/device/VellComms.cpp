@@ -61,6 +61,7 @@ VellComms::VellComms(const ConfigData &config, const Parts &parts, QWidget *pare
         m_blanking[n] = row.blanking;
         rowsLayout->addWidget(row.row);
     }
+    rowsLayout->addWidget(portProblems());
 
     m_pleaseWait = new QFrame;
     m_pleaseWait->setObjectName(QStringLiteral("PleaseWait"));
@@ -168,14 +169,14 @@ void VellComms::ProgramVell_Click()
     m_programVell->setEnabled(false);
     m_searchButton->setEnabled(false);
 
-    std::int16_t r = 0;
+    auto r = VellProtocol::ProgramResult::Finished;
     do {
         if (!run([](VellProtocol &p) { p.set_active_port(); }))
             return;
         m_pleaseWait->setVisible(true);
         if (!run([&r](VellProtocol &p) { r = p.program_unit(); }))
             return;
-    } while (r > 0);
+    } while (r == VellProtocol::ProgramResult::ProgramAnother);
 
     closePort();
     m_searchButton->setEnabled(true);

@@ -1,6 +1,7 @@
 #include "device/VellProtocol.h"
 
 #include "device/VellTypes.h"
+#include "platform/Logging.h"
 #include "platform/Prompter.h"
 #include "platform/SerialLink.h"
 #include "platform/Waiter.h"
@@ -90,7 +91,8 @@ void VellProtocol::setSettings(const QString &settings)
 {
     try {
         m_link.SetSettings(settings);
-    } catch (const SerialLinkError &) {
+    } catch (const SerialLinkError &e) {
+        qCInfo(lcSerial) << "setting" << settings << "refused:" << e.what();
     }
 }
 
@@ -100,7 +102,8 @@ void VellProtocol::output(const QByteArray &bytes)
         return;
     try {
         m_link.Output(bytes);
-    } catch (const SerialLinkError &) {
+    } catch (const SerialLinkError &e) {
+        qCInfo(lcSerial) << "write of" << bytes.toHex(' ') << "failed:" << e.what();
     }
 }
 
@@ -219,43 +222,43 @@ void VellProtocol::search_for_vell()
         s.portDescription = m_link.PortDescription(port);
         s.found = 0;
 
-        // A port that is missing, busy or misbehaving is not reported: it
-        // just shows as having nothing on it.
+        // A port that is missing, busy or misbehaving is no message box:
+        // the slot shows nothing on it, and says why beside it.
         try {
             m_link.SetCommPort(port);
-        } catch (const std::exception &) {
+        } catch (const std::exception &e) {
+            qCInfo(lcSerial) << "slot" << port << "cannot be chosen:" << e.what();
         }
         try {
             if (!aborted())
                 m_link.SetPortOpen(true);
-        } catch (const std::exception &) {
+        } catch (const std::exception &e) {
+            qCInfo(lcSerial) << "slot" << port << "cannot be opened:" << e.what();
         }
 
+        s.openError.clear();
         if (!m_link.PortOpen()) {
             s.text = NothingFound();
             s.optionEnabled = false;
             s.textVisible = false;
+            // A slot without a port, or a port left alone because the user
+            // gave up, has no reason to show.
+            if (!aborted() && !s.portName.isEmpty())
+                s.openError = m_link.lastError();
         } else {
             std::int32_t v = 0;
             try {
                 v = Find_vell(true);
-            } catch (const std::exception &) {
+            } catch (const std::exception &e) {
+                qCInfo(lcSerial) << "search of" << s.portName << "abandoned:" << e.what();
                 v = 0;
             }
             s.found = v;
             s.textVisible = true;
-            s.textEnabled = false;
-            const int t = v & 255;
-            if (t == VellTypes::SerialTavoReply) {
-                s.textEnabled = true;
-                s.text = QStringLiteral("Serial Tavo ");
-                s.optionEnabled = true;
-            } else {
-                const int row = m_types.IndexOfReply(t);
-                s.text = row >= 0 ? m_types.at(row).Name : NothingFound();
-            }
-            if (v != 0)
-                s.text += VersionText(v);
+            const bool serialTavo = (v & 255) == VellTypes::SerialTavoReply;
+            s.textEnabled = serialTavo;
+            s.optionEnabled = serialTavo;
+            s.text = UnitText(v);
         }
 
         if (m_link.PortOpen())
@@ -272,6 +275,23 @@ void VellProtocol::search_for_vell()
         s.optionValue = false;
         changed(i);
     }
+}
+
+QString VellProtocol::UnitText(std::int32_t found) const
+{
+    const int t = found & 255;
+    QString text;
+    if (t == VellTypes::SerialTavoReply) {
+        text = QStringLiteral("Serial Tavo ");
+    } else {
+        const int row = m_types.IndexOfReply(t);
+        text = row >= 0 ? m_types.at(row).Name : NothingFound();
+    }
+    // Nothing found: the name of the row for code 0, if any, without a
+    // version.
+    if (found != 0)
+        text += VersionText(found);
+    return text;
 }
 
 void VellProtocol::set_active_port()
@@ -357,6 +377,7 @@ bool VellProtocol::restart_unit()
 bool VellProtocol::Configure_Vell(int length)
 {
     m_blockCount = static_cast<int>(std::ceil(length / 8.0));
+    m_blocksAcknowledged = 0;
     discardInput();
 
     for (int k = 0; k < m_blockCount; ++k) {
@@ -389,6 +410,7 @@ bool VellProtocol::Configure_Vell(int length)
                 return false;
             }
         }
+        m_blocksAcknowledged = k + 1;
         // The bar shows the blocks before this one; the end state is set
         // after the loop.
         const int value = static_cast<int>((2LL * k * 1000 + m_blockCount) / (2LL * m_blockCount));
@@ -398,40 +420,45 @@ bool VellProtocol::Configure_Vell(int length)
     return true;
 }
 
-std::int16_t VellProtocol::program_unit()
+VellProtocol::ProgramResult VellProtocol::program_unit()
 {
+    m_lastFound = 0;
+    m_blocksAcknowledged = 0;
     progress(QStringLiteral("0%"), 0);
     if (!m_link.PortOpen()) {
         showError(QStringLiteral("Port not open"), ErrorTitle);
-        return -1;
+        return ProgramResult::PortNotOpen;
     }
-    if (Find_vell(false) == 0) {
+    m_lastFound = Find_vell(false);
+    if (m_lastFound == 0) {
         showError(QStringLiteral("Tavo not responding"), ErrorTitle);
-        return -2;
+        return ProgramResult::NotResponding;
     }
+    if (m_requireSerialTavo && (m_lastFound & 255) != VellTypes::SerialTavoReply)
+        return ProgramResult::NotSerialTavo;
     if (!Configure_Vell(ImageSize))
-        return 0;
+        return ProgramResult::Finished;
     if (restart_unit()) {
         if (aborted())
-            return 0;
+            return ProgramResult::Finished;
         const Prompter::Answer answer =
             m_prompter.Show(QStringLiteral("Program another tavo"), QStringLiteral("All sent ok"),
                             Prompter::Icon::Question, Prompter::Buttons::YesNo, Prompter::Answer::No);
-        return answer == Prompter::Answer::No ? 0 : 1;
+        return answer == Prompter::Answer::No ? ProgramResult::Finished : ProgramResult::ProgramAnother;
     }
     showError(QStringLiteral("Program failed, Tavo will fail to operate correctly until reprogrammmed, Try "
                              "powering the tavo off/wait/on and reprogram again"),
               ErrorTitle);
-    return -4;
+    return ProgramResult::RestartFailed;
 }
 
-std::int16_t VellProtocol::ProgramChosenSlot()
+VellProtocol::ProgramResult VellProtocol::ProgramChosenSlot()
 {
-    std::int16_t r = 0;
+    ProgramResult r = ProgramResult::Finished;
     do {
         set_active_port();
         r = program_unit();
-    } while (r > 0);
+    } while (r == ProgramResult::ProgramAnother);
     if (m_link.PortOpen())
         m_link.SetPortOpen(false);
     return r;

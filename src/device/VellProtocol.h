@@ -27,6 +27,7 @@ struct SearchSlot {
     bool optionValue = false;   // Option1(i).Value: the slot chosen for programming
     QString portName;           // the system port behind the slot
     QString portDescription;
+    QString openError;      // why the port could not be opened; empty when it was
     std::int32_t found = 0; // what Find_vell returned there (0 when not searched)
 };
 
@@ -61,6 +62,18 @@ public:
     static constexpr int Attempts = 4;
     static constexpr std::uint8_t Acknowledge = 0xF0;
     using ConfigImage = std::array<std::uint8_t, ImageSize>;
+
+    // How one programming run ended (program_unit). The numbers are the
+    // ones the run has always answered with; only ProgramAnother asks for
+    // another run.
+    enum class ProgramResult : std::int16_t {
+        ProgramAnother = 1, // all sent, and the user wants to program another unit
+        Finished = 0,       // all sent; or the download failed, after its own message
+        PortNotOpen = -1,
+        NotResponding = -2,
+        NotSerialTavo = -3, // only with SetRequireSerialTavo(): nothing was sent
+        RestartFailed = -4, // the restart after the download failed
+    };
 
     // Line settings tried by the search, in order.
     static QStringList SearchSettings();
@@ -112,14 +125,27 @@ public:
     bool Configure_Vell(int length);
 
     // One programming run on the open port: find the unit, download, restart.
-    //  -1 port not open, -2 no unit, 0 done (or the download failed, after
-    //  its own message), 1 done and the user wants to program another unit,
-    //  -4 the restart after the download failed.
-    std::int16_t program_unit();
+    ProgramResult program_unit();
     // The programming loop of the "Program Tavo" button: opens the chosen
     // slot's port and runs program_unit until the user wants no more, then
-    // closes the port. Returns the last code.
-    std::int16_t ProgramChosenSlot();
+    // closes the port. Returns the last result.
+    ProgramResult ProgramChosenSlot();
+
+    // A programming run sends nothing to a unit that answers the search as
+    // anything but a Serial Tavo (it ends with NotSerialTavo, showing no
+    // message). The dialogs leave this off: there the user has picked a
+    // Serial Tavo in the search just before. The command line, where nobody
+    // looks at the search first, turns it on.
+    void SetRequireSerialTavo(bool on) { m_requireSerialTavo = on; }
+    // What the search of the last programming run found (0: nothing).
+    std::int32_t LastFound() const { return m_lastFound; }
+    // Blocks the unit has acknowledged in the current (or last) download.
+    int BlocksAcknowledged() const { return m_blocksAcknowledged; }
+
+    // What a search slot shows for a found value: the type's name and the
+    // version, "Serial Tavo 1.3"; "--------------" when nothing (or no
+    // known type) answered.
+    QString UnitText(std::int32_t found) const;
 
     void SetConfigImage(const ConfigImage &image) { m_image = image; }
     const ConfigImage &configImage() const { return m_image; }
@@ -158,5 +184,8 @@ private:
     const VellTypes &m_types;
     ConfigImage m_image{};
     int m_blockCount = 0;
+    int m_blocksAcknowledged = 0;
+    std::int32_t m_lastFound = 0;
+    bool m_requireSerialTavo = false;
     std::array<SearchSlot, SlotCount> m_slots{};
 };

@@ -1,8 +1,17 @@
 #include "platform/QtSerialLink.h"
 
 #include "platform/LineSettings.h"
+#include "platform/Logging.h"
 
+#include <QFile>
 #include <QSerialPortInfo>
+
+#ifdef Q_OS_UNIX
+#include <cerrno>
+#include <grp.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
 
 namespace {
 
@@ -67,12 +76,14 @@ void QtSerialLink::SetPortOpen(bool open)
     m_port.setPortName(name);
     m_port.setFlowControl(QSerialPort::NoFlowControl);
     if (!m_port.open(QIODevice::ReadWrite)) {
-        m_lastError = m_port.errorString();
+        m_lastError = openFailure(name, m_port.error(), m_port.errorString());
+        qCInfo(lcSerial) << "cannot open" << name << m_port.errorString();
         m_port.clearError();
         return;
     }
     if (!applySettings(m_settings)) {
-        m_lastError = m_port.errorString();
+        m_lastError =
+            QStringLiteral("%1 refuses the line setting %2: %3").arg(name, m_settings, m_port.errorString());
         m_port.close();
     }
 }
@@ -163,6 +174,61 @@ int QtSerialLink::InBufferCount()
         return 0;
     pullPending();
     return static_cast<int>(m_port.bytesAvailable());
+}
+
+#ifdef Q_OS_UNIX
+namespace {
+
+// The device file behind a port name: "ttyUSB0" is /dev/ttyUSB0, a path is
+// itself.
+QByteArray devicePath(const QString &portName)
+{
+    const QString path =
+        portName.startsWith(QLatin1Char('/')) ? portName : QStringLiteral("/dev/") + portName;
+    return QFile::encodeName(path);
+}
+
+// The group that may use the device, when membership would let us in.
+QString deviceGroup(const QByteArray &path)
+{
+    struct stat st {
+    };
+    if (::stat(path.constData(), &st) != 0 || !(st.st_mode & S_IRGRP) || !(st.st_mode & S_IWGRP))
+        return {};
+    const struct group *g = ::getgrgid(st.st_gid);
+    return g ? QString::fromLocal8Bit(g->gr_name) : QString();
+}
+
+} // namespace
+#endif
+
+QString QtSerialLink::openFailure(const QString &portName, QSerialPort::SerialPortError error,
+                                  const QString &systemText)
+{
+    switch (error) {
+    case QSerialPort::DeviceNotFoundError: return QStringLiteral("there is no port %1").arg(portName);
+    case QSerialPort::PermissionError: {
+#ifdef Q_OS_UNIX
+        // QSerialPort says "permission" both when the device refuses us and
+        // when another program holds its lock: only the first is about us.
+        const QByteArray path = devicePath(portName);
+        if (::access(path.constData(), R_OK | W_OK) != 0 && errno == EACCES) {
+            const QString group = deviceGroup(path);
+            if (group.isEmpty() || group == QLatin1String("root"))
+                return QStringLiteral("you may not open %1: ask the administrator for access to it")
+                    .arg(portName);
+            return QStringLiteral("you may not open %1: add your user to the group %2 "
+                                  "(sudo usermod -aG %2 $USER), then log in again")
+                .arg(portName, group);
+        }
+#endif
+        // Windows refuses a second opening of a COM port with "access
+        // denied" as well.
+        return QStringLiteral("%1 is in use by another program").arg(portName);
+    }
+    default: break;
+    }
+    return QStringLiteral("%1: %2").arg(portName, systemText);
 }
 
 QString QtSerialLink::PortName(int port) const

@@ -39,8 +39,13 @@ public:
     QString PortName(int port) const override;
     QString PortDescription(int port) const override;
 
-    // Why the last open failed, for the command-line tool.
-    QString lastError() const { return m_lastError; }
+    QString lastError() const override { return m_lastError; }
+
+    // Why a port could not be opened, in words that tell the user what to
+    // do: another program has it, or the user lacks the permission (and
+    // which group gives it).
+    static QString openFailure(const QString &portName, QSerialPort::SerialPortError error,
+                               const QString &systemText);
 
 signals:
     void InputArrived();

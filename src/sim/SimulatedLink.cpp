@@ -70,6 +70,7 @@ QString SimulatedLink::PortDescription(int number) const
         return {};
     switch (port(number).kind) {
     case PortKind::Missing: return {};
+    case PortKind::Busy: return QStringLiteral("simulated port, in use by another program");
     case PortKind::Empty: return QStringLiteral("simulated port, nothing attached");
     case PortKind::Unit: return QStringLiteral("simulated port with a unit");
     }
@@ -121,8 +122,17 @@ void SimulatedLink::SetPortOpen(bool open)
     }
     if (m_open)
         throw SerialLinkError("the port is already open");
-    if (port(m_commPort).kind == PortKind::Missing)
+    // The same words the real link finds for the user.
+    m_lastError.clear();
+    const Port &p = port(m_commPort);
+    if (p.kind == PortKind::Missing) {
+        m_lastError = QStringLiteral("there is no port %1").arg(p.name);
         return;
+    }
+    if (p.kind == PortKind::Busy) {
+        m_lastError = QStringLiteral("%1 is in use by another program").arg(p.name);
+        return;
+    }
     m_open = true;
     ++m_generation;
     m_input.clear();

@@ -24,7 +24,8 @@
 class SimulatedLink : public SerialLink
 {
 public:
-    enum class PortKind { Missing, Empty, Unit };
+    // Busy: there, but another program has it (opening fails).
+    enum class PortKind { Missing, Empty, Unit, Busy };
 
     struct Event {
         enum class Kind { Open, Close, Settings, Write, Read };
@@ -66,6 +67,7 @@ public:
     int InBufferCount() override { return static_cast<int>(m_input.size()); }
     QString PortName(int port) const override;
     QString PortDescription(int port) const override;
+    QString lastError() const override { return m_lastError; }
 
 private:
     struct Port {
@@ -93,6 +95,7 @@ private:
     QString m_settingsText = QStringLiteral("9600,n,8,1");
     LineSettings m_settings;
     QByteArray m_input;
+    QString m_lastError;
     std::vector<Event> m_events;
     // Scheduled events refer back to the link; they are dropped once it is
     // gone.

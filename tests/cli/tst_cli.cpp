@@ -16,7 +16,11 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <csignal>
+#include <fcntl.h>
 #include <memory>
+#include <termios.h>
+#include <unistd.h>
 
 using namespace Qt::StringLiterals;
 
@@ -143,6 +147,23 @@ private:
         QString m_pty;
     };
 
+    // Waits until `p` has written `text` to its standard error.
+    static bool waitForError(QProcess &p, const QString &text)
+    {
+        QByteArray seen;
+        QDeadlineTimer deadline(CommandTimeoutMs);
+        p.setReadChannel(QProcess::StandardError);
+        while (!QString::fromUtf8(seen).contains(text)) {
+            if (deadline.hasExpired() || !p.waitForReadyRead(int(deadline.remainingTime())))
+                return false;
+            seen += p.peek(p.bytesAvailable());
+            seen = seen.right(4096);
+            p.read(p.bytesAvailable());
+        }
+        p.setReadChannel(QProcess::StandardOutput);
+        return true;
+    }
+
     std::unique_ptr<Sim> startSim(const QStringList &args)
     {
         auto sim = std::make_unique<Sim>(args, environment());
@@ -205,13 +226,28 @@ private slots:
         row("sim version beyond a byte", "sim --version 1.256", 2, "--version");
         row("sim baud no port offers", "sim --baud 1234", 2, "not a rate");
 
+        row("send --help tells maps from masks", "send --help", 0, "reads such a byte as a mask");
+        row("program --help lists its exit codes", "program --help", 0,
+            "4  the unit failed during the download or the restart");
+
         row("show missing file", "show MISSING", 1, "no such file");
-        row("last line cut", "image DIR/cut.OTS", 1, "line 35 is missing");
-        row("mode not a boolean", "image DIR/badmode.OTS", 1, "line 13 does not hold");
-        row("period beyond a byte", "export DIR/bigperiod.OTS DIR/x.BDX", 1, "does not fit in a byte");
-        row("export into a missing folder", "export SAMPLE DIR/nowhere/x.BDX", 1, "cannot be written");
-        row("program a port that does not exist", "program SAMPLE --port DIR/ttyNone", 1,
-            "Error!: Port not open");
+        row("show a folder", "show DIR/", 1, "is a directory");
+        row("last line cut", "image DIR/cut.OTS", 1, "cut.OTS:35: error: line 35 is missing");
+        row("mode not a boolean", "image DIR/badmode.OTS", 1,
+            "badmode.OTS:13: error: mode of output 3: \"maybe\" is neither a number nor True or False");
+        row("period beyond a byte", "export DIR/bigperiod.OTS DIR/x.BDX", 1,
+            "bigperiod.OTS:32: error: period of output 8 is 256; it must be 0 to 255");
+        row("program a damaged file", "program DIR/badmode.OTS --port DIR/ttyNone", 1,
+            "badmode.OTS:13: error");
+        row("send a code of a damaged file", "send --port DIR/ttyNone --code DIR/badmode.OTS --output 1 --on",
+            1, "badmode.OTS:13: error");
+        row("export into a missing folder", "export SAMPLE DIR/nowhere/x.BDX", 1,
+            "No such file or directory");
+        row("export onto a folder", "export SAMPLE DIR/", 1, "Is a directory");
+        row("export onto its own configuration", "export SAMPLE SAMPLE", 1,
+            "is the file being read; nothing was written");
+        row("program a port that does not exist", "program SAMPLE --port DIR/ttyNone", 3, "there is no port");
+        row("send to a port that does not exist", "send --port DIR/ttyNone --map 1", 3, "there is no port");
         row("send empty code", "send --port /dev/null --code SAMPLE --output 4 --on", 1,
             "output 4 has no On code");
         row("send off code of a pulse output", "send --port /dev/null --code SAMPLE --output 3 --off", 1,
@@ -326,7 +362,16 @@ private slots:
         };
         QTest::newRow("all sent") << args("--image-out IMAGE") << 0 << u"Programming: 100%"_s;
         QTest::newRow("block 5 refused")
-            << args("--block-fault wrong --faulty-block 5") << 1 << u"Error!  5: Reply to download failed"_s;
+            << args("--block-fault wrong --faulty-block 5") << 4 << u"Error!  5: Reply to download failed"_s;
+        QTest::newRow("restart refused")
+            << args("--restart-fault wrong") << 4
+            << u"Error!: Program failed, Tavo will fail to operate correctly until "
+               "reprogrammmed, Try powering the tavo off/wait/on and reprogram again"_s;
+        QTest::newRow("nothing answers") << args("--silent") << 3 << u"Error!: Tavo not responding"_s;
+        // Named from the table the commands find: row 0 is "Bench Unit " there.
+        QTest::newRow("another type of unit")
+            << args("--type 0x11") << 3
+            << u"PTY: \"Bench Unit 1.0\" is not a Serial Tavo; nothing was sent"_s;
     }
 
     void programReportsTheDialogsMessages()
@@ -343,7 +388,10 @@ private slots:
         const Run run = tavo({u"program"_s, path(u"sample.OTS"_s), u"--port"_s, sim->pty()});
         QCOMPARE(run.code, code);
         QCOMPARE(run.out, code == 0 ? u"All sent ok\n"_s : QString());
-        QCOMPARE(run.err.split(u'\n', Qt::SkipEmptyParts).constLast(), lastMessage);
+        QVERIFY2(run.err.split(u'\n', Qt::SkipEmptyParts)
+                     .constLast()
+                     .endsWith(lastMessage.replace(u"PTY"_s, sim->pty())),
+                 qPrintable(run.err));
         if (code != 0)
             return;
         QCOMPARE(sim->nextLine(), u"image received"_s);
@@ -397,7 +445,100 @@ private slots:
         QCOMPARE(line, outputs);
     }
 
-    void simEndsCleanlyOnTermination()
+    void damagedFilesAreReadOnlyWhenAskedTo()
+    {
+        const QString bad = path(u"badmode.OTS"_s);
+        const Run strict = tavo({u"show"_s, bad});
+        QCOMPARE(strict.code, 1);
+        QCOMPARE(strict.out, QString());
+
+        // --lenient reads as the editor does: the same line as a warning,
+        // and the outputs before the line it cannot read.
+        const Run lenient = tavo({u"show"_s, bad, u"--lenient"_s});
+        QCOMPARE(lenient.code, 0);
+        QVERIFY2(lenient.err.startsWith(bad + u":13: warning: mode of output 3"_s), qPrintable(lenient.err));
+        QVERIFY(lenient.out.startsWith(u"Output 1\n"_s));
+        QCOMPARE(tavo({u"image"_s, bad, u"--lenient"_s}).code, 0);
+    }
+
+    void outputThatCannotBeWrittenFails_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::newRow("image") << QStringList{u"image"_s, u"SAMPLE"_s};
+        QTest::newRow("raw image") << QStringList{u"image"_s, u"--raw"_s, u"SAMPLE"_s};
+        QTest::newRow("show") << QStringList{u"show"_s, u"SAMPLE"_s};
+        QTest::newRow("export to -") << QStringList{u"export"_s, u"SAMPLE"_s, u"-"_s};
+    }
+
+    void outputThatCannotBeWrittenFails()
+    {
+        QFETCH(QStringList, args);
+        if (!QFileInfo::exists(u"/dev/full"_s))
+            QSKIP("no /dev/full here");
+        QProcess p;
+        p.setProcessEnvironment(environment());
+        p.setStandardOutputFile(u"/dev/full"_s);
+        p.start(TavoPath, args.replaceInStrings(u"SAMPLE"_s, path(u"sample.OTS"_s)));
+        QVERIFY(p.waitForFinished(CommandTimeoutMs));
+        QCOMPARE(p.exitCode(), 1);
+        QVERIFY(QString::fromUtf8(p.readAllStandardError()).contains(u"No space left on device"_s));
+    }
+
+    // ---- interrupted -------------------------------------------------------
+
+    void interruptedProgrammingClosesThePortAndEndsBySignal()
+    {
+        const auto sim = startSim({});
+        if (!sim)
+            QSKIP("no pseudo-terminal for the simulated unit");
+        // The port's own setting before the run, which it must get back.
+        const int fd = ::open(sim->pty().toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+        QVERIFY(fd >= 0);
+        termios t{};
+        QCOMPARE(tcgetattr(fd, &t), 0);
+        cfsetspeed(&t, B1200);
+        QCOMPARE(tcsetattr(fd, TCSANOW, &t), 0);
+
+        QProcess p;
+        p.setProcessEnvironment(environment());
+        p.start(TavoPath, {u"program"_s, path(u"sample.OTS"_s), u"--port"_s, sim->pty()});
+        // Well into the download, then Ctrl+C.
+        QVERIFY(waitForError(p, u"Programming: 12.5%"_s));
+        ::kill(pid_t(p.processId()), SIGINT);
+        QVERIFY(p.waitForFinished(CommandTimeoutMs));
+        QCOMPARE(p.exitStatus(), QProcess::CrashExit);
+        QCOMPARE(p.exitCode(), SIGINT);
+        const QString err = QString::fromUtf8(p.readAllStandardError());
+        QVERIFY2(err.contains(u"tavo: interrupted after the unit on %1 had taken "_s.arg(sim->pty())),
+                 qPrintable(err));
+        QCOMPARE(p.readAllStandardOutput(), QByteArray());
+
+        QCOMPARE(tcgetattr(fd, &t), 0);
+        QCOMPARE(cfgetospeed(&t), speed_t(B1200));
+        ::close(fd);
+    }
+
+    void interruptedSearchReportsOnlyTheSlotsItSearched()
+    {
+        const auto unit = startSim({});
+        const auto silent = startSim({u"--silent"_s});
+        if (!unit || !silent)
+            QSKIP("no pseudo-terminal for the simulated unit");
+        QProcess p;
+        p.setProcessEnvironment(environment());
+        p.start(TavoPath, {u"search"_s, u"--ports"_s, unit->pty() + u',' + silent->pty() + u",,"_s});
+        // Slot 1 is done; slot 2, where nothing answers, takes over a second.
+        QVERIFY(p.waitForReadyRead(CommandTimeoutMs));
+        ::kill(pid_t(p.processId()), SIGTERM);
+        QVERIFY(p.waitForFinished(CommandTimeoutMs));
+        QCOMPARE(p.exitStatus(), QProcess::CrashExit);
+        QCOMPARE(p.exitCode(), SIGTERM);
+        QCOMPARE(QString::fromUtf8(p.readAllStandardOutput()),
+                 u"slot 1 (%1): Serial Tavo 1.0\n"_s.arg(unit->pty()));
+        QCOMPARE(QString::fromUtf8(p.readAllStandardError()), QString());
+    }
+
+    void simEndsBySignalAndTakesItsTerminal()
     {
         const auto sim = startSim({});
         if (!sim)
@@ -405,10 +546,43 @@ private slots:
         QVERIFY(QFileInfo::exists(sim->pty()));
         sim->process().terminate();
         QVERIFY(sim->process().waitForFinished(CommandTimeoutMs));
-        QCOMPARE(sim->process().exitStatus(), QProcess::NormalExit);
-        QCOMPARE(sim->process().exitCode(), 0);
+        QCOMPARE(sim->process().exitStatus(), QProcess::CrashExit);
+        QCOMPARE(sim->process().exitCode(), SIGTERM);
         // The terminal went with it.
         QVERIFY(!QFileInfo::exists(sim->pty()));
+    }
+
+    // ---- the editor's own command line ---------------------------------------
+
+    void editorAnswersHelpWithoutADisplay_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("text"); // on stdout for 0, else on stderr
+
+        QTest::newRow("help") << QStringList{u"--help"_s} << 0 << u"Usage: serial-tavo-editor"_s;
+        QTest::newRow("version") << QStringList{u"--version"_s} << 0 << u"serial-tavo-editor 1."_s;
+        QTest::newRow("unknown option") << QStringList{u"--frob"_s} << 2 << u"Unknown option 'frob'"_s;
+        QTest::newRow("no display") << QStringList{} << 1 << u"no display"_s;
+    }
+
+    void editorAnswersHelpWithoutADisplay()
+    {
+        QFETCH(QStringList, args);
+        QFETCH(int, code);
+        QFETCH(QString, text);
+
+        QProcessEnvironment env = environment();
+        for (const char *name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+            env.remove(QString::fromLatin1(name));
+        QProcess p;
+        p.setProcessEnvironment(env);
+        p.start(QStringLiteral(TAVO_EDITOR_PATH), args);
+        QVERIFY(p.waitForFinished(CommandTimeoutMs));
+        QCOMPARE(p.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(p.exitCode(), code);
+        const QByteArray shown = code == 0 ? p.readAllStandardOutput() : p.readAllStandardError();
+        QVERIFY2(QString::fromUtf8(shown).contains(text), shown.constData());
     }
 };
 

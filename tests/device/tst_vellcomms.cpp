@@ -47,19 +47,24 @@ class TestVellComms : public QObject
 private slots:
     void slotShowsWhatAnswered_data()
     {
-        QTest::addColumn<int>("kind"); // SimulatedLink::PortKind: 0 missing, 1 empty, 2 unit
+        QTest::addColumn<int>("kind"); // SimulatedLink::PortKind: 0 missing, 1 empty, 2 unit, 3 busy
         QTest::addColumn<int>("reply");
         QTest::addColumn<int>("minor");
         QTest::addColumn<QString>("text"); // "#" stands for the type table's name of `reply`
         QTest::addColumn<bool>("shown");
         QTest::addColumn<bool>("choosable");
+        QTest::addColumn<QString>("problem"); // below the slots: why the port did not open
 
-        QTest::newRow("serial tavo") << 2 << 22 << 3 << u"Serial Tavo 1.3"_s << true << true;
+        QTest::newRow("serial tavo") << 2 << 22 << 3 << u"Serial Tavo 1.3"_s << true << true << QString();
         // Bit 4 of the second version byte shows in the first number too.
-        QTest::newRow("version mask") << 2 << 22 << 0x12 << u"Serial Tavo 4097.18"_s << true << true;
-        QTest::newRow("other type") << 2 << 0x33 << 7 << u"#1.7"_s << true << false;
-        QTest::newRow("nothing answers") << 1 << 0 << 0 << u"--------------"_s << true << false;
-        QTest::newRow("port will not open") << 0 << 0 << 0 << u"--------------"_s << false << false;
+        QTest::newRow("version mask")
+            << 2 << 22 << 0x12 << u"Serial Tavo 4097.18"_s << true << true << QString();
+        QTest::newRow("other type") << 2 << 0x33 << 7 << u"#1.7"_s << true << false << QString();
+        QTest::newRow("nothing answers") << 1 << 0 << 0 << u"--------------"_s << true << false << QString();
+        QTest::newRow("port missing") << 0 << 0 << 0 << u"--------------"_s << false << false
+                                      << u"Slot 2: there is no port /dev/ttyUSB7"_s;
+        QTest::newRow("port busy") << 3 << 0 << 0 << u"--------------"_s << false << false
+                                   << u"Slot 2: /dev/ttyUSB7 is in use by another program"_s;
     }
 
     void slotShowsWhatAnswered()
@@ -70,6 +75,7 @@ private slots:
         QFETCH(QString, text);
         QFETCH(bool, shown);
         QFETCH(bool, choosable);
+        QFETCH(QString, problem);
 
         DialogBench bench;
         bench.link.SetPortKind(2, SimulatedLink::PortKind(kind));
@@ -92,6 +98,12 @@ private slots:
         QCOMPARE(type->isEnabled(), choosable);
         QCOMPARE(option->isEnabled(), choosable);
         QCOMPARE(child<QLabel>(dialog, u"PortName1"_s)->text(), u"/dev/ttyUSB7"_s);
+        // The other slots' ports are missing in this bench; only slot 2's
+        // line is this row's.
+        const auto *problems = child<QLabel>(dialog, u"PortProblems"_s);
+        const QStringList lines = problems->text().split(u'\n').filter(u"Slot 2:"_s);
+        QCOMPARE(lines, problem.isEmpty() ? QStringList() : QStringList{problem});
+        QVERIFY(problems->isVisible());
         QVERIFY(!bench.link.PortOpen());
         QVERIFY(bench.prompter.shown().isEmpty());
     }

@@ -205,8 +205,14 @@ private slots:
         (download ? config.blockFault : config.restartFault) = static_cast<UnitAckFault>(fault);
         config.faultyBlock = block;
         config.faultyAttempts = faultyAttempts;
-        rig.open(config);
+        const UnitSimulator &unit = rig.open(config);
         QCOMPARE(download ? rig.protocol.Configure_Vell(256) : rig.protocol.restart_unit(), result);
+        // A download the host takes for done is in the unit, whatever was
+        // wrong with the acknowledgements on the way.
+        if (download && result) {
+            QCOMPARE(unit.imagesReceived(), 1);
+            QVERIFY(unit.image() == rig.protocol.configImage());
+        }
         QCOMPARE(rig.writesOf(download ? "\x11" : "3", Odd), commands);
         if (!download)
             QCOMPARE(rig.writesOf("\xFF", Even), commands);
@@ -216,6 +222,46 @@ private slots:
         // Every attempt: 10 ms between command and data, then up to 500 ms.
         for (std::size_t i = 0; i < rig.waiter.waits().size(); ++i)
             QCOMPARE(rig.waiter.waits()[i].requestedMs, i % 2 ? 500 : 10);
+    }
+
+    // The command line's guard: after the search, a unit of another type
+    // gets nothing more, and the run says what answered. The dialogs leave
+    // it off (their user has just picked a Serial Tavo).
+    void programmingRunsOnlyIntoASerialTavo_data()
+    {
+        QTest::addColumn<int>("reply");
+        QTest::addColumn<bool>("guarded");
+        QTest::addColumn<VellProtocol::ProgramResult>("result");
+        QTest::addColumn<int>("blocks");
+
+        using R = VellProtocol::ProgramResult;
+        QTest::newRow("Serial Tavo") << 22 << true << R::Finished << 32;
+        QTest::newRow("other type") << 0x11 << true << R::NotSerialTavo << 0;
+        QTest::newRow("other type, unguarded") << 0x11 << false << R::Finished << 32;
+    }
+
+    void programmingRunsOnlyIntoASerialTavo()
+    {
+        QFETCH(int, reply);
+        QFETCH(bool, guarded);
+        QFETCH(VellProtocol::ProgramResult, result);
+        QFETCH(int, blocks);
+
+        Rig rig;
+        UnitConfig config;
+        config.replyCode = static_cast<std::uint8_t>(reply);
+        const UnitSimulator &unit = rig.open(config);
+        rig.protocol.SetRequireSerialTavo(guarded);
+        QCOMPARE(rig.protocol.program_unit(), result);
+        QCOMPARE(rig.writesOf("\x11", Odd), blocks);
+        QCOMPARE(unit.imagesReceived(), blocks ? 1 : 0);
+        QCOMPARE(rig.protocol.UnitText(rig.protocol.LastFound()),
+                 reply == 22 ? u"Serial Tavo 1.0"_s : rig.types.at(0).Name + u"1.0"_s);
+        if (result == VellProtocol::ProgramResult::NotSerialTavo) {
+            // Only the search went out: no restart, no message.
+            QCOMPARE(rig.writesOf("3", Odd), 0);
+            QCOMPARE(rig.messages(), QStringList());
+        }
     }
 
     void downloadSendsCheckedBlocks()
@@ -283,7 +329,7 @@ private slots:
         rig.waiter.At(300, [&] { rig.waiter.RequestAbort(); });
         if (programming) {
             rig.protocol.ChooseSlot(0);
-            QCOMPARE(rig.protocol.ProgramChosenSlot(), -2);
+            QCOMPARE(rig.protocol.ProgramChosenSlot(), VellProtocol::ProgramResult::NotResponding);
         } else {
             rig.protocol.search_for_vell();
         }

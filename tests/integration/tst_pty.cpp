@@ -67,7 +67,7 @@ private slots:
 
         QElapsedTimer clock;
         clock.start();
-        QCOMPARE(host.protocol.program_unit(), 0);
+        QCOMPARE(host.protocol.program_unit(), VellProtocol::ProgramResult::Finished);
         qInfo("programming run (search, 32 blocks, restart): %lld ms (%lld ms of it in waits, %lld ms asked "
               "for)",
               clock.elapsed(), host.waiter.waitedMs(), host.waiter.requestedMs());

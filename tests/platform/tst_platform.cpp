@@ -1,14 +1,26 @@
 #include "platform/EventLoopWaiter.h"
 #include "platform/LineSettings.h"
 #include "platform/PortSlots.h"
+#include "platform/QtSerialLink.h"
 #include "platform/SettingsKeyValueStore.h"
+#include "support/ChildProcess.h"
 
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
+#include <QSerialPort>
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
+
+#ifdef Q_OS_UNIX
+#include <fcntl.h>
+#include <grp.h>
+#include <stdlib.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
 
 using namespace Qt::StringLiterals;
 
@@ -215,6 +227,54 @@ private slots:
         QVERIFY(!waiter.Wait(60000, [] { return true; }));
         waiter.ClearAbort();
         QVERIFY(waiter.Wait(60000, [] { return true; }));
+    }
+
+    // A port another program holds, and one the user may not open: each
+    // says so, and what to do about it.
+    void portThatCannotBeOpenedSaysWhy()
+    {
+#ifdef Q_OS_UNIX
+        const int master = posix_openpt(O_RDWR | O_NOCTTY);
+        if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0)
+            QSKIP("no pseudo-terminal here");
+        const QString slave = QString::fromLocal8Bit(ptsname(master));
+        // As a serial adapter's device is: the group dialout may read and
+        // write it, nobody else (needs root; otherwise the terminal keeps
+        // its own group).
+        if (const struct group *dialout = getgrnam("dialout")) [[maybe_unused]]
+            const int changed = ::chown(slave.toLocal8Bit().constData(), uid_t(-1), dialout->gr_gid);
+        ::chmod(slave.toLocal8Bit().constData(), 0660);
+        const struct group *g = getgrgid(QFileInfo(slave).groupId());
+        const QString group = g ? QString::fromLocal8Bit(g->gr_name) : QString();
+
+        QSerialPort other(slave);
+        QVERIFY(other.open(QIODevice::ReadWrite));
+        QtSerialLink link(PortSlots(QStringList{slave}));
+        link.SetPortOpen(true);
+        QVERIFY(!link.PortOpen());
+        QCOMPARE(link.lastError(), slave + u" is in use by another program"_s);
+        other.close();
+
+        testsupport::ChildConditions asNobody;
+        asNobody.asNobody = true;
+        const testsupport::ChildResult child = testsupport::runInChild(asNobody, [&] {
+            QtSerialLink mine(PortSlots(QStringList{slave}));
+            mine.SetPortOpen(true);
+            return mine.lastError().toUtf8();
+        });
+        ::close(master);
+        if (child.unavailable)
+            QSKIP("cannot run as another user here");
+        QVERIFY(child.returned);
+        if (group.isEmpty() || group == u"root"_s)
+            QSKIP("the terminal's group gives no access to add");
+        QCOMPARE(
+            QString::fromUtf8(*child.returned),
+            u"you may not open %1: add your user to the group %2 (sudo usermod -aG %2 $USER), then log in again"_s
+                .arg(slave, group));
+#else
+        QSKIP("pseudo-terminals are a Unix thing");
+#endif
     }
 
 private:

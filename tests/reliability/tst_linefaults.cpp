@@ -187,7 +187,7 @@ private slots:
         rig.link.SetCommPort(1);
         rig.link.SetPortOpen(true);
 
-        QCOMPARE(rig.protocol.program_unit(), code);
+        QCOMPARE(int(rig.protocol.program_unit()), code);
         QVERIFY(rig.link.flooding());
         QCOMPARE(rig.messages(), messages);
         QCOMPARE(rig.writesOf("\x11", VellProtocol::CommandSetting()), blocksSent);

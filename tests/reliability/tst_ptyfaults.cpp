@@ -169,7 +169,7 @@ private slots:
         stack.link.SetCommPort(1);
         stack.link.SetPortOpen(true);
         QVERIFY(stack.link.PortOpen());
-        QCOMPARE(stack.protocol->program_unit(), 0);
+        QCOMPARE(stack.protocol->program_unit(), VellProtocol::ProgramResult::Finished);
 
         QVERIFY(stack.watched->unitGone);
         // The block after the last acknowledged one fails, with the download's
@@ -197,7 +197,7 @@ private slots:
         QVERIFY(slot.optionEnabled);
         stack.protocol->ChooseSlot(0);
         stack.protocol->SetConfigImage(imageFor(2));
-        QCOMPARE(stack.protocol->ProgramChosenSlot(), 0);
+        QCOMPARE(stack.protocol->ProgramChosenSlot(), VellProtocol::ProgramResult::Finished);
         QCOMPARE(stack.prompter.shown, QStringList{QStringLiteral("All sent ok | Program another tavo")});
         QCOMPARE(bytesOf(again.unit().image()), bytesOf(imageFor(2)));
         QVERIFY(!stack.link.PortOpen());
@@ -227,7 +227,7 @@ private slots:
         protocol.SetConfigImage(imageFor(1));
         protocol.search_for_vell();
         protocol.ChooseSlot(0);
-        QCOMPARE(protocol.ProgramChosenSlot(), 0);
+        QCOMPARE(protocol.ProgramChosenSlot(), VellProtocol::ProgramResult::Finished);
         QCOMPARE(bytesOf(unit.unit().image()), bytesOf(imageFor(1)));
         const int descriptors = openDescriptors();
         const qint64 resident = residentKb();
