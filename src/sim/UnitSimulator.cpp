@@ -246,18 +246,25 @@ void UnitSimulator::faultReply(AckFault fault, const LineSettings &settings,
 
 void UnitSimulator::restart(const LineSettings &settings, std::vector<Reply> &replies)
 {
-    if (m_config.restartFault != AckFault::None && faulty(m_restartAttempts)) {
+    const bool fault = m_config.restartFault != AckFault::None && faulty(m_restartAttempts);
+    // A unit that answers F0, even cut short, has restarted; one that stays
+    // silent or answers something else has not.
+    if (fault && m_config.restartFault != AckFault::SingleByte) {
         faultReply(m_config.restartFault, settings, replies);
         return;
     }
-    m_restartAttempts = 0;
+    if (!fault)
+        m_restartAttempts = 0;
     ++m_restarts;
     m_probeIndex = 0;
     m_pendingTestByte.reset();
     m_pulseEnds.fill(std::nullopt);
     m_codeHistory.clear();
     m_outputs = 0;
-    ack(Ack, settings, replies);
+    if (fault)
+        faultReply(m_config.restartFault, settings, replies);
+    else
+        ack(Ack, settings, replies);
 }
 
 void UnitSimulator::block(const LineSettings &settings, std::vector<Reply> &replies)
@@ -268,8 +275,10 @@ void UnitSimulator::block(const LineSettings &settings, std::vector<Reply> &repl
         m_lastBlock = k;
         m_blockAttempts = 0;
     }
-    if (m_config.blockFault != AckFault::None && (m_config.faultyBlock < 0 || m_config.faultyBlock == k)
-        && faulty(m_blockAttempts)) {
+    const bool fault = m_config.blockFault != AckFault::None
+                       && (m_config.faultyBlock < 0 || m_config.faultyBlock == k) && faulty(m_blockAttempts);
+    // Silent or refusing, the unit keeps nothing of the block.
+    if (fault && m_config.blockFault != AckFault::SingleByte) {
         faultReply(m_config.blockFault, settings, replies);
         return;
     }
@@ -282,24 +291,42 @@ void UnitSimulator::block(const LineSettings &settings, std::vector<Reply> &repl
         return;
     }
 
-    m_lastBlock = -1;
+    // Whatever the unit acknowledges with F0 it has stored, also when the
+    // acknowledgement is cut short: a host that takes it (two short answers
+    // in its buffer read as one) must never believe in an image the unit
+    // does not hold.
+    store(k);
+    if (fault) {
+        faultReply(m_config.blockFault, settings, replies);
+    } else {
+        m_lastBlock = -1;
+        ack(Ack, settings, replies);
+    }
+    if (k == m_config.vanishAfterBlock) {
+        if (!replies.empty())
+            replies.back().thenVanish = true;
+        m_vanished = true;
+    }
+    if (m_blocksReceived == 0xFFFFFFFFu)
+        imageComplete();
+}
+
+void UnitSimulator::store(int k)
+{
     for (int i = 0; i < 8; ++i)
         m_download[static_cast<std::size_t>(8 * k + i)] = static_cast<std::uint8_t>(m_commandData.at(2 + i));
     m_blocksReceived |= 1u << k;
-    ack(Ack, settings, replies);
-    if (k == m_config.vanishAfterBlock) {
-        replies.back().thenVanish = true;
-        m_vanished = true;
-    }
-    if (m_blocksReceived == 0xFFFFFFFFu) {
-        m_blocksReceived = 0;
-        ++m_imagesReceived;
-        m_image = m_download;
-        m_codeHistory.clear();
-        m_pulseEnds.fill(std::nullopt);
-        if (ImageReceived)
-            ImageReceived(m_image);
-    }
+}
+
+void UnitSimulator::imageComplete()
+{
+    m_blocksReceived = 0;
+    ++m_imagesReceived;
+    m_image = m_download;
+    m_codeHistory.clear();
+    m_pulseEnds.fill(std::nullopt);
+    if (ImageReceived)
+        ImageReceived(m_image);
 }
 
 void UnitSimulator::testByte(std::uint8_t byte, qint64 nowMs)

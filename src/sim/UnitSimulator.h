@@ -16,7 +16,8 @@ enum class UnitAckFault {
     None,
     Silent,     // no answer at all
     WrongByte,  // wrongAck 00 instead of F0 00
-    SingleByte, // F0 alone, which the host counts as no answer
+    SingleByte, // F0 alone, which the host counts as no answer (the unit
+                // has done what it acknowledges all the same)
 };
 
 // What the simulated unit is and how it misbehaves.
@@ -171,6 +172,8 @@ private:
     void codeByte(std::uint8_t byte, qint64 nowMs);
     void restart(const LineSettings &settings, std::vector<Reply> &replies);
     void block(const LineSettings &settings, std::vector<Reply> &replies);
+    void store(int block);
+    void imageComplete();
     bool faulty(int &attempts) const;
     void faultReply(AckFault fault, const LineSettings &settings, std::vector<Reply> &replies) const;
     void ack(std::uint8_t first, const LineSettings &settings, std::vector<Reply> &replies) const;
