@@ -26,7 +26,7 @@ SerialEditorData startingMessage(int count, bool canIgnore)
     for (int i = 0; i < SerialEditorData::SlotCount; ++i) {
         m.SetByteValue(i, static_cast<std::int16_t>((i * 37 + 11) % 256));
         // Every type but Ignore, which the message may not be allowed to hold.
-        m.SetByteType(i, static_cast<std::int16_t>(i % Type::Ignore));
+        m.SetByteType(i, Type(i % SerialEditorData::codeOf(Type::Ignore)));
     }
     m.SetNumberOfBytesInMessage(static_cast<std::int16_t>(count));
     m.SetCanDoIgnore(canIgnore);

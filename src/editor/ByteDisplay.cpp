@@ -8,8 +8,6 @@
 namespace ByteDisplay {
 namespace {
 
-using Type = SerialEditorData::Type;
-
 // Windows-1252 characters for the bytes 0x80..0x9F; the five holes of that
 // code page keep their Latin-1 code.
 constexpr std::array<char16_t, 32> HighControls = {
@@ -103,17 +101,17 @@ int shownByteCount(const SerialEditorData &message)
     return std::clamp<int>(message.NumberOfBytesInMessage(), 0, SerialEditorData::SlotCount);
 }
 
-int displayTypeOf(const SerialEditorData &message, int index, int forcedMode)
+Type displayTypeOf(const SerialEditorData &message, int index, ForcedType forced)
 {
-    const int own = message.ByteType(index);
-    if (forcedMode == -1)
+    const Type own = message.ByteType(index);
+    if (!forced)
         return own;
     if (own == Type::Ignore && message.CanDoIgnore())
         return Type::Ignore;
-    return forcedMode;
+    return *forced;
 }
 
-QString valueText(int value, int displayType, bool leadingZeros)
+QString valueText(int value, Type displayType, bool leadingZeros)
 {
     switch (displayType) {
     case Type::Ascii: return QString(characterFor(value));
@@ -140,7 +138,7 @@ QString valueText(int value, int displayType, bool leadingZeros)
     }
 }
 
-QString suffixOf(int displayType)
+QString suffixOf(Type displayType)
 {
     switch (displayType) {
     case Type::Decimal: return QStringLiteral("d");
@@ -150,7 +148,7 @@ QString suffixOf(int displayType)
     }
 }
 
-Rgb colourOf(int displayType)
+Rgb colourOf(Type displayType)
 {
     switch (displayType) {
     case Type::Decimal: return {0, 0, 255};
@@ -162,27 +160,28 @@ Rgb colourOf(int displayType)
     }
 }
 
-QString cellText(const SerialEditorData &message, int index, int forcedMode, bool leadingZeros)
+QString cellText(const SerialEditorData &message, int index, ForcedType forced, bool leadingZeros)
 {
-    const int type = displayTypeOf(message, index, forcedMode);
+    const Type type = displayTypeOf(message, index, forced);
     QString cell;
-    if (index > 0 && (type != Type::Ascii || displayTypeOf(message, index - 1, forcedMode) != Type::Ascii))
+    if (index > 0 && (type != Type::Ascii || displayTypeOf(message, index - 1, forced) != Type::Ascii))
         cell = QStringLiteral(",");
     cell += valueText(message.ByteValue(index), type, leadingZeros);
     cell += suffixOf(type);
     return cell;
 }
 
-QString messageText(const SerialEditorData &message, int forcedMode, bool leadingZeros)
+QString messageText(const SerialEditorData &message, ForcedType forced, bool leadingZeros)
 {
     QString text;
     for (int i = 0; i < shownByteCount(message); ++i)
-        text += cellText(message, i, forcedMode, leadingZeros);
+        text += cellText(message, i, forced, leadingZeros);
     return text;
 }
 
-QString modeLabel(int mode)
+QString modeLabel(Type type)
 {
+    const int mode = SerialEditorData::codeOf(type);
     static const std::array<QString, 5> labels = {QStringLiteral("ASC"), QStringLiteral("DEC"),
                                                   QStringLiteral("HEX"), QStringLiteral("BIN"),
                                                   QStringLiteral("CNT")};
@@ -217,7 +216,7 @@ std::optional<int> byteFor(char16_t character)
     return std::nullopt;
 }
 
-QString typedDigits(int value, int type)
+QString typedDigits(int value, Type type)
 {
     switch (type) {
     case Type::Decimal: return QString::number(value);
@@ -227,7 +226,7 @@ QString typedDigits(int value, int type)
     }
 }
 
-std::optional<int> digitsValue(const QString &digits, int type)
+std::optional<int> digitsValue(const QString &digits, Type type)
 {
     if (digits.isEmpty() || digits.size() > MaxTypedDigits)
         return std::nullopt;

@@ -32,29 +32,33 @@ QString controlCharName(int value);
 // spelling as the menu has always shown them; empty outside 0..31.
 QString controlCharCaption(int value);
 
-// The type that decides a byte's text and colour: its own type when
-// forcedMode is -1, otherwise forcedMode, except that an Ignore byte stays
-// an Ignore byte while the message allows them.
-int displayTypeOf(const SerialEditorData &message, int index, int forcedMode);
+using Type = SerialEditorData::Type;
+// A display forced on every byte, or nothing when each byte shows in its own type.
+using ForcedType = std::optional<Type>;
+
+// The type that decides a byte's text and colour: its own type unless a
+// type is forced, except that an Ignore byte stays an Ignore byte while the
+// message allows them.
+Type displayTypeOf(const SerialEditorData &message, int index, ForcedType forced);
 
 // The value written in a display type, without separator and suffix.
-QString valueText(int value, int displayType, bool leadingZeros);
+QString valueText(int value, Type displayType, bool leadingZeros);
 // "d", "h", "b" for the number types, empty otherwise.
-QString suffixOf(int displayType);
-Rgb colourOf(int displayType);
+QString suffixOf(Type displayType);
+Rgb colourOf(Type displayType);
 
 // Separator, text and suffix of byte `index` as one string: a "," goes
 // before a byte when it or its left neighbour is not shown as ASCII, so a
 // run of ASCII bytes reads like a string and numbers stand apart.
-QString cellText(const SerialEditorData &message, int index, int forcedMode, bool leadingZeros);
+QString cellText(const SerialEditorData &message, int index, ForcedType forced, bool leadingZeros);
 // All cells of the message, one after the other.
-QString messageText(const SerialEditorData &message, int forcedMode = -1, bool leadingZeros = false);
+QString messageText(const SerialEditorData &message, ForcedType forced = {}, bool leadingZeros = false);
 // How many byte slots are drawn: the count, kept within the 15 slots.
 int shownByteCount(const SerialEditorData &message);
 
 // "ASC", "DEC", "HEX", "BIN" or "CNT" for modes 0..4; empty for any other
 // mode (the label then keeps what it showed).
-QString modeLabel(int mode);
+QString modeLabel(Type mode);
 // Cursor position plus one, "/", byte count: "3/5".
 QString positionLabel(const SerialEditorData &message);
 
@@ -68,7 +72,7 @@ std::optional<int> byteFor(char16_t character);
 // Digits of a value typed as Decimal (1), Hexadecimal (2) or Binary (3),
 // without leading zeros; and the reverse. digitsValue() gives nothing for a
 // digit that does not belong to the type, or for more than nine digits.
-QString typedDigits(int value, int type);
-std::optional<int> digitsValue(const QString &digits, int type);
+QString typedDigits(int value, Type type);
+std::optional<int> digitsValue(const QString &digits, Type type);
 
 } // namespace ByteDisplay

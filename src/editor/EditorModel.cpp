@@ -18,7 +18,7 @@ std::int16_t int16(int value)
     return static_cast<std::int16_t>(value);
 }
 
-bool isNumberType(int type)
+bool isNumberType(Type type)
 {
     return type == Type::Decimal || type == Type::Hexadecimal || type == Type::Binary;
 }
@@ -68,7 +68,7 @@ void EditorModel::UseThisMessage(const SerialEditorData &message, bool allowEdit
     m_selectAnchor = 0;
     m_entryState = 0;
     m_message.SetCurrentMode(Type::Ascii);
-    m_forcedDisplayMode = -1;
+    m_forcedDisplayMode.reset();
     m_selectFlag = true;
     redraw();
     resetHistory();
@@ -76,9 +76,9 @@ void EditorModel::UseThisMessage(const SerialEditorData &message, bool allowEdit
 
 void EditorModel::DisplayAsThisMode(int mode)
 {
-    if (mode < -1 || mode > Type::Control)
+    if (mode < -1 || mode > SerialEditorData::codeOf(Type::Control))
         return;
-    m_forcedDisplayMode = int16(mode);
+    m_forcedDisplayMode = mode == -1 ? ByteDisplay::ForcedType() : Type(mode);
     redraw();
 }
 
@@ -192,7 +192,7 @@ std::optional<EditorModel::Range> EditorModel::selectionRange() const
     return r;
 }
 
-bool EditorModel::applyType(int type)
+bool EditorModel::applyType(Type type)
 {
     if (m_entryState != 0 || !hasSelection())
         return false;
@@ -201,14 +201,15 @@ bool EditorModel::applyType(int type)
     // written into the packed text's extra pair, so files keep it.
     for (int i = 0; i < SerialEditorData::SlotCount; ++i) {
         if (isSelected(i))
-            m_message.SetByteType(i, int16(type));
+            m_message.SetByteType(i, type);
     }
     return true;
 }
 
-void EditorModel::SetSelectedType(int type)
+void EditorModel::SetSelectedType(Type type)
 {
-    if (type < Type::Ascii || type > Type::Control)
+    const int code = SerialEditorData::codeOf(type);
+    if (code < SerialEditorData::codeOf(Type::Ascii) || code > SerialEditorData::codeOf(Type::Control))
         return;
     beginEdit();
     if (!applyType(type))
@@ -273,13 +274,13 @@ bool EditorModel::makeRoom()
     return true;
 }
 
-bool EditorModel::insertAtCursor(int value, int type)
+bool EditorModel::insertAtCursor(int value, Type type)
 {
     if (!makeRoom())
         return false;
     const int c = cursor();
     m_message.SetByteValue(c, int16(value));
-    m_message.SetByteType(c, int16(type));
+    m_message.SetByteType(c, type);
     setCursor(c + 1);
     m_selectAnchor = int16(cursor());
     return true;
@@ -313,7 +314,7 @@ void EditorModel::moveLeft(bool extend, bool byRun)
     if (byRun) {
         // Ctrl jumps to the start of the run of bytes shown in one type, the
         // way Ctrl+Left jumps over a word.
-        const int type = displayType(to);
+        const Type type = displayType(to);
         while (to > 0 && displayType(to - 1) == type)
             --to;
     }
@@ -335,7 +336,7 @@ void EditorModel::moveRight(bool extend, bool byRun)
     }
     int to = c + 1;
     if (byRun && c < shownByteCount()) {
-        const int type = displayType(c);
+        const Type type = displayType(c);
         while (to < shownByteCount() && displayType(to) == type)
             ++to;
     }
@@ -365,11 +366,11 @@ bool EditorModel::stepValue(int delta)
     return true;
 }
 
-void EditorModel::chooseEntryType(int type, bool setsEntryMode)
+void EditorModel::chooseEntryType(Type type, bool setsEntryMode)
 {
     applyType(type);
     if (setsEntryMode) {
-        m_message.SetCurrentMode(int16(type));
+        m_message.SetCurrentMode(type);
         emit flashRequested();
     }
 }
@@ -446,11 +447,11 @@ bool EditorModel::keyDown(int key, Qt::KeyboardModifiers modifiers)
         case Qt::Key_D:
         case Qt::Key_H:
         case Qt::Key_B:
-            if (ctrl && m_forcedDisplayMode == -1) {
-                const int type = key == Qt::Key_A   ? Type::Ascii
-                                 : key == Qt::Key_D ? Type::Decimal
-                                 : key == Qt::Key_H ? Type::Hexadecimal
-                                                    : Type::Binary;
+            if (ctrl && !m_forcedDisplayMode) {
+                const Type type = key == Qt::Key_A   ? Type::Ascii
+                                  : key == Qt::Key_D ? Type::Decimal
+                                  : key == Qt::Key_H ? Type::Hexadecimal
+                                                     : Type::Binary;
                 chooseEntryType(type, true);
                 // Only ASCII reports a change; the others have always been
                 // silent, and the panels around us rely on neither.
@@ -461,7 +462,7 @@ bool EditorModel::keyDown(int key, Qt::KeyboardModifiers modifiers)
         case Qt::Key_O:
             // Control is a type for existing bytes only: nothing is typed as
             // a control character, so the entry mode stays.
-            if (ctrl && m_forcedDisplayMode == -1) {
+            if (ctrl && !m_forcedDisplayMode) {
                 chooseEntryType(Type::Control, false);
                 redrawn = true;
             }
@@ -549,7 +550,7 @@ void EditorModel::typeDigit(char16_t character)
         m_entryState = 0;
         return;
     }
-    const int type = m_message.ByteType(c);
+    const Type type = m_message.ByteType(c);
     const QString digits = ByteDisplay::typedDigits(m_message.ByteValue(c), type);
     const auto value = ByteDisplay::digitsValue(digits.left(m_entryState - 1) + QChar(character), type);
     // A digit that would take the value past a byte is refused; the value
@@ -562,7 +563,7 @@ void EditorModel::typeDigit(char16_t character)
 
 void EditorModel::startTypedByte(char16_t character)
 {
-    const int mode = m_message.CurrentMode();
+    const Type mode = m_message.CurrentMode();
     if (mode == Type::Ascii) {
         if (character == u'\t' || character == u'\r')
             return;
@@ -581,7 +582,7 @@ void EditorModel::startTypedByte(char16_t character)
     // The cursor stays on the new byte while its value is being typed.
     const int c = cursor();
     m_message.SetByteValue(c, int16(*value));
-    m_message.SetByteType(c, int16(mode));
+    m_message.SetByteType(c, mode);
     m_selectAnchor = int16(c);
     m_entryState = int16(ByteDisplay::typedDigits(*value, mode).size() + 1);
 }
@@ -593,7 +594,7 @@ void EditorModel::deleteTypedDigit()
         m_entryState = 0;
         return;
     }
-    const int type = m_message.ByteType(c);
+    const Type type = m_message.ByteType(c);
     QString digits = ByteDisplay::typedDigits(m_message.ByteValue(c), type).left(m_entryState - 1);
     digits.chop(1);
     if (digits.isEmpty()) {
@@ -627,7 +628,9 @@ QString EditorModel::CopyText(bool wholeMessage) const
         return {};
     QString text = ClipboardMarker + QString::number(range->size()) + QLatin1Char(',');
     for (int i = range->first; i <= range->last; ++i)
-        text += QStringLiteral("%1,%2,").arg(m_message.ByteValue(i)).arg(m_message.ByteType(i));
+        text += QStringLiteral("%1,%2,")
+                    .arg(m_message.ByteValue(i))
+                    .arg(SerialEditorData::codeOf(m_message.ByteType(i)));
     return text;
 }
 
@@ -664,7 +667,7 @@ bool EditorModel::Paste(const QString &text)
                 return false;
             // More than 15 bytes throws here; nobody writes such a text.
             pasted.SetByteValue(k, *value);
-            pasted.SetByteType(k, *type);
+            pasted.SetByteType(k, Type{*type});
         }
     } catch (const std::exception &) {
         return false;
@@ -724,7 +727,7 @@ void EditorModel::DeleteSelection()
 
 // --- what the drawing shows -------------------------------------------------
 
-int EditorModel::displayType(int index) const
+SerialEditorData::Type EditorModel::displayType(int index) const
 {
     return ByteDisplay::displayTypeOf(m_message, index, m_forcedDisplayMode);
 }
@@ -741,7 +744,7 @@ ByteDisplay::Rgb EditorModel::cellColour(int index) const
 
 QString EditorModel::modeLabel() const
 {
-    return ByteDisplay::modeLabel(m_forcedDisplayMode >= 0 ? m_forcedDisplayMode : m_message.CurrentMode());
+    return ByteDisplay::modeLabel(m_forcedDisplayMode.value_or(m_message.CurrentMode()));
 }
 
 QString EditorModel::positionLabel() const

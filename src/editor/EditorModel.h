@@ -39,7 +39,8 @@ public:
     bool AllowEdit() const { return m_allowEdit; }
     std::int16_t SelectAnchor() const { return m_selectAnchor; }
     std::int16_t EntryState() const { return m_entryState; }
-    std::int16_t ForcedDisplayMode() const { return m_forcedDisplayMode; }
+    // The type every byte is shown in, or nothing when each shows its own.
+    ByteDisplay::ForcedType ForcedDisplayMode() const { return m_forcedDisplayMode; }
     bool SelectFlag() const { return m_selectFlag; }
     bool KeyHandled() const { return m_keyHandled; }
     bool LeadingZeros() const { return m_leadingZeros; }
@@ -76,8 +77,8 @@ public:
     // the position after the last byte. Nothing while a value is typed or
     // when there is no selection.
     std::optional<Range> selectionRange() const;
-    // Gives the selected bytes a type (0..4) and raises Changed.
-    void SetSelectedType(int type);
+    // Gives the selected bytes a type (ASCII to Control) and raises Changed.
+    void SetSelectedType(SerialEditorData::Type type);
 
     // --- mouse ---------------------------------------------------------------
     // Puts the cursor before byte `position` (a click); with `extend` the
@@ -109,7 +110,7 @@ public:
 
     // --- what the drawing shows -------------------------------------------
     int shownByteCount() const { return ByteDisplay::shownByteCount(m_message); }
-    int displayType(int index) const;
+    SerialEditorData::Type displayType(int index) const;
     QString cellText(int index) const;
     ByteDisplay::Rgb cellColour(int index) const;
     // The label of the entry mode (empty for a mode without one).
@@ -136,8 +137,8 @@ private:
     void restoreFrom(const SerialEditorData &entry);
     void redraw() { emit redrawNeeded(); }
 
-    bool applyType(int type);
-    void chooseEntryType(int type, bool setsEntryMode);
+    bool applyType(SerialEditorData::Type type);
+    void chooseEntryType(SerialEditorData::Type type, bool setsEntryMode);
     bool stepValue(int delta);
     void moveLeft(bool extend, bool byRun);
     void moveRight(bool extend, bool byRun);
@@ -146,7 +147,7 @@ private:
     bool removeRange(const std::optional<Range> &range);
     void removeBytes(int first, int last);
     bool makeRoom();
-    bool insertAtCursor(int value, int type);
+    bool insertAtCursor(int value, SerialEditorData::Type type);
 
     void typeDigit(char16_t character);
     void startTypedByte(char16_t character);
@@ -158,7 +159,7 @@ private:
     bool m_allowEdit = false;
     std::int16_t m_selectAnchor = 0;
     std::int16_t m_entryState = 0;
-    std::int16_t m_forcedDisplayMode = -1;
+    ByteDisplay::ForcedType m_forcedDisplayMode;
     bool m_selectFlag = true;
     bool m_keyHandled = false;
     bool m_leadingZeros = false;

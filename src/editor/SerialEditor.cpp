@@ -140,7 +140,7 @@ SerialEditor::SerialEditor(QWidget *parent)
 
     m_byteMode->setObjectName(QStringLiteral("ByteMode"));
     m_byteMode->setToolTip(QStringLiteral("Current byte mode"));
-    m_byteMode->setText(ByteDisplay::modeLabel(0));
+    m_byteMode->setText(ByteDisplay::modeLabel(SerialEditorData::Type::Ascii));
     m_byteCounts->setObjectName(QStringLiteral("ByteCounts"));
     m_byteCounts->setToolTip(QStringLiteral("current byte OF total number of bytes"));
     for (QLabel *label : {m_byteMode, m_byteCounts})
@@ -242,7 +242,8 @@ void SerialEditor::buildMenu()
                                                  QStringLiteral("Control")};
     for (int i = 0; i < 5; ++i) {
         m_charType[i] = addItem(modeMenu, QStringLiteral("CharType%1").arg(i), typeCaptions[i]);
-        connect(m_charType[i], &QAction::triggered, this, [this, i] { m_model->SetSelectedType(i); });
+        connect(m_charType[i], &QAction::triggered, this,
+                [this, i] { m_model->SetSelectedType(SerialEditorData::Type(i)); });
     }
     addSeparator(QStringLiteral("MenuSpace1"));
 
@@ -326,9 +327,11 @@ void SerialEditor::updateMenuState()
     m_paste->setEnabled(edit);
     m_delete->setEnabled(edit && somethingSelected);
 
-    const int forced = m.ForcedDisplayMode();
+    // Item 0 is "Individual", then one item per type.
+    const auto forced = m.ForcedDisplayMode();
+    const int checked = forced ? SerialEditorData::codeOf(*forced) + 1 : 0;
     for (int k = 0; k < 6; ++k)
-        m_displayForce[k]->setChecked(k == forced + 1);
+        m_displayForce[k]->setChecked(k == checked);
     m_zeros->setChecked(m.LeadingZeros());
 }
 
@@ -408,8 +411,8 @@ void SerialEditor::relayout()
     const QString mode = m_model->modeLabel();
     if (!mode.isEmpty() && mode != m_byteMode->text())
         m_byteMode->setText(mode);
-    const int entryMode =
-        m_model->ForcedDisplayMode() >= 0 ? m_model->ForcedDisplayMode() : m_model->Message().CurrentMode();
+    const SerialEditorData::Type entryMode =
+        m_model->ForcedDisplayMode().value_or(m_model->Message().CurrentMode());
     QPalette modePalette = m_byteMode->palette();
     modePalette.setColor(QPalette::WindowText, toColor(ByteDisplay::colourOf(entryMode)));
     m_byteMode->setPalette(modePalette);
@@ -503,9 +506,10 @@ void SerialEditor::paintSurface(QPaintEvent *)
     }
 
     if (m_caretOn && m_display->hasFocus()) {
-        const int entryMode = m_model->Message().CurrentMode();
-        const QColor caret =
-            entryMode >= 0 && entryMode <= 3 ? toColor(ByteDisplay::colourOf(entryMode)) : Qt::black;
+        const int entryMode = SerialEditorData::codeOf(m_model->Message().CurrentMode());
+        const QColor caret = entryMode >= 0 && entryMode <= 3
+                                 ? toColor(ByteDisplay::colourOf(m_model->Message().CurrentMode()))
+                                 : Qt::black;
         p.fillRect(caretPosition(cursorByte) - offset, top, CaretWidth, lineHeight, caret);
     }
 }

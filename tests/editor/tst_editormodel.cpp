@@ -53,7 +53,7 @@ void run(EditorModel &model, const QString &script)
         else if (name == QLatin1String("delete"))
             model.DeleteSelection();
         else if (name == QLatin1String("type"))
-            model.SetSelectedType(n);
+            model.SetSelectedType(SerialEditorData::Type(n));
         else if (name == QLatin1String("paste"))
             model.Paste(m.captured(2).isEmpty() ? m.captured(3) : pasteText(n));
         else
@@ -194,7 +194,9 @@ private slots:
         QFETCH(int, forced);
         QFETCH(bool, zeros);
         QFETCH(QString, expected);
-        QCOMPARE(ByteDisplay::messageText(msg(bytes, canDoIgnore), forced, zeros), expected);
+        const ByteDisplay::ForcedType forcedType =
+            forced < 0 ? ByteDisplay::ForcedType() : SerialEditorData::Type(forced);
+        QCOMPARE(ByteDisplay::messageText(msg(bytes, canDoIgnore), forcedType, zeros), expected);
     }
 
     void edits_data()
@@ -318,12 +320,13 @@ private slots:
         l.model.DisplayAsThisMode(3);
         SerialEditorData other = msg(QStringLiteral("9d"));
         other.SetCurrentByte(1);
-        other.SetCurrentMode(2);
+        other.SetCurrentMode(SerialEditorData::Type::Hexadecimal);
         l.model.UseThisMessage(other, true);
         const EditorModel &m = l.model;
-        QCOMPARE(QList<int>({m.Message().CurrentByte(), m.Message().CurrentMode(), m.SelectAnchor(),
-                             m.ForcedDisplayMode(), m.HistoryTop(), m.EntryState(), m.SelectFlag()}),
-                 QList<int>({0, 0, 0, -1, 0, 0, 1}));
+        QCOMPARE(QList<int>({m.Message().CurrentByte(), SerialEditorData::codeOf(m.Message().CurrentMode()),
+                             m.SelectAnchor(), m.ForcedDisplayMode().has_value(), m.HistoryTop(),
+                             m.EntryState(), m.SelectFlag()}),
+                 QList<int>({0, 0, 0, 0, 0, 0, 1}));
     }
 
     void noInputBreaksTheModel()
