@@ -20,7 +20,7 @@ std::int16_t int16(int value)
 
 bool isNumberType(Type type)
 {
-    return type == Type::Decimal || type == Type::Hexadecimal || type == Type::Binary;
+    return ByteDisplay::notationOf(type).isNumber();
 }
 
 // Comma-terminated fields after the clipboard marker. A field without its
@@ -550,31 +550,28 @@ void EditorModel::typeDigit(char16_t character)
         m_entryState = 0;
         return;
     }
-    const Type type = m_message.ByteType(c);
-    const QString digits = ByteDisplay::typedDigits(m_message.ByteValue(c), type);
-    const auto value = ByteDisplay::digitsValue(digits.left(m_entryState - 1) + QChar(character), type);
+    const ByteDisplay::Notation &notation = ByteDisplay::notationOf(m_message.ByteType(c));
+    const QString digits = notation.text(m_message.ByteValue(c));
+    const auto value = notation.value(digits.left(m_entryState - 1) + QChar(character));
     // A digit that would take the value past a byte is refused; the value
     // stays as it was and the user can still type Backspace or move on.
     if (!value || *value >= ByteValueLimit)
         return;
     m_message.SetByteValue(c, int16(*value));
-    m_entryState = int16(ByteDisplay::typedDigits(*value, type).size() + 1);
+    m_entryState = int16(notation.text(*value).size() + 1);
 }
 
 void EditorModel::startTypedByte(char16_t character)
 {
     const Type mode = m_message.CurrentMode();
+    const ByteDisplay::Notation &notation = ByteDisplay::notationOf(mode);
+    const auto value = notation.value(QStringView(&character, 1));
     if (mode == Type::Ascii) {
-        if (character == u'\t' || character == u'\r')
-            return;
-        if (const auto code = ByteDisplay::byteFor(character))
-            insertAtCursor(*code, Type::Ascii);
+        if (character != u'\t' && character != u'\r' && value)
+            insertAtCursor(*value, Type::Ascii);
         return;
     }
-    if (!isNumberType(mode))
-        return;
-    const auto value = ByteDisplay::digitsValue(QString(QChar(character)), mode);
-    if (!value)
+    if (!notation.isNumber() || !value)
         return;
     removeRange(selectionRange());
     if (!makeRoom())
@@ -584,7 +581,7 @@ void EditorModel::startTypedByte(char16_t character)
     m_message.SetByteValue(c, int16(*value));
     m_message.SetByteType(c, mode);
     m_selectAnchor = int16(c);
-    m_entryState = int16(ByteDisplay::typedDigits(*value, mode).size() + 1);
+    m_entryState = int16(notation.text(*value).size() + 1);
 }
 
 void EditorModel::deleteTypedDigit()
@@ -594,15 +591,15 @@ void EditorModel::deleteTypedDigit()
         m_entryState = 0;
         return;
     }
-    const Type type = m_message.ByteType(c);
-    QString digits = ByteDisplay::typedDigits(m_message.ByteValue(c), type).left(m_entryState - 1);
+    const ByteDisplay::Notation &notation = ByteDisplay::notationOf(m_message.ByteType(c));
+    QString digits = notation.text(m_message.ByteValue(c)).left(m_entryState - 1);
     digits.chop(1);
     if (digits.isEmpty()) {
         // Taking back the only digit takes back the byte it started.
         abandonTypedValue();
         return;
     }
-    const int value = ByteDisplay::digitsValue(digits, type).value_or(0);
+    const int value = notation.value(digits).value_or(0);
     m_message.SetByteValue(c, int16(value));
     m_entryState = int16(digits.size() + 1);
 }
@@ -739,12 +736,12 @@ QString EditorModel::cellText(int index) const
 
 ByteDisplay::Rgb EditorModel::cellColour(int index) const
 {
-    return ByteDisplay::colourOf(displayType(index));
+    return ByteDisplay::notationOf(displayType(index)).colour;
 }
 
 QString EditorModel::modeLabel() const
 {
-    return ByteDisplay::modeLabel(m_forcedDisplayMode.value_or(m_message.CurrentMode()));
+    return ByteDisplay::notationOf(m_forcedDisplayMode.value_or(m_message.CurrentMode())).label.toString();
 }
 
 QString EditorModel::positionLabel() const

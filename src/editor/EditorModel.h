@@ -50,7 +50,6 @@ public:
     const std::vector<SerialEditorData> &History() const { return m_history; }
     int HistoryTop() const { return m_historyTop; }
     int HistoryPos() const { return m_historyPos; }
-    static const std::array<QString, 32> &ControlCharNames() { return ByteDisplay::controlCharNames(); }
 
     // --- public face of the editor ----------------------------------------
     void UseThisMessage(const SerialEditorData &message, bool allowEdit);

@@ -140,7 +140,7 @@ SerialEditor::SerialEditor(QWidget *parent)
 
     m_byteMode->setObjectName(QStringLiteral("ByteMode"));
     m_byteMode->setToolTip(QStringLiteral("Current byte mode"));
-    m_byteMode->setText(ByteDisplay::modeLabel(SerialEditorData::Type::Ascii));
+    m_byteMode->setText(ByteDisplay::notationOf(SerialEditorData::Type::Ascii).label.toString());
     m_byteCounts->setObjectName(QStringLiteral("ByteCounts"));
     m_byteCounts->setToolTip(QStringLiteral("current byte OF total number of bytes"));
     for (QLabel *label : {m_byteMode, m_byteCounts})
@@ -414,7 +414,7 @@ void SerialEditor::relayout()
     const SerialEditorData::Type entryMode =
         m_model->ForcedDisplayMode().value_or(m_model->Message().CurrentMode());
     QPalette modePalette = m_byteMode->palette();
-    modePalette.setColor(QPalette::WindowText, toColor(ByteDisplay::colourOf(entryMode)));
+    modePalette.setColor(QPalette::WindowText, toColor(ByteDisplay::notationOf(entryMode).colour));
     m_byteMode->setPalette(modePalette);
     const QString position = m_model->positionLabel();
     if (position != m_byteCounts->text())
@@ -448,8 +448,8 @@ int SerialEditor::caretPosition(int index) const
     const QString cell = drawable(m_model->cellText(index));
     if (m_model->EntryState() != 0) {
         // While a value is typed the cursor follows its digits.
-        const QString suffix = ByteDisplay::suffixOf(m_model->displayType(index));
-        return m_cellLeft[index] + fm.horizontalAdvance(cell.left(cell.size() - suffix.size()));
+        const qsizetype suffix = ByteDisplay::notationOf(m_model->displayType(index)).suffix.size();
+        return m_cellLeft[index] + fm.horizontalAdvance(cell.left(cell.size() - suffix));
     }
     // Before the byte's own text, after the separator it shares with the
     // byte to its left.
@@ -506,10 +506,9 @@ void SerialEditor::paintSurface(QPaintEvent *)
     }
 
     if (m_caretOn && m_display->hasFocus()) {
-        const int entryMode = SerialEditorData::codeOf(m_model->Message().CurrentMode());
-        const QColor caret = entryMode >= 0 && entryMode <= 3
-                                 ? toColor(ByteDisplay::colourOf(m_model->Message().CurrentMode()))
-                                 : Qt::black;
+        // The cursor shows what typing makes; Control and the others type nothing.
+        const ByteDisplay::Notation &entry = ByteDisplay::notationOf(m_model->Message().CurrentMode());
+        const QColor caret = entry.isNumber() ? toColor(entry.colour) : Qt::black;
         p.fillRect(caretPosition(cursorByte) - offset, top, CaretWidth, lineHeight, caret);
     }
 }

@@ -199,6 +199,51 @@ private slots:
         QCOMPARE(ByteDisplay::messageText(msg(bytes, canDoIgnore), forcedType, zeros), expected);
     }
 
+    // Every notation over every byte: value -> text -> value.
+    void notationRoundTrip_data()
+    {
+        // clang-format off
+        QTest::addColumn<int>("type");
+        QTest::addColumn<bool>("zeros");
+        QTest::addColumn<int>("firstKept"); // these values read back as themselves,
+        QTest::addColumn<int>("lastKept");
+        QTest::addColumn<int>("otherwise"); // the others as this (-1: as nothing)
+        QTest::addColumn<int>("width");     // every text this long; 0: numbers without leading zeros
+        QTest::newRow("ascii: below 32 shows DEL") << 0 << false << 32 << 255 << 127 << 1;
+        QTest::newRow("decimal")                    << 1 << false << 0 << 255 << -1 << 0;
+        QTest::newRow("decimal, leading zeros")     << 1 << true  << 0 << 255 << -1 << 3;
+        QTest::newRow("hexadecimal")                << 2 << false << 0 << 255 << -1 << 0;
+        QTest::newRow("hexadecimal, leading zeros") << 2 << true  << 0 << 255 << -1 << 2;
+        QTest::newRow("binary")                     << 3 << false << 0 << 255 << -1 << 0;
+        QTest::newRow("binary, leading zeros")      << 3 << true  << 0 << 255 << -1 << 8;
+        QTest::newRow("control: names for 0 to 31") << 4 << false << 0 << 31  << -1 << -1;
+        QTest::newRow("no meaning")                 << 5 << false << 1 << 0   << -1 << -1;
+        QTest::newRow("ignore")                     << 6 << false << 1 << 0   << -1 << 1;
+        QTest::newRow("unnamed code")               << 9 << true  << 1 << 0   << -1 << -1;
+        // clang-format on
+    }
+    void notationRoundTrip()
+    {
+        QFETCH(int, type);
+        QFETCH(bool, zeros);
+        QFETCH(int, firstKept);
+        QFETCH(int, lastKept);
+        QFETCH(int, otherwise);
+        QFETCH(int, width);
+        const ByteDisplay::Notation &notation = ByteDisplay::notationOf(SerialEditorData::Type(type));
+        for (int value = 0; value < 256; ++value) {
+            const QString text = notation.text(value, zeros);
+            const int back = notation.value(text).value_or(-1);
+            const int expected = value >= firstKept && value <= lastKept ? value : otherwise;
+            const QString trip = QStringLiteral("%1 -> \"%2\" -> %3").arg(value).arg(text);
+            QCOMPARE(trip.arg(back), trip.arg(expected));
+            if (width > 0)
+                QCOMPARE(text.size(), width);
+            else if (width == 0)
+                QVERIFY2(text == QLatin1String("0") || !text.startsWith(u'0'), qPrintable(text));
+        }
+    }
+
     void edits_data()
     {
         // clang-format off
