@@ -53,9 +53,7 @@ private:
 
 EditorModel::EditorModel(QObject *parent)
     : QObject(parent)
-{
-    resetHistory();
-}
+{}
 
 // --- public face ------------------------------------------------------------
 
@@ -71,7 +69,7 @@ void EditorModel::UseThisMessage(const SerialEditorData &message, bool allowEdit
     m_forcedDisplayMode.reset();
     m_selectFlag = true;
     redraw();
-    resetHistory();
+    m_history.reset(m_message);
 }
 
 void EditorModel::DisplayAsThisMode(int mode)
@@ -90,14 +88,6 @@ void EditorModel::SetLeadingZeros(bool on)
 
 // --- undo history -----------------------------------------------------------
 
-void EditorModel::resetHistory()
-{
-    m_history.clear();
-    m_history.emplace_back().SetAllDataTo(m_message);
-    m_historyTop = 0;
-    m_historyPos = 0;
-}
-
 void EditorModel::beginEdit()
 {
     m_editStartCopy.SetAllDataTo(m_message);
@@ -105,16 +95,7 @@ void EditorModel::beginEdit()
 
 void EditorModel::recordStep()
 {
-    if (m_message.IsTheSameAs(m_editStartCopy))
-        return;
-    // A new edit after some undos starts a new branch; the undone steps go.
-    if (m_historyPos != m_historyTop) {
-        m_history.resize(static_cast<std::size_t>(m_historyPos) + 1);
-        m_historyTop = m_historyPos;
-    }
-    ++m_historyTop;
-    m_history.emplace_back().SetAllDataTo(m_message);
-    m_historyPos = m_historyTop;
+    m_history.record(m_message, m_editStartCopy);
 }
 
 void EditorModel::restoreFrom(const SerialEditorData &entry)
@@ -128,18 +109,14 @@ void EditorModel::restoreFrom(const SerialEditorData &entry)
 
 void EditorModel::Undo()
 {
-    if (m_historyPos == 0)
-        return;
-    --m_historyPos;
-    restoreFrom(m_history[static_cast<std::size_t>(m_historyPos)]);
+    if (const SerialEditorData *entry = m_history.undo())
+        restoreFrom(*entry);
 }
 
 void EditorModel::Redo()
 {
-    if (m_historyPos >= m_historyTop)
-        return;
-    ++m_historyPos;
-    restoreFrom(m_history[static_cast<std::size_t>(m_historyPos)]);
+    if (const SerialEditorData *entry = m_history.redo())
+        restoreFrom(*entry);
 }
 
 // --- cursor and selection ---------------------------------------------------

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "editor/ByteDisplay.h"
+#include "editor/UndoHistory.h"
 #include "message/SerialEditorData.h"
 
 #include <QObject>
@@ -8,7 +9,6 @@
 #include <qnamespace.h>
 
 #include <optional>
-#include <vector>
 
 // Everything the message editor does, without a widget: the message and
 // its cursor and selection, the undo history, the keyboard, the clipboard
@@ -46,10 +46,7 @@ public:
     bool LeadingZeros() const { return m_leadingZeros; }
     SerialEditorData &Message() { return m_message; }
     const SerialEditorData &Message() const { return m_message; }
-    const SerialEditorData &EditStartCopy() const { return m_editStartCopy; }
-    const std::vector<SerialEditorData> &History() const { return m_history; }
-    int HistoryTop() const { return m_historyTop; }
-    int HistoryPos() const { return m_historyPos; }
+    int HistoryTop() const { return m_history.HistoryTop(); }
 
     // --- public face of the editor ----------------------------------------
     void UseThisMessage(const SerialEditorData &message, bool allowEdit);
@@ -61,8 +58,8 @@ public:
     // --- undo history --------------------------------------------------
     void Undo();
     void Redo();
-    bool canUndo() const { return m_historyPos > 0; }
-    bool canRedo() const { return m_historyPos < m_historyTop; }
+    bool canUndo() const { return m_history.canUndo(); }
+    bool canRedo() const { return m_history.canRedo(); }
 
     // --- selection ---------------------------------------------------------
     // Whether byte `index` is drawn selected and takes a new type. While
@@ -132,7 +129,6 @@ private:
     int lastCursorPosition() const;
     void beginEdit();
     void recordStep();
-    void resetHistory();
     void restoreFrom(const SerialEditorData &entry);
     void redraw() { emit redrawNeeded(); }
 
@@ -164,7 +160,5 @@ private:
     bool m_leadingZeros = false;
     SerialEditorData m_message;
     SerialEditorData m_editStartCopy;
-    std::vector<SerialEditorData> m_history;
-    int m_historyTop = 0;
-    int m_historyPos = 0;
+    UndoHistory m_history;
 };
