@@ -1,9 +1,8 @@
 #include "editor/EditorModel.h"
 
-#include "message/NumericText.h"
+#include "editor/ClipboardCodec.h"
 
 #include <algorithm>
-#include <exception>
 
 namespace {
 
@@ -22,32 +21,6 @@ bool isNumberType(Type type)
 {
     return ByteDisplay::notationOf(type).isNumber();
 }
-
-// Comma-terminated fields after the clipboard marker. A field without its
-// comma means the text was cut short, and the whole paste is refused.
-class ClipboardFields
-{
-public:
-    ClipboardFields(const QString &text, qsizetype start)
-        : m_text(text)
-        , m_pos(start)
-    {}
-
-    // Throws std::overflow_error for a number beyond 16 bits.
-    std::optional<std::int16_t> next()
-    {
-        const qsizetype comma = m_text.indexOf(QLatin1Char(','), m_pos);
-        if (comma < 0)
-            return std::nullopt;
-        const QString field = m_text.mid(m_pos, comma - m_pos);
-        m_pos = comma + 1;
-        return tavo::leadingInt16(field.toStdString());
-    }
-
-private:
-    const QString &m_text;
-    qsizetype m_pos;
-};
 
 } // namespace
 
@@ -600,12 +573,7 @@ QString EditorModel::CopyText(bool wholeMessage) const
     }
     if (!range)
         return {};
-    QString text = ClipboardMarker + QString::number(range->size()) + QLatin1Char(',');
-    for (int i = range->first; i <= range->last; ++i)
-        text += QStringLiteral("%1,%2,")
-                    .arg(m_message.ByteValue(i))
-                    .arg(SerialEditorData::codeOf(m_message.ByteType(i)));
-    return text;
+    return ClipboardCodec::encode(m_message, range->first, range->last);
 }
 
 QString EditorModel::Cut()
@@ -622,41 +590,18 @@ QString EditorModel::Cut()
 
 bool EditorModel::Paste(const QString &text)
 {
-    if (!text.startsWith(ClipboardMarker))
+    // Every check comes before the first change, so a refused text leaves
+    // the message as it was.
+    const auto bytes = ClipboardCodec::decode(text);
+    if (!bytes)
         return false;
-    SerialEditorData pasted;
-    int count = 0;
-    try {
-        // Every check comes before the first change, so a damaged text
-        // leaves the message as it was.
-        ClipboardFields fields(text, ClipboardMarker.size());
-        const auto countField = fields.next();
-        if (!countField || *countField == 0)
-            return false;
-        count = *countField;
-        for (int k = 0; k < count; ++k) {
-            const auto value = fields.next();
-            const auto type = value ? fields.next() : std::nullopt;
-            if (!type)
-                return false;
-            // More than 15 bytes throws here; nobody writes such a text.
-            pasted.SetByteValue(k, *value);
-            pasted.SetByteType(k, Type{*type});
-        }
-    } catch (const std::exception &) {
-        return false;
-    }
-
     beginEdit();
-    if (!m_message.CanDoIgnore()) {
-        for (int k = 0; k < count; ++k) {
-            if (pasted.ByteType(k) == Type::Ignore)
-                return false;
-        }
-    }
+    const auto isIgnore = [](const ClipboardCodec::Byte &byte) { return byte.type == Type::Ignore; };
+    if (!m_message.CanDoIgnore() && std::any_of(bytes->begin(), bytes->end(), isIgnore))
+        return false;
     // Bytes that find no room are dropped one by one; the rest go in.
-    for (int k = 0; k < count; ++k)
-        insertAtCursor(pasted.ByteValue(k), pasted.ByteType(k));
+    for (const ClipboardCodec::Byte &byte : *bytes)
+        insertAtCursor(byte.value, byte.type);
     recordStep();
     redraw();
     return true;

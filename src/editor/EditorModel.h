@@ -31,8 +31,6 @@ public:
         friend bool operator==(const Range &, const Range &) = default;
     };
 
-    static inline const QString ClipboardMarker = QStringLiteral("OLVEXBYTES");
-
     explicit EditorModel(QObject *parent = nullptr);
 
     // --- state -----------------------------------------------------------
@@ -89,7 +87,7 @@ public:
     // key-down that consumed its key.
     void keyPress(char16_t character);
 
-    // --- clipboard text (the caller owns the clipboard) -------------------
+    // --- clipboard text (ClipboardCodec; the caller owns the clipboard) ---
     // The text for the clipboard, or an empty string when there is nothing
     // to copy (the caller then leaves the clipboard empty).
     QString CopyText(bool wholeMessage) const;

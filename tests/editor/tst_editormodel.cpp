@@ -1,4 +1,5 @@
 #include "EditorTestUtil.h"
+#include "editor/ClipboardCodec.h"
 
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -26,7 +27,7 @@ const char *const Runs = "72a 105a 13c 5d 6d";
 
 QString pasteText(int count, int value = 65, int type = 0)
 {
-    QString t = EditorModel::ClipboardMarker + QString::number(count) + u',';
+    QString t = ClipboardCodec::Marker + QString::number(count) + u',';
     for (int i = 0; i < count; ++i)
         t += QStringLiteral("%1,%2,").arg(value + i).arg(type);
     return t;
@@ -282,6 +283,7 @@ private slots:
         QTest::newRow("ctrl i") << "{C-I}" << 1;
         QTest::newRow("insert control") << "{!ctl7}" << 1;
         QTest::newRow("paste") << "{!paste2}" << 1;
+        QTest::newRow("refused paste") << "{!paste OLVEXBYTES2,65,0,66,}" << 0;
         QTest::newRow("insert ignore, by tradition") << "{!ignore}" << 0;
         QTest::newRow("refused character") << "{C-H}G" << 0;
         QTest::newRow("same type again") << "{Right}{S-Left}{C-D}" << 0;
@@ -347,7 +349,7 @@ private slots:
 
     void copyPasteRoundTripAndReadOnlyCut()
     {
-        Loaded from(QStringLiteral("72a 105a 13c 5d 10h 5b 63i 0c 255d"), Ignore);
+        Loaded from(QStringLiteral("72a 105a 13c 5d 10h 5b 63i 0c 255d 659"), Ignore); // and an unnamed type
         Loaded to(QString{}, Edit | Ignore);
         QVERIFY(to.model.Paste(from.model.CopyText(true)));
         QVERIFY(to.model.Message().IsTheSameAs(from.model.Message()));
@@ -356,6 +358,42 @@ private slots:
         QCOMPARE(from.model.Cut(), QStringLiteral("OLVEXBYTES3,72,0,105,0,13,4,"));
         QVERIFY(to.model.Message().IsTheSameAs(from.model.Message())); // read-only: copied, not cut
         QCOMPARE(EditorModel().CopyText(true), QString()); // nothing to copy: the clipboard is cleared
+    }
+
+    // What holds for every paste, whatever the text: a refused one changes
+    // nothing and records nothing; an accepted one only inserts at the
+    // cursor, never grows the message past 14 bytes nor brings in an Ignore
+    // byte it forbids, and one Undo takes it back.
+    void pasteOnlyInsertsAtTheCursor()
+    {
+        QRandomGenerator rng(20240602);
+        const QStringList full = QString::fromUtf8(Full).split(u' ');
+        for (int round = 0; round < 1000; ++round) {
+            const int count = rng.bounded(15);
+            const int cursor = rng.bounded(count + 1);
+            Loaded l(full.mid(0, count).join(u' '), rng.bounded(2) == 1 ? Edit | Ignore : Edit);
+            l.model.placeCursor(cursor, false);
+            const SerialEditorData before = l.model.Message();
+            QString text = pasteText(rng.bounded(-2, 18), rng.bounded(-10, 400), rng.bounded(-1, 9));
+            text.chop(rng.bounded(2) * rng.bounded(text.size()));
+
+            const bool accepted = l.model.Paste(text);
+            const SerialEditorData &after = l.model.Message();
+            const int inserted = after.NumberOfBytesInMessage() - count;
+            QVERIFY(accepted || (after.IsTheSameAs(before) && l.model.HistoryTop() == 0));
+            QVERIFY(inserted >= 0 && after.NumberOfBytesInMessage() <= SerialEditorData::MaxBytes);
+            for (int i = 0; i < count; ++i) {
+                const int now = i < cursor ? i : i + inserted;
+                QCOMPARE(after.ByteValue(now), before.ByteValue(i));
+                QCOMPARE(after.ByteType(now), before.ByteType(i));
+            }
+            for (int i = cursor; i < cursor + inserted && !before.CanDoIgnore(); ++i)
+                QVERIFY(after.ByteType(i) != SerialEditorData::Type::Ignore);
+            QCOMPARE(QList<int>({after.CurrentByte(), l.model.SelectAnchor()}),
+                     QList<int>(2, cursor + inserted));
+            l.model.Undo();
+            QVERIFY(l.model.Message().IsTheSameAs(before));
+        }
     }
 
     void useThisMessageResetsEverything()
