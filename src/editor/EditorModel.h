@@ -124,30 +124,38 @@ signals:
     void flashRequested();
 
 private:
+    struct KeyHandlers; // the key-down step's table, in EditorKeys.cpp
+
+    static constexpr int ByteValueLimit = 256;
+    static constexpr int IgnoreValue = 63; // the code of "?", which is how a wildcard reads
+    static constexpr int LastControlValue = 31;
+    static std::int16_t int16(int value) { return static_cast<std::int16_t>(value); }
+
     int lastCursorPosition() const;
+    void setCursor(int position);
     void beginEdit();
     void recordStep();
     void restoreFrom(const SerialEditorData &entry);
     void redraw() { emit redrawNeeded(); }
 
     bool applyType(SerialEditorData::Type type);
-    void chooseEntryType(SerialEditorData::Type type, bool setsEntryMode);
-    bool stepValue(int delta);
-    void moveLeft(bool extend, bool byRun);
-    void moveRight(bool extend, bool byRun);
-    void finishTypedValue();
-
     bool removeRange(const std::optional<Range> &range);
     void removeBytes(int first, int last);
     bool makeRoom();
     bool insertAtCursor(int value, SerialEditorData::Type type);
 
+    void moveLeft(bool extend, bool byRun);
+    void moveRight(bool extend, bool byRun);
+    bool stepValue(int delta);
+
+    // The notation of the byte whose value is being typed; nothing (and the
+    // typing ends) when that byte has gone or is no number any more.
+    const ByteDisplay::Notation *typedNotation();
     void typeDigit(char16_t character);
     void startTypedByte(char16_t character);
     void deleteTypedDigit();
+    void finishTypedValue();
     void abandonTypedValue();
-
-    void setCursor(int position);
 
     bool m_allowEdit = false;
     std::int16_t m_selectAnchor = 0;

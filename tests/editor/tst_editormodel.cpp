@@ -153,7 +153,8 @@ const EditCase EditCases[] = {
     {"paste ignore allowed",          "97a",  Ignore, "{!paste OLVEXBYTES2,65,0,63,6,}", "A,?,a", 2, 2, 0, 0},
     {"paste keeps odd values",        "",     ReadOnly, "{!paste OLVEXBYTES1,300,1,}", "300d", 1, 1, 0, 0},
     // read-only
-    {"read-only moves",               Abcd,   ReadOnly, "{Right}{Right}{Left}", "abcd", 1, 1, 0, 0},
+    {"read-only moves",               Abcd,   ReadOnly, "{End}{Left}{Left}{Right}", "abcd", 3, 3, 0, 0},
+    {"read-only goes home",           Abcd,   ReadOnly, "{Right}{Right}{Home}{Right}", "abcd", 1, 1, 0, 0},
     {"read-only never selects",       Abcd,   ReadOnly, "{S-Right}{S-Right}", "abcd",  2, 2, 0, 0},
     {"read-only edits nothing",       Abcd,   ReadOnly|Ignore,
      "x{Delete}{Backspace}{Up}{C-D}1{C-I}{Insert}{Enter}{Escape}{S-Right}{!ctl13}{!ignore}{!delete}",
