@@ -209,9 +209,9 @@ EditorModel::KeyHandlers::Outcome EditorModel::KeyHandlers::history(EditorModel 
         return {};
     m.m_keyHandled = true;
     if (undo)
-        m.Undo();
+        m.undo();
     else
-        m.Redo();
+        m.redo();
     return {.fromHistory = true};
 }
 

@@ -35,7 +35,7 @@ void EditorModel::DisplayAsThisMode(int mode)
     redraw();
 }
 
-void EditorModel::SetLeadingZeros(bool on)
+void EditorModel::setLeadingZeros(bool on)
 {
     m_leadingZeros = on;
     redraw();
@@ -62,13 +62,13 @@ void EditorModel::restoreFrom(const SerialEditorData &entry)
     redraw();
 }
 
-void EditorModel::Undo()
+void EditorModel::undo()
 {
     if (const SerialEditorData *entry = m_history.undo())
         restoreFrom(*entry);
 }
 
-void EditorModel::Redo()
+void EditorModel::redo()
 {
     if (const SerialEditorData *entry = m_history.redo())
         restoreFrom(*entry);
@@ -138,7 +138,7 @@ bool EditorModel::applyType(Type type)
     return true;
 }
 
-void EditorModel::SetSelectedType(Type type)
+void EditorModel::setSelectedType(Type type)
 {
     const int code = SerialEditorData::codeOf(type);
     if (code < SerialEditorData::codeOf(Type::Ascii) || code > SerialEditorData::codeOf(Type::Control))
@@ -225,7 +225,7 @@ void EditorModel::finishTypedValue()
 
 // --- clipboard --------------------------------------------------------------
 
-QString EditorModel::CopyText(bool wholeMessage) const
+QString EditorModel::copyText(bool wholeMessage) const
 {
     std::optional<Range> range;
     if (wholeMessage) {
@@ -239,9 +239,9 @@ QString EditorModel::CopyText(bool wholeMessage) const
     return ClipboardCodec::encode(m_message, range->first, range->last);
 }
 
-QString EditorModel::Cut()
+QString EditorModel::cut()
 {
-    const QString text = CopyText(false);
+    const QString text = copyText(false);
     if (!m_allowEdit || text.isEmpty())
         return text;
     beginEdit();
@@ -251,7 +251,7 @@ QString EditorModel::Cut()
     return text;
 }
 
-bool EditorModel::Paste(const QString &text)
+bool EditorModel::paste(const QString &text)
 {
     // Every check comes before the first change, so a refused text leaves
     // the message as it was.
@@ -272,7 +272,7 @@ bool EditorModel::Paste(const QString &text)
 
 // --- context-menu commands --------------------------------------------------
 
-void EditorModel::InsertControl(int value)
+void EditorModel::insertControl(int value)
 {
     if (!m_allowEdit || value < 0 || value > LastControlValue)
         return;
@@ -284,7 +284,7 @@ void EditorModel::InsertControl(int value)
     redraw();
 }
 
-void EditorModel::InsertIgnore()
+void EditorModel::insertIgnore()
 {
     if (!m_allowEdit || !m_message.CanDoIgnore())
         return;
@@ -295,7 +295,7 @@ void EditorModel::InsertIgnore()
     redraw();
 }
 
-void EditorModel::DeleteSelection()
+void EditorModel::deleteSelection()
 {
     if (!m_allowEdit)
         return;

@@ -18,6 +18,13 @@
 // The cursor is the message's CurrentByte and stands *before* the byte of
 // that index (CurrentByte == count means after the last byte). The
 // selection runs between SelectAnchor and the cursor.
+//
+// The state accessors (AllowEdit, SelectAnchor, EntryState,
+// ForcedDisplayMode, SelectFlag, Message, HistoryTop), UseThisMessage,
+// DisplayAsThisMode and the signals Changed and Cancelled have the names
+// the unit's original configuration tool used. They keep that spelling,
+// against our lowerCamelCase habit, so that what the editor does can be
+// traced name by name to the tool its users know; the other names are ours.
 class EditorModel : public QObject
 {
     Q_OBJECT
@@ -41,7 +48,7 @@ public:
     ByteDisplay::ForcedType ForcedDisplayMode() const { return m_forcedDisplayMode; }
     bool SelectFlag() const { return m_selectFlag; }
     bool KeyHandled() const { return m_keyHandled; }
-    bool LeadingZeros() const { return m_leadingZeros; }
+    bool leadingZeros() const { return m_leadingZeros; }
     SerialEditorData &Message() { return m_message; }
     const SerialEditorData &Message() const { return m_message; }
     int HistoryTop() const { return m_history.HistoryTop(); }
@@ -51,11 +58,11 @@ public:
     // -1 shows every byte in its own type, 0..4 forces one type; other
     // values are ignored.
     void DisplayAsThisMode(int mode);
-    void SetLeadingZeros(bool on);
+    void setLeadingZeros(bool on);
 
     // --- undo history --------------------------------------------------
-    void Undo();
-    void Redo();
+    void undo();
+    void redo();
     bool canUndo() const { return m_history.canUndo(); }
     bool canRedo() const { return m_history.canRedo(); }
 
@@ -72,7 +79,7 @@ public:
     // when there is no selection.
     std::optional<Range> selectionRange() const;
     // Gives the selected bytes a type (ASCII to Control) and raises Changed.
-    void SetSelectedType(SerialEditorData::Type type);
+    void setSelectedType(SerialEditorData::Type type);
 
     // --- mouse ---------------------------------------------------------------
     // Puts the cursor before byte `position` (a click); with `extend` the
@@ -90,17 +97,17 @@ public:
     // --- clipboard text (ClipboardCodec; the caller owns the clipboard) ---
     // The text for the clipboard, or an empty string when there is nothing
     // to copy (the caller then leaves the clipboard empty).
-    QString CopyText(bool wholeMessage) const;
+    QString copyText(bool wholeMessage) const;
     // Copies the selection and, when editing is allowed, removes it.
-    QString Cut();
+    QString cut();
     // Inserts the bytes of a clipboard text at the cursor. Returns false
     // when the text was refused whole.
-    bool Paste(const QString &text);
+    bool paste(const QString &text);
 
     // --- context-menu commands --------------------------------------------
-    void InsertControl(int value);
-    void InsertIgnore();
-    void DeleteSelection();
+    void insertControl(int value);
+    void insertIgnore();
+    void deleteSelection();
 
     // --- what the drawing shows -------------------------------------------
     int shownByteCount() const { return ByteDisplay::shownByteCount(m_message); }

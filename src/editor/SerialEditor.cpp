@@ -243,7 +243,7 @@ void SerialEditor::buildMenu()
     for (int i = 0; i < 5; ++i) {
         m_charType[i] = addItem(modeMenu, QStringLiteral("CharType%1").arg(i), typeCaptions[i]);
         connect(m_charType[i], &QAction::triggered, this,
-                [this, i] { m_model->SetSelectedType(SerialEditorData::Type(i)); });
+                [this, i] { m_model->setSelectedType(SerialEditorData::Type(i)); });
     }
     addSeparator(QStringLiteral("MenuSpace1"));
 
@@ -253,16 +253,16 @@ void SerialEditor::buildMenu()
     for (int c = 0; c < 32; ++c) {
         m_controlChars[c] = addItem(controlMenu, QStringLiteral("MenuControlChars%1").arg(c),
                                     ByteDisplay::controlCharCaption(c));
-        connect(m_controlChars[c], &QAction::triggered, this, [this, c] { m_model->InsertControl(c); });
+        connect(m_controlChars[c], &QAction::triggered, this, [this, c] { m_model->insertControl(c); });
     }
     m_ignore = addItem(m_hiddenMenu, QStringLiteral("MenuIgnore"), QStringLiteral("Insert Ignore"));
-    connect(m_ignore, &QAction::triggered, m_model, &EditorModel::InsertIgnore);
+    connect(m_ignore, &QAction::triggered, m_model, &EditorModel::insertIgnore);
     addSeparator(QStringLiteral("MenuSpace2"));
 
     m_undo = addItem(m_hiddenMenu, QStringLiteral("MenuUndo"), QStringLiteral("Undo"));
-    connect(m_undo, &QAction::triggered, m_model, &EditorModel::Undo);
+    connect(m_undo, &QAction::triggered, m_model, &EditorModel::undo);
     m_redo = addItem(m_hiddenMenu, QStringLiteral("MenuRedo"), QStringLiteral("Redo"));
-    connect(m_redo, &QAction::triggered, m_model, &EditorModel::Redo);
+    connect(m_redo, &QAction::triggered, m_model, &EditorModel::redo);
     addSeparator(QStringLiteral("MenuSpace3"));
 
     m_copy = addItem(m_hiddenMenu, QStringLiteral("MenuCopy"), QStringLiteral("Copy"));
@@ -274,7 +274,7 @@ void SerialEditor::buildMenu()
     m_paste = addItem(m_hiddenMenu, QStringLiteral("MenuPaste"), QStringLiteral("Paste"));
     connect(m_paste, &QAction::triggered, this, &SerialEditor::pasteFromClipboard);
     m_delete = addItem(m_hiddenMenu, QStringLiteral("MenuDelete"), QStringLiteral("Delete"));
-    connect(m_delete, &QAction::triggered, m_model, &EditorModel::DeleteSelection);
+    connect(m_delete, &QAction::triggered, m_model, &EditorModel::deleteSelection);
     addSeparator(QStringLiteral("MenuSpace4"));
 
     QMenu *displayMenu = m_hiddenMenu->addMenu(QStringLiteral("Display as"));
@@ -295,7 +295,7 @@ void SerialEditor::buildMenu()
     m_zeros = addItem(m_hiddenMenu, QStringLiteral("MenuZeros"), QStringLiteral("Show Leading zeros"));
     m_zeros->setCheckable(true);
     connect(m_zeros, &QAction::triggered, this, [this](bool checked) {
-        m_model->SetLeadingZeros(checked);
+        m_model->setLeadingZeros(checked);
         m_display->setFocus();
     });
 
@@ -332,7 +332,7 @@ void SerialEditor::updateMenuState()
     const int checked = forced ? SerialEditorData::codeOf(*forced) + 1 : 0;
     for (int k = 0; k < 6; ++k)
         m_displayForce[k]->setChecked(k == checked);
-    m_zeros->setChecked(m.LeadingZeros());
+    m_zeros->setChecked(m.leadingZeros());
 }
 
 // --- geometry -----------------------------------------------------------------
@@ -645,7 +645,7 @@ void SerialEditor::copyToClipboard(bool wholeMessage)
     // Cleared first: copying nothing leaves the clipboard empty.
     QClipboard *clipboard = QGuiApplication::clipboard();
     clipboard->clear();
-    const QString text = m_model->CopyText(wholeMessage);
+    const QString text = m_model->copyText(wholeMessage);
     if (!text.isEmpty())
         clipboard->setText(text);
 }
@@ -654,12 +654,12 @@ void SerialEditor::cutToClipboard()
 {
     QClipboard *clipboard = QGuiApplication::clipboard();
     clipboard->clear();
-    const QString text = m_model->Cut();
+    const QString text = m_model->cut();
     if (!text.isEmpty())
         clipboard->setText(text);
 }
 
 void SerialEditor::pasteFromClipboard()
 {
-    m_model->Paste(QGuiApplication::clipboard()->text());
+    m_model->paste(QGuiApplication::clipboard()->text());
 }

@@ -17,6 +17,14 @@
 // Faults follow the unit's original firmware tools: an index outside 0..14
 // throws std::out_of_range, a number that does not fit 16 bits throws
 // std::overflow_error, and in both cases nothing has been changed.
+//
+// The class and its operations and properties (EmptyOut, PackedIntoString,
+// UnpackFromString, SetAllDataTo, IsTheSameAs, ByteValue, ByteType,
+// NumberOfBytesInMessage, CurrentByte, CurrentMode, CanDoIgnore) have the
+// names the unit's original configuration tool used. They keep that
+// spelling, against our lowerCamelCase habit, so that the packed text and
+// the files can be traced field by field to that tool; codeOf and
+// isNamedType are ours.
 class SerialEditorData
 {
 public:

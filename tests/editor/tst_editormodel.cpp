@@ -48,15 +48,15 @@ void run(EditorModel &model, const QString &script)
         const QString name = m.captured(1);
         const int n = m.captured(2).toInt();
         if (name == QLatin1String("ctl"))
-            model.InsertControl(n);
+            model.insertControl(n);
         else if (name == QLatin1String("ignore"))
-            model.InsertIgnore();
+            model.insertIgnore();
         else if (name == QLatin1String("delete"))
-            model.DeleteSelection();
+            model.deleteSelection();
         else if (name == QLatin1String("type"))
-            model.SetSelectedType(SerialEditorData::Type(n));
+            model.setSelectedType(SerialEditorData::Type(n));
         else if (name == QLatin1String("paste"))
-            model.Paste(m.captured(2).isEmpty() ? m.captured(3) : pasteText(n));
+            model.paste(m.captured(2).isEmpty() ? m.captured(3) : pasteText(n));
         else
             qFatal("unknown command in a test script");
     }
@@ -300,7 +300,7 @@ private slots:
         run(l.model, script);
         QCOMPARE(l.model.HistoryTop(), steps);
         for (int i = 0; i < steps; ++i)
-            l.model.Undo();
+            l.model.undo();
         if (steps)
             QVERIFY(l.model.Message().IsTheSameAs(before));
     }
@@ -331,10 +331,10 @@ private slots:
             got += l.model.isSelected(i) ? QString::number(i) : QString();
         QCOMPARE(got, selected);
         EditorModel target;
-        target.Paste(l.model.CopyText(false));
+        target.paste(l.model.copyText(false));
         QCOMPARE(text(target.Message()), copied);
         const int before = l.model.Message().NumberOfBytesInMessage();
-        l.model.Cut();
+        l.model.cut();
         QCOMPARE(before - l.model.Message().NumberOfBytesInMessage(), copied.size());
     }
 
@@ -352,13 +352,13 @@ private slots:
     {
         Loaded from(QStringLiteral("72a 105a 13c 5d 10h 5b 63i 0c 255d 659"), Ignore); // and an unnamed type
         Loaded to(QString{}, Edit | Ignore);
-        QVERIFY(to.model.Paste(from.model.CopyText(true)));
+        QVERIFY(to.model.paste(from.model.copyText(true)));
         QVERIFY(to.model.Message().IsTheSameAs(from.model.Message()));
 
         from.model.placeCursor(2, true);
-        QCOMPARE(from.model.Cut(), QStringLiteral("OLVEXBYTES3,72,0,105,0,13,4,"));
+        QCOMPARE(from.model.cut(), QStringLiteral("OLVEXBYTES3,72,0,105,0,13,4,"));
         QVERIFY(to.model.Message().IsTheSameAs(from.model.Message())); // read-only: copied, not cut
-        QCOMPARE(EditorModel().CopyText(true), QString()); // nothing to copy: the clipboard is cleared
+        QCOMPARE(EditorModel().copyText(true), QString()); // nothing to copy: the clipboard is cleared
     }
 
     // What holds for every paste, whatever the text: a refused one changes
@@ -378,7 +378,7 @@ private slots:
             QString text = pasteText(rng.bounded(-2, 18), rng.bounded(-10, 400), rng.bounded(-1, 9));
             text.chop(rng.bounded(2) * rng.bounded(text.size()));
 
-            const bool accepted = l.model.Paste(text);
+            const bool accepted = l.model.paste(text);
             const SerialEditorData &after = l.model.Message();
             const int inserted = after.NumberOfBytesInMessage() - count;
             QVERIFY(accepted || (after.IsTheSameAs(before) && l.model.HistoryTop() == 0));
@@ -392,7 +392,7 @@ private slots:
                 QVERIFY(after.ByteType(i) != SerialEditorData::Type::Ignore);
             QCOMPARE(QList<int>({after.CurrentByte(), l.model.SelectAnchor()}),
                      QList<int>(2, cursor + inserted));
-            l.model.Undo();
+            l.model.undo();
             QVERIFY(l.model.Message().IsTheSameAs(before));
         }
     }
@@ -433,12 +433,12 @@ private slots:
             for (int step = 0; step < 60; ++step) {
                 const int what = rng.bounded(5);
                 if (what == 0)
-                    model.Paste(pasteText(rng.bounded(18), rng.bounded(-10, 400), rng.bounded(-1, 9)));
+                    model.paste(pasteText(rng.bounded(18), rng.bounded(-10, 400), rng.bounded(-1, 9)));
                 else if (what == 1)
                     model.placeCursor(rng.bounded(-3, 20), rng.bounded(2) == 1);
                 else if (what == 2) {
-                    model.InsertControl(rng.bounded(-1, 33));
-                    model.Cut();
+                    model.insertControl(rng.bounded(-1, 33));
+                    model.cut();
                 } else
                     run(model, keys.at(rng.bounded(keys.size())));
                 if (rng.bounded(20) == 0)
