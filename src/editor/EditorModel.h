@@ -35,7 +35,6 @@ public:
         int first = 0;
         int last = -1;
         int size() const { return last - first + 1; }
-        friend bool operator==(const Range &, const Range &) = default;
     };
 
     explicit EditorModel(QObject *parent = nullptr);
@@ -47,7 +46,6 @@ public:
     // The type every byte is shown in, or nothing when each shows its own.
     ByteDisplay::ForcedType ForcedDisplayMode() const { return m_forcedDisplayMode; }
     bool SelectFlag() const { return m_selectFlag; }
-    bool KeyHandled() const { return m_keyHandled; }
     bool leadingZeros() const { return m_leadingZeros; }
     SerialEditorData &Message() { return m_message; }
     const SerialEditorData &Message() const { return m_message; }

@@ -15,7 +15,6 @@ struct Rgb {
     int red = 0;
     int green = 0;
     int blue = 0;
-    friend bool operator==(const Rgb &, const Rgb &) = default;
 };
 
 // How bytes of one type read: the text a value is drawn as and the value a
