@@ -4,46 +4,50 @@
 #include <array>
 
 namespace ByteDisplay {
+namespace {
+
+// These captions are what users have always seen in the menu, so the
+// uneven spacing and the old spellings ("SOT", "Linfeed") stay.
+constexpr std::array<QStringView, 32> ControlCaptions = {u"NUL   Null",
+                                                         u"SOH  Start of heading",
+                                                         u"SOT  Start of text",
+                                                         u"ETX   End of text",
+                                                         u"EOT  End of transmission",
+                                                         u"ENQ  Enquiry",
+                                                         u"ACK  Acknowledge",
+                                                         u"BEL   Bell",
+                                                         u"BS    Backspace",
+                                                         u"HT    Horizontal tab",
+                                                         u"LF     Linfeed",
+                                                         u"VT    Vetival tab",
+                                                         u"FF    Form feed",
+                                                         u"CR   Carriage return",
+                                                         u"SO   Shift out",
+                                                         u"SI    Shift in",
+                                                         u"DLE  Data link escape",
+                                                         u"DC1  Device control 1",
+                                                         u"DC2  Device control 2",
+                                                         u"DC3  Device control 3",
+                                                         u"DC4  Device control 4",
+                                                         u"NAK  Negative acknowledge",
+                                                         u"SYN  Synchronous idle",
+                                                         u"ETB  End of transmission block",
+                                                         u"CAN Cancel",
+                                                         u"EM    End of medium",
+                                                         u"SUB  Substitute",
+                                                         u"ESC  Escape",
+                                                         u"FS    File seperate",
+                                                         u"GS   Group seperator",
+                                                         u"RS   Record Seperator",
+                                                         u"US   Unit seperator"};
+
+} // namespace
 
 QString controlCharCaption(int value)
 {
-    // These captions are what users have always seen in the menu, so the
-    // uneven spacing and the old spellings ("SOT", "Linfeed") stay.
-    static const std::array<QString, 32> captions = {QStringLiteral("NUL   Null"),
-                                                     QStringLiteral("SOH  Start of heading"),
-                                                     QStringLiteral("SOT  Start of text"),
-                                                     QStringLiteral("ETX   End of text"),
-                                                     QStringLiteral("EOT  End of transmission"),
-                                                     QStringLiteral("ENQ  Enquiry"),
-                                                     QStringLiteral("ACK  Acknowledge"),
-                                                     QStringLiteral("BEL   Bell"),
-                                                     QStringLiteral("BS    Backspace"),
-                                                     QStringLiteral("HT    Horizontal tab"),
-                                                     QStringLiteral("LF     Linfeed"),
-                                                     QStringLiteral("VT    Vetival tab"),
-                                                     QStringLiteral("FF    Form feed"),
-                                                     QStringLiteral("CR   Carriage return"),
-                                                     QStringLiteral("SO   Shift out"),
-                                                     QStringLiteral("SI    Shift in"),
-                                                     QStringLiteral("DLE  Data link escape"),
-                                                     QStringLiteral("DC1  Device control 1"),
-                                                     QStringLiteral("DC2  Device control 2"),
-                                                     QStringLiteral("DC3  Device control 3"),
-                                                     QStringLiteral("DC4  Device control 4"),
-                                                     QStringLiteral("NAK  Negative acknowledge"),
-                                                     QStringLiteral("SYN  Synchronous idle"),
-                                                     QStringLiteral("ETB  End of transmission block"),
-                                                     QStringLiteral("CAN Cancel"),
-                                                     QStringLiteral("EM    End of medium"),
-                                                     QStringLiteral("SUB  Substitute"),
-                                                     QStringLiteral("ESC  Escape"),
-                                                     QStringLiteral("FS    File seperate"),
-                                                     QStringLiteral("GS   Group seperator"),
-                                                     QStringLiteral("RS   Record Seperator"),
-                                                     QStringLiteral("US   Unit seperator")};
-    if (value < 0 || value > 31)
+    if (value < 0 || value >= static_cast<int>(ControlCaptions.size()))
         return {};
-    return captions[static_cast<std::size_t>(value)];
+    return ControlCaptions[static_cast<std::size_t>(value)].toString();
 }
 
 int shownByteCount(const SerialEditorData &message)

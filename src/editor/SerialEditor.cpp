@@ -46,6 +46,27 @@ QString labelSample()
     return QStringLiteral("15/15");
 }
 
+QAction *addItem(QMenu *menu, const QString &name, const QString &caption)
+{
+    QAction *action = menu->addAction(caption);
+    action->setObjectName(name);
+    return action;
+}
+
+// A submenu; its item in the parent menu is named after it, with "Action".
+QMenu *addSubmenu(QMenu *parent, const QString &name, const QString &caption)
+{
+    QMenu *menu = parent->addMenu(caption);
+    menu->setObjectName(name);
+    menu->menuAction()->setObjectName(name + QStringLiteral("Action"));
+    return menu;
+}
+
+void addSeparator(QMenu *menu, const QString &name)
+{
+    menu->addSeparator()->setObjectName(name);
+}
+
 } // namespace
 
 // The drawing surface: it takes the keys, the mouse and the focus, and hands
@@ -227,43 +248,49 @@ QSize SerialEditor::minimumSizeHint() const
 void SerialEditor::buildMenu()
 {
     m_hiddenMenu->setObjectName(QStringLiteral("HiddenMenu"));
-    auto addItem = [](QMenu *menu, const QString &name, const QString &caption) {
-        QAction *action = menu->addAction(caption);
-        action->setObjectName(name);
-        return action;
-    };
-    auto addSeparator = [this](const QString &name) { m_hiddenMenu->addSeparator()->setObjectName(name); };
+    buildTypeMenu();
+    addSeparator(m_hiddenMenu, QStringLiteral("MenuSpace1"));
+    buildInsertItems();
+    addSeparator(m_hiddenMenu, QStringLiteral("MenuSpace2"));
+    buildEditItems();
+    addSeparator(m_hiddenMenu, QStringLiteral("MenuSpace4"));
+    buildDisplayItems();
+    connect(m_hiddenMenu, &QMenu::aboutToShow, this, &SerialEditor::updateMenuState);
+}
 
-    QMenu *modeMenu = m_modeMenu = m_hiddenMenu->addMenu(QStringLiteral("Mode"));
-    modeMenu->setObjectName(QStringLiteral("MenuByteMode"));
-    modeMenu->menuAction()->setObjectName(QStringLiteral("MenuByteModeAction"));
-    const std::array<QString, 5> typeCaptions = {QStringLiteral("&ASCII"), QStringLiteral("Decimal"),
-                                                 QStringLiteral("Hexadecimal"), QStringLiteral("Binary"),
-                                                 QStringLiteral("Control")};
+void SerialEditor::buildTypeMenu()
+{
+    m_modeMenu = addSubmenu(m_hiddenMenu, QStringLiteral("MenuByteMode"), QStringLiteral("Mode"));
+    const std::array<QString, 5> captions = {QStringLiteral("&ASCII"), QStringLiteral("Decimal"),
+                                             QStringLiteral("Hexadecimal"), QStringLiteral("Binary"),
+                                             QStringLiteral("Control")};
     for (int i = 0; i < 5; ++i) {
-        m_charType[i] = addItem(modeMenu, QStringLiteral("CharType%1").arg(i), typeCaptions[i]);
+        m_charType[i] = addItem(m_modeMenu, QStringLiteral("CharType%1").arg(i), captions[i]);
         connect(m_charType[i], &QAction::triggered, this,
                 [this, i] { m_model->setSelectedType(SerialEditorData::Type(i)); });
     }
-    addSeparator(QStringLiteral("MenuSpace1"));
+}
 
-    QMenu *controlMenu = m_controlMenu = m_hiddenMenu->addMenu(QStringLiteral("Insert Control"));
-    controlMenu->setObjectName(QStringLiteral("MenuControlChar"));
-    controlMenu->menuAction()->setObjectName(QStringLiteral("MenuControlCharAction"));
+void SerialEditor::buildInsertItems()
+{
+    m_controlMenu =
+        addSubmenu(m_hiddenMenu, QStringLiteral("MenuControlChar"), QStringLiteral("Insert Control"));
     for (int c = 0; c < 32; ++c) {
-        m_controlChars[c] = addItem(controlMenu, QStringLiteral("MenuControlChars%1").arg(c),
+        m_controlChars[c] = addItem(m_controlMenu, QStringLiteral("MenuControlChars%1").arg(c),
                                     ByteDisplay::controlCharCaption(c));
         connect(m_controlChars[c], &QAction::triggered, this, [this, c] { m_model->insertControl(c); });
     }
     m_ignore = addItem(m_hiddenMenu, QStringLiteral("MenuIgnore"), QStringLiteral("Insert Ignore"));
     connect(m_ignore, &QAction::triggered, m_model, &EditorModel::insertIgnore);
-    addSeparator(QStringLiteral("MenuSpace2"));
+}
 
+void SerialEditor::buildEditItems()
+{
     m_undo = addItem(m_hiddenMenu, QStringLiteral("MenuUndo"), QStringLiteral("Undo"));
     connect(m_undo, &QAction::triggered, m_model, &EditorModel::undo);
     m_redo = addItem(m_hiddenMenu, QStringLiteral("MenuRedo"), QStringLiteral("Redo"));
     connect(m_redo, &QAction::triggered, m_model, &EditorModel::redo);
-    addSeparator(QStringLiteral("MenuSpace3"));
+    addSeparator(m_hiddenMenu, QStringLiteral("MenuSpace3"));
 
     m_copy = addItem(m_hiddenMenu, QStringLiteral("MenuCopy"), QStringLiteral("Copy"));
     connect(m_copy, &QAction::triggered, this, [this] { copyToClipboard(false); });
@@ -275,18 +302,18 @@ void SerialEditor::buildMenu()
     connect(m_paste, &QAction::triggered, this, &SerialEditor::pasteFromClipboard);
     m_delete = addItem(m_hiddenMenu, QStringLiteral("MenuDelete"), QStringLiteral("Delete"));
     connect(m_delete, &QAction::triggered, m_model, &EditorModel::deleteSelection);
-    addSeparator(QStringLiteral("MenuSpace4"));
+}
 
-    QMenu *displayMenu = m_hiddenMenu->addMenu(QStringLiteral("Display as"));
-    displayMenu->setObjectName(QStringLiteral("MenuDisplay"));
-    displayMenu->menuAction()->setObjectName(QStringLiteral("MenuDisplayAction"));
+void SerialEditor::buildDisplayItems()
+{
+    QMenu *displayMenu =
+        addSubmenu(m_hiddenMenu, QStringLiteral("MenuDisplay"), QStringLiteral("Display as"));
     auto *displayGroup = new QActionGroup(displayMenu);
-    const std::array<QString, 6> displayCaptions = {
-        QStringLiteral("Individual"),  QStringLiteral("ASCII"),  QStringLiteral("Decimal"),
-        QStringLiteral("Hexadecimal"), QStringLiteral("Binary"), QStringLiteral("Control")};
+    const std::array<QString, 6> captions = {QStringLiteral("Individual"), QStringLiteral("ASCII"),
+                                             QStringLiteral("Decimal"),    QStringLiteral("Hexadecimal"),
+                                             QStringLiteral("Binary"),     QStringLiteral("Control")};
     for (int k = 0; k < 6; ++k) {
-        m_displayForce[k] =
-            addItem(displayMenu, QStringLiteral("MenuDisplayForce%1").arg(k), displayCaptions[k]);
+        m_displayForce[k] = addItem(displayMenu, QStringLiteral("MenuDisplayForce%1").arg(k), captions[k]);
         m_displayForce[k]->setCheckable(true);
         displayGroup->addAction(m_displayForce[k]);
         connect(m_displayForce[k], &QAction::triggered, this, [this, k] { DisplayAsThisMode(k - 1); });
@@ -298,8 +325,6 @@ void SerialEditor::buildMenu()
         m_model->setLeadingZeros(checked);
         m_display->setFocus();
     });
-
-    connect(m_hiddenMenu, &QMenu::aboutToShow, this, &SerialEditor::updateMenuState);
 }
 
 void SerialEditor::updateMenuState()

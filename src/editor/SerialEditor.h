@@ -62,6 +62,10 @@ private:
     friend class SerialEditorSurface;
 
     void buildMenu();
+    void buildTypeMenu();
+    void buildInsertItems();
+    void buildEditItems();
+    void buildDisplayItems();
     void updateMenuState();
     void layoutChildren();
     void relayout();
