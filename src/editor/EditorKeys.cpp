@@ -26,53 +26,174 @@ struct EditorModel::KeyHandlers {
         bool needsEdit; // nothing happens in a read-only editor
         Handler handler;
     };
+    static constexpr bool ReadOnlyToo = false;
+    static constexpr bool EditOnly = true;
+
+    // Left and Right: Shift extends the selection, Ctrl jumps over a run of
+    // bytes of one type.
+    template <void (EditorModel::*Move)(bool, bool)>
+    static Outcome move(EditorModel &m, Keys keys)
+    {
+        m.m_keyHandled = true;
+        (m.*Move)(keys.shift || keys.ctrl, keys.ctrl);
+        if (!keys.shift)
+            m.m_selectAnchor = int16(m.cursor());
+        return {.redraw = true};
+    }
+
+    static Outcome home(EditorModel &m, Keys keys)
+    {
+        m.m_keyHandled = true;
+        m.setCursor(0);
+        m.m_entryState = 0;
+        if (!keys.shift)
+            m.m_selectAnchor = 0;
+        return {.redraw = true};
+    }
+
+    static Outcome end(EditorModel &m, Keys keys)
+    {
+        m.m_keyHandled = true;
+        m.setCursor(m.m_message.NumberOfBytesInMessage());
+        m.m_entryState = 0;
+        if (!keys.shift)
+            m.m_selectAnchor = int16(m.cursor());
+        return {.redraw = true};
+    }
+
+    template <int Delta>
+    static Outcome step(EditorModel &m, Keys)
+    {
+        m.m_keyHandled = true;
+        const bool stepped = m.stepValue(Delta);
+        return {.changed = stepped, .redraw = stepped};
+    }
+
+    static Outcome deleteKey(EditorModel &m, Keys)
+    {
+        if (m.m_entryState != 0)
+            m.abandonTypedValue(); // Delete throws away the value being typed
+        else if (!m.removeRange(m.selectionRange()) && m.cursor() < m.shownByteCount())
+            m.removeBytes(m.cursor(), m.cursor());
+        m.m_keyHandled = true;
+        m.m_selectAnchor = int16(m.cursor());
+        return {.changed = true, .redraw = true};
+    }
+
+    // Backspace leaves KeyHandled unset, as it always has: the widget never
+    // passes its control character on as a key-press.
+    static Outcome backspace(EditorModel &m, Keys)
+    {
+        if (m.m_entryState != 0)
+            m.deleteTypedDigit();
+        else if (!m.removeRange(m.selectionRange()) && m.cursor() > 0)
+            m.removeBytes(m.cursor() - 1, m.cursor() - 1);
+        m.m_selectAnchor = int16(m.cursor());
+        return {.changed = true, .redraw = true};
+    }
+
+    // Ctrl+A, D, H, B: the selected bytes take the type, and typing goes on in
+    // it. Only ASCII reports a change; the others have always been silent, and
+    // the panels around us rely on neither.
+    template <Type NewType>
+    static Outcome entryType(EditorModel &m, Keys keys)
+    {
+        if (!keys.ctrl || m.m_forcedDisplayMode)
+            return {};
+        m.applyType(NewType);
+        m.m_message.SetCurrentMode(NewType);
+        emit m.flashRequested();
+        return {.changed = NewType == Type::Ascii, .redraw = true};
+    }
+
+    // Ctrl+O: Control is a type for existing bytes only. Nothing is typed as a
+    // control character, so the entry mode stays.
+    static Outcome controlType(EditorModel &m, Keys keys)
+    {
+        if (!keys.ctrl || m.m_forcedDisplayMode)
+            return {};
+        m.applyType(Type::Control);
+        return {.redraw = true};
+    }
+
+    static Outcome ignore(EditorModel &m, Keys keys)
+    {
+        if (!keys.ctrl || m.m_entryState != 0)
+            return {};
+        m.m_keyHandled = true;
+        if (m.m_message.CanDoIgnore()) {
+            m.removeRange(m.selectionRange());
+            m.insertAtCursor(IgnoreValue, Type::Ignore);
+        }
+        return {.redraw = true};
+    }
+
+    // The usual undo and redo keys: Ctrl+Z; Ctrl+Y or Ctrl+Shift+Z.
+    template <bool Undo>
+    static Outcome history(EditorModel &m, Keys keys)
+    {
+        if (!keys.ctrl)
+            return {};
+        m.m_keyHandled = true;
+        if (Undo && !keys.shift)
+            m.undo();
+        else
+            m.redo();
+        return {.fromHistory = true};
+    }
+
+    // Insert toggles the select flag: without it the byte at the cursor counts
+    // as selected, which is how a single byte is given a type.
+    static Outcome insertKey(EditorModel &m, Keys keys)
+    {
+        if (keys.ctrl || keys.shift)
+            return {};
+        m.m_selectFlag = !m.m_selectFlag;
+        m.m_keyHandled = true;
+        m.m_selectAnchor = int16(m.cursor());
+        return {.redraw = true};
+    }
+
+    // Escape cancels and Enter reports the change; keys that would move the
+    // focus or page through a list stay here and do nothing.
+    template <bool ReportsChange, bool Cancels>
+    static Outcome consume(EditorModel &m, Keys)
+    {
+        m.m_keyHandled = true;
+        return {.changed = ReportsChange, .cancelled = Cancels};
+    }
 
     static const Binding *find(int key);
-
-    static Outcome move(EditorModel &m, Keys keys, void (EditorModel::*step)(bool, bool));
-    static Outcome home(EditorModel &m, Keys keys);
-    static Outcome end(EditorModel &m, Keys keys);
-    static Outcome step(EditorModel &m, int delta);
-    static Outcome deleteKey(EditorModel &m, Keys keys);
-    static Outcome backspace(EditorModel &m, Keys keys);
-    static Outcome entryType(EditorModel &m, Keys keys, Type type);
-    static Outcome controlType(EditorModel &m, Keys keys);
-    static Outcome ignore(EditorModel &m, Keys keys);
-    static Outcome history(EditorModel &m, Keys keys, bool undo);
-    static Outcome insertKey(EditorModel &m, Keys keys);
-    static Outcome consume(EditorModel &m, Outcome outcome);
 };
 
 const EditorModel::KeyHandlers::Binding *EditorModel::KeyHandlers::find(int key)
 {
     // clang-format off
     static constexpr Binding Bindings[] = {
-        {Qt::Key_Left,      false, [](EditorModel &m, Keys k) { return move(m, k, &EditorModel::moveLeft); }},
-        {Qt::Key_Right,     false, [](EditorModel &m, Keys k) { return move(m, k, &EditorModel::moveRight); }},
-        {Qt::Key_Home,      false, home},
-        {Qt::Key_End,       false, end},
-        {Qt::Key_Up,        true,  [](EditorModel &m, Keys) { return step(m, 1); }},
-        {Qt::Key_Down,      true,  [](EditorModel &m, Keys) { return step(m, -1); }},
-        {Qt::Key_Delete,    true,  deleteKey},
-        {Qt::Key_Backspace, true,  backspace},
-        {Qt::Key_A,         true,  [](EditorModel &m, Keys k) { return entryType(m, k, Type::Ascii); }},
-        {Qt::Key_D,         true,  [](EditorModel &m, Keys k) { return entryType(m, k, Type::Decimal); }},
-        {Qt::Key_H,         true,  [](EditorModel &m, Keys k) { return entryType(m, k, Type::Hexadecimal); }},
-        {Qt::Key_B,         true,  [](EditorModel &m, Keys k) { return entryType(m, k, Type::Binary); }},
-        {Qt::Key_O,         true,  controlType},
-        {Qt::Key_I,         true,  ignore},
-        // The usual undo and redo keys: Ctrl+Z; Ctrl+Y or Ctrl+Shift+Z.
-        {Qt::Key_Z,         true,  [](EditorModel &m, Keys k) { return history(m, k, !k.shift); }},
-        {Qt::Key_Y,         true,  [](EditorModel &m, Keys k) { return history(m, k, false); }},
-        {Qt::Key_Insert,    true,  insertKey},
-        {Qt::Key_Escape,    true,  [](EditorModel &m, Keys) { return consume(m, {.cancelled = true}); }},
-        {Qt::Key_Return,    true,  [](EditorModel &m, Keys) { return consume(m, {.changed = true}); }},
-        {Qt::Key_Enter,     true,  [](EditorModel &m, Keys) { return consume(m, {.changed = true}); }},
-        // Keys that would move the focus or page through a list stay here.
-        {Qt::Key_Tab,       true,  [](EditorModel &m, Keys) { return consume(m, {}); }},
-        {Qt::Key_Backtab,   true,  [](EditorModel &m, Keys) { return consume(m, {}); }},
-        {Qt::Key_PageUp,    true,  [](EditorModel &m, Keys) { return consume(m, {}); }},
-        {Qt::Key_PageDown,  true,  [](EditorModel &m, Keys) { return consume(m, {}); }},
+        {Qt::Key_Left,      ReadOnlyToo, move<&EditorModel::moveLeft>},
+        {Qt::Key_Right,     ReadOnlyToo, move<&EditorModel::moveRight>},
+        {Qt::Key_Home,      ReadOnlyToo, home},
+        {Qt::Key_End,       ReadOnlyToo, end},
+        {Qt::Key_Up,        EditOnly,    step<1>},
+        {Qt::Key_Down,      EditOnly,    step<-1>},
+        {Qt::Key_Delete,    EditOnly,    deleteKey},
+        {Qt::Key_Backspace, EditOnly,    backspace},
+        {Qt::Key_A,         EditOnly,    entryType<Type::Ascii>},
+        {Qt::Key_D,         EditOnly,    entryType<Type::Decimal>},
+        {Qt::Key_H,         EditOnly,    entryType<Type::Hexadecimal>},
+        {Qt::Key_B,         EditOnly,    entryType<Type::Binary>},
+        {Qt::Key_O,         EditOnly,    controlType},
+        {Qt::Key_I,         EditOnly,    ignore},
+        {Qt::Key_Z,         EditOnly,    history<true>},
+        {Qt::Key_Y,         EditOnly,    history<false>},
+        {Qt::Key_Insert,    EditOnly,    insertKey},
+        {Qt::Key_Escape,    EditOnly,    consume<false, true>},
+        {Qt::Key_Return,    EditOnly,    consume<true, false>},
+        {Qt::Key_Enter,     EditOnly,    consume<true, false>},
+        {Qt::Key_Tab,       EditOnly,    consume<false, false>},
+        {Qt::Key_Backtab,   EditOnly,    consume<false, false>},
+        {Qt::Key_PageUp,    EditOnly,    consume<false, false>},
+        {Qt::Key_PageDown,  EditOnly,    consume<false, false>},
     };
     // clang-format on
     const auto *found = std::find_if(std::begin(Bindings), std::end(Bindings),
@@ -104,133 +225,6 @@ bool EditorModel::keyDown(int key, Qt::KeyboardModifiers modifiers)
     if (outcome.redraw)
         redraw();
     return m_keyHandled;
-}
-
-// --- the handlers -----------------------------------------------------------
-
-EditorModel::KeyHandlers::Outcome EditorModel::KeyHandlers::move(EditorModel &m, Keys keys,
-                                                                 void (EditorModel::*step)(bool, bool))
-{
-    m.m_keyHandled = true;
-    (m.*step)(keys.shift || keys.ctrl, keys.ctrl);
-    if (!keys.shift)
-        m.m_selectAnchor = int16(m.cursor());
-    return {.redraw = true};
-}
-
-EditorModel::KeyHandlers::Outcome EditorModel::KeyHandlers::home(EditorModel &m, Keys keys)
-{
-    m.m_keyHandled = true;
-    m.setCursor(0);
-    m.m_entryState = 0;
-    if (!keys.shift)
-        m.m_selectAnchor = 0;
-    return {.redraw = true};
-}
-
-EditorModel::KeyHandlers::Outcome EditorModel::KeyHandlers::end(EditorModel &m, Keys keys)
-{
-    m.m_keyHandled = true;
-    m.setCursor(m.m_message.NumberOfBytesInMessage());
-    m.m_entryState = 0;
-    if (!keys.shift)
-        m.m_selectAnchor = int16(m.cursor());
-    return {.redraw = true};
-}
-
-EditorModel::KeyHandlers::Outcome EditorModel::KeyHandlers::step(EditorModel &m, int delta)
-{
-    m.m_keyHandled = true;
-    const bool stepped = m.stepValue(delta);
-    return {.changed = stepped, .redraw = stepped};
-}
-
-EditorModel::KeyHandlers::Outcome EditorModel::KeyHandlers::deleteKey(EditorModel &m, Keys)
-{
-    if (m.m_entryState != 0)
-        m.abandonTypedValue(); // Delete throws away the value being typed
-    else if (!m.removeRange(m.selectionRange()) && m.cursor() < m.shownByteCount())
-        m.removeBytes(m.cursor(), m.cursor());
-    m.m_keyHandled = true;
-    m.m_selectAnchor = int16(m.cursor());
-    return {.changed = true, .redraw = true};
-}
-
-// Backspace leaves KeyHandled unset, as it always has: the widget never
-// passes its control character on as a key-press.
-EditorModel::KeyHandlers::Outcome EditorModel::KeyHandlers::backspace(EditorModel &m, Keys)
-{
-    if (m.m_entryState != 0)
-        m.deleteTypedDigit();
-    else if (!m.removeRange(m.selectionRange()) && m.cursor() > 0)
-        m.removeBytes(m.cursor() - 1, m.cursor() - 1);
-    m.m_selectAnchor = int16(m.cursor());
-    return {.changed = true, .redraw = true};
-}
-
-// Ctrl+A, D, H, B: the selected bytes take the type, and typing goes on in
-// it. Only ASCII reports a change; the others have always been silent, and
-// the panels around us rely on neither.
-EditorModel::KeyHandlers::Outcome EditorModel::KeyHandlers::entryType(EditorModel &m, Keys keys, Type type)
-{
-    if (!keys.ctrl || m.m_forcedDisplayMode)
-        return {};
-    m.applyType(type);
-    m.m_message.SetCurrentMode(type);
-    emit m.flashRequested();
-    return {.changed = type == Type::Ascii, .redraw = true};
-}
-
-// Ctrl+O: Control is a type for existing bytes only. Nothing is typed as a
-// control character, so the entry mode stays.
-EditorModel::KeyHandlers::Outcome EditorModel::KeyHandlers::controlType(EditorModel &m, Keys keys)
-{
-    if (!keys.ctrl || m.m_forcedDisplayMode)
-        return {};
-    m.applyType(Type::Control);
-    return {.redraw = true};
-}
-
-EditorModel::KeyHandlers::Outcome EditorModel::KeyHandlers::ignore(EditorModel &m, Keys keys)
-{
-    if (!keys.ctrl || m.m_entryState != 0)
-        return {};
-    m.m_keyHandled = true;
-    if (m.m_message.CanDoIgnore()) {
-        m.removeRange(m.selectionRange());
-        m.insertAtCursor(IgnoreValue, Type::Ignore);
-    }
-    return {.redraw = true};
-}
-
-EditorModel::KeyHandlers::Outcome EditorModel::KeyHandlers::history(EditorModel &m, Keys keys, bool undo)
-{
-    if (!keys.ctrl)
-        return {};
-    m.m_keyHandled = true;
-    if (undo)
-        m.undo();
-    else
-        m.redo();
-    return {.fromHistory = true};
-}
-
-// Insert toggles the select flag: without it the byte at the cursor counts
-// as selected, which is how a single byte is given a type.
-EditorModel::KeyHandlers::Outcome EditorModel::KeyHandlers::insertKey(EditorModel &m, Keys keys)
-{
-    if (keys.ctrl || keys.shift)
-        return {};
-    m.m_selectFlag = !m.m_selectFlag;
-    m.m_keyHandled = true;
-    m.m_selectAnchor = int16(m.cursor());
-    return {.redraw = true};
-}
-
-EditorModel::KeyHandlers::Outcome EditorModel::KeyHandlers::consume(EditorModel &m, Outcome outcome)
-{
-    m.m_keyHandled = true;
-    return outcome;
 }
 
 // --- moving and stepping ----------------------------------------------------
