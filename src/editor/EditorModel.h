@@ -11,9 +11,11 @@
 #include <optional>
 
 // Everything the message editor does, without a widget: the message and
-// its cursor and selection, the undo history, the keyboard, the clipboard
-// text and the context-menu commands. SerialEditor paints it and feeds it
-// events; tests drive it directly.
+// its cursor and selection, the keyboard (EditorKeys.cpp), the clipboard
+// commands and the context-menu commands. The undo history (UndoHistory),
+// the clipboard text (ClipboardCodec) and how each type of byte reads
+// (Notation) are parts of their own. SerialEditor paints the model and
+// feeds it events; tests drive it directly.
 //
 // The cursor is the message's CurrentByte and stands *before* the byte of
 // that index (CurrentByte == count means after the last byte). The
