@@ -37,14 +37,14 @@ ConfigData fullConfig()
             SerialEditorData &m = which == 0 ? config.OnMessages[i] : config.OffMessages[i];
             m.SetNumberOfBytesInMessage(SerialEditorData::MaxBytes);
             m.SetCanDoIgnore(true);
-            m.SetCurrentMode(static_cast<std::int16_t>(n % 4));
+            m.SetCurrentMode(SerialEditorData::Type(n % 4));
             for (int b = 0; b < SerialEditorData::MaxBytes; ++b) {
                 const int value = (b * 9 + n * 3 + which * 100) % 256;
-                const int type = b == SerialEditorData::MaxBytes - 1 ? SerialEditorData::Ignore
-                                 : value < 32                        ? SerialEditorData::Control
-                                                                     : b % 4;
+                const auto type = b == SerialEditorData::MaxBytes - 1 ? SerialEditorData::Type::Ignore
+                                  : value < 32                        ? SerialEditorData::Type::Control
+                                                                      : SerialEditorData::Type(b % 4);
                 m.SetByteValue(b, static_cast<std::int16_t>(value));
-                m.SetByteType(b, static_cast<std::int16_t>(type));
+                m.SetByteType(b, type);
             }
         }
         config.OnPeriods[i] = static_cast<std::int16_t>(n * 30);

@@ -1,122 +1,53 @@
-// The clipboard text a user pastes into a message editor. Anything can be
-// on the clipboard; only text an editor wrote is meant to be taken back.
+// The clipboard text a user pastes into a message editor, read by the
+// clipboard codec. Anything can be on the clipboard; only text an editor
+// wrote is meant to be taken back.
 //
-// Input: three bytes that set up the message being edited (its length,
-// where the cursor stands, whether wildcards are allowed and whether the
-// text gets the clipboard marker put in front), then the clipboard text.
+// Input: one byte whose bit 0 puts the clipboard marker in front of the
+// text and whose bit 1 reads the text as UTF-8 rather than Latin-1, then
+// the text.
 //
-// Invariants: a refused text leaves the message as it was and records no
-// undo step; an accepted one only inserts at the cursor, never grows the
-// message past 14 bytes, never brings an Ignore byte into a message that
-// forbids them, keeps cursor and anchor inside the message, and is undone
-// by one Undo. Whatever a paste produced copies out and pastes back into
-// an empty message byte for byte.
+// Invariants: reading never throws; text without the marker is refused; an
+// accepted text holds no more bytes than a message has slots; whatever was
+// accepted encodes to a text that reads back as the same bytes, and that
+// text is its own encoding again.
 #include "FuzzCheck.h"
-#include "editor/EditorModel.h"
+#include "editor/ClipboardCodec.h"
 
 #include <cstdint>
 
 namespace {
 
-using Type = SerialEditorData::Type;
-
-SerialEditorData startingMessage(int count, bool canIgnore)
+QString encoded(const QList<ClipboardCodec::Byte> &bytes)
 {
-    SerialEditorData m;
-    for (int i = 0; i < SerialEditorData::SlotCount; ++i) {
-        m.SetByteValue(i, static_cast<std::int16_t>((i * 37 + 11) % 256));
-        // Every type but Ignore, which the message may not be allowed to hold.
-        m.SetByteType(i, static_cast<std::int16_t>(i % Type::Ignore));
+    SerialEditorData message;
+    for (int k = 0; k < bytes.size(); ++k) {
+        message.SetByteValue(k, bytes[k].value);
+        message.SetByteType(k, bytes[k].type);
     }
-    m.SetNumberOfBytesInMessage(static_cast<std::int16_t>(count));
-    m.SetCanDoIgnore(canIgnore);
-    return m;
-}
-
-bool sameBytes(const SerialEditorData &a, int aFirst, const SerialEditorData &b, int bFirst, int n)
-{
-    for (int i = 0; i < n; ++i) {
-        if (a.ByteValue(aFirst + i) != b.ByteValue(bFirst + i)
-            || a.ByteType(aFirst + i) != b.ByteType(bFirst + i))
-            return false;
-    }
-    return true;
-}
-
-void checkPlacement(const EditorModel &model)
-{
-    const SerialEditorData &m = model.Message();
-    const int count = m.NumberOfBytesInMessage();
-    FUZZ_CHECK(count >= 0 && count <= SerialEditorData::MaxBytes);
-    FUZZ_CHECK(m.CurrentByte() >= 0 && m.CurrentByte() <= count);
-    FUZZ_CHECK(model.SelectAnchor() >= 0 && model.SelectAnchor() <= count);
+    return ClipboardCodec::encode(message, 0, static_cast<int>(bytes.size()) - 1);
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    if (size < 3)
+    if (size < 1)
         return 0;
-    const int count = data[0] % (SerialEditorData::MaxBytes + 1);
-    const int cursor = data[1] % (count + 1);
-    const bool canIgnore = (data[2] & 1) != 0;
-    const bool allowEdit = (data[2] & 2) != 0;
-    const bool addMarker = (data[2] & 4) != 0;
-    const QByteArray raw(reinterpret_cast<const char *>(data + 3), static_cast<qsizetype>(size - 3));
-    QString text = (data[2] & 8) != 0 ? QString::fromUtf8(raw) : QString::fromLatin1(raw);
-    if (addMarker)
-        text.prepend(EditorModel::ClipboardMarker);
+    const QByteArray raw(reinterpret_cast<const char *>(data + 1), static_cast<qsizetype>(size - 1));
+    QString text = (data[0] & 2) != 0 ? QString::fromUtf8(raw) : QString::fromLatin1(raw);
+    if ((data[0] & 1) != 0)
+        text.prepend(ClipboardCodec::Marker);
 
-    EditorModel model;
-    model.UseThisMessage(startingMessage(count, canIgnore), allowEdit);
-    model.placeCursor(cursor, false);
-    const SerialEditorData before = model.Message();
-    const int historyBefore = model.HistoryTop();
-
-    const bool accepted = model.Paste(text);
-    checkPlacement(model);
-    const SerialEditorData &after = model.Message();
-    if (!accepted) {
-        FUZZ_CHECK(after.IsTheSameAs(before));
-        FUZZ_CHECK(after.CurrentByte() == before.CurrentByte());
-        FUZZ_CHECK(model.HistoryTop() == historyBefore);
+    const auto bytes = ClipboardCodec::decode(text);
+    if (!text.startsWith(ClipboardCodec::Marker))
+        FUZZ_CHECK(!bytes);
+    if (!bytes || bytes->isEmpty())
         return 0;
-    }
+    FUZZ_CHECK(bytes->size() <= SerialEditorData::SlotCount);
 
-    // Pasting only ever inserts at the cursor: the bytes before it stay, the
-    // bytes from it on move up by what was inserted.
-    const int inserted = after.NumberOfBytesInMessage() - count;
-    FUZZ_CHECK(inserted >= 0);
-    FUZZ_CHECK(sameBytes(after, 0, before, 0, cursor));
-    FUZZ_CHECK(sameBytes(after, cursor + inserted, before, cursor, count - cursor));
-    if (inserted > 0)
-        FUZZ_CHECK(after.CurrentByte() == cursor + inserted);
-    FUZZ_CHECK(after.CanDoIgnore() == canIgnore);
-    if (!canIgnore) {
-        for (int i = 0; i < after.NumberOfBytesInMessage(); ++i)
-            FUZZ_CHECK(after.ByteType(i) != Type::Ignore);
-    }
-
-    // What the paste made copies out and pastes back as it is.
-    const SerialEditorData pasted = after;
-    const QString copied = model.CopyText(true);
-    FUZZ_CHECK(copied.isEmpty() == (pasted.NumberOfBytesInMessage() == 0));
-    if (!copied.isEmpty()) {
-        EditorModel other;
-        other.UseThisMessage(startingMessage(0, true), true);
-        FUZZ_CHECK(other.Paste(copied));
-        FUZZ_CHECK(other.Message().NumberOfBytesInMessage() == pasted.NumberOfBytesInMessage());
-        FUZZ_CHECK(sameBytes(other.Message(), 0, pasted, 0, pasted.NumberOfBytesInMessage()));
-    }
-
-    // One Undo takes the whole paste back.
-    model.Undo();
-    FUZZ_CHECK(model.Message().IsTheSameAs(before));
-    checkPlacement(model);
-    if (inserted > 0) {
-        model.Redo();
-        FUZZ_CHECK(model.Message().IsTheSameAs(pasted));
-    }
+    const QString again = encoded(*bytes);
+    const auto reread = ClipboardCodec::decode(again);
+    FUZZ_CHECK(reread && *reread == *bytes);
+    FUZZ_CHECK(encoded(*reread) == again);
     return 0;
 }

@@ -29,11 +29,11 @@ ConfigData scratchConfiguration()
         for (SerialEditorData *m : {&c.OnMessages[i], &c.OffMessages[i]}) {
             for (int k = 0; k < 3; ++k) {
                 m->SetByteValue(k, static_cast<std::int16_t>(100 + n * 10 + k));
-                m->SetByteType(k, static_cast<std::int16_t>(k));
+                m->SetByteType(k, SerialEditorData::Type(k));
             }
             m->SetNumberOfBytesInMessage(3);
             m->SetCurrentByte(1);
-            m->SetCurrentMode(static_cast<std::int16_t>(n % 5));
+            m->SetCurrentMode(SerialEditorData::Type(n % 5));
         }
         c.OnPeriods[i] = static_cast<std::int16_t>(-1000 - n);
         c.PulseModes[i] = n % 2 == 0;

@@ -16,11 +16,11 @@ SerialEditorData startingMessage()
     SerialEditorData m;
     for (int i = 0; i < SerialEditorData::SlotCount; ++i) {
         m.SetByteValue(i, static_cast<std::int16_t>(i * 17));
-        m.SetByteType(i, static_cast<std::int16_t>(i % 7));
+        m.SetByteType(i, SerialEditorData::Type(i % 7));
     }
     m.SetNumberOfBytesInMessage(5);
     m.SetCurrentByte(2);
-    m.SetCurrentMode(3);
+    m.SetCurrentMode(SerialEditorData::Type::Binary);
     m.SetCanDoIgnore(true);
     return m;
 }

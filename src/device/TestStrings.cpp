@@ -24,7 +24,7 @@ constexpr std::int16_t Blank = 32;
 void threeNotations(SerialEditorData &message, std::int16_t value)
 {
     message.SetNumberOfBytesInMessage(3);
-    const std::int16_t types[] = {Type::Decimal, Type::Hexadecimal, Type::Binary};
+    const Type types[] = {Type::Decimal, Type::Hexadecimal, Type::Binary};
     for (int i = 0; i < 3; ++i) {
         message.SetByteValue(i, value);
         message.SetByteType(i, types[i]);
@@ -74,7 +74,7 @@ Composition composeBit(const Selection &selection, SerialEditorData &message)
     // with two blanks between the pairs; only the first pair is sent.
     struct Cell {
         std::int16_t value;
-        std::int16_t type;
+        Type type;
     };
     const Cell cells[] = {{state, Type::Decimal}, {output, Type::Decimal},    {Blank, Type::Ascii},
                           {Blank, Type::Ascii},   {state, Type::Hexadecimal}, {output, Type::Hexadecimal},

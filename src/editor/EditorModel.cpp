@@ -1,61 +1,14 @@
 #include "editor/EditorModel.h"
 
-#include "message/NumericText.h"
+#include "editor/ClipboardCodec.h"
 
 #include <algorithm>
-#include <exception>
-
-namespace {
 
 using Type = SerialEditorData::Type;
 
-constexpr int ByteValueLimit = 256;
-constexpr int IgnoreValue = 63; // the code of "?", which is how a wildcard reads
-constexpr int LastControlValue = 31;
-
-std::int16_t int16(int value)
-{
-    return static_cast<std::int16_t>(value);
-}
-
-bool isNumberType(int type)
-{
-    return type == Type::Decimal || type == Type::Hexadecimal || type == Type::Binary;
-}
-
-// Comma-terminated fields after the clipboard marker. A field without its
-// comma means the text was cut short, and the whole paste is refused.
-class ClipboardFields
-{
-public:
-    ClipboardFields(const QString &text, qsizetype start)
-        : m_text(text)
-        , m_pos(start)
-    {}
-
-    // Throws std::overflow_error for a number beyond 16 bits.
-    std::optional<std::int16_t> next()
-    {
-        const qsizetype comma = m_text.indexOf(QLatin1Char(','), m_pos);
-        if (comma < 0)
-            return std::nullopt;
-        const QString field = m_text.mid(m_pos, comma - m_pos);
-        m_pos = comma + 1;
-        return tavo::leadingInt16(field.toStdString());
-    }
-
-private:
-    const QString &m_text;
-    qsizetype m_pos;
-};
-
-} // namespace
-
 EditorModel::EditorModel(QObject *parent)
     : QObject(parent)
-{
-    resetHistory();
-}
+{}
 
 // --- public face ------------------------------------------------------------
 
@@ -68,35 +21,27 @@ void EditorModel::UseThisMessage(const SerialEditorData &message, bool allowEdit
     m_selectAnchor = 0;
     m_entryState = 0;
     m_message.SetCurrentMode(Type::Ascii);
-    m_forcedDisplayMode = -1;
+    m_forcedDisplayMode.reset();
     m_selectFlag = true;
     redraw();
-    resetHistory();
+    m_history.reset(m_message);
 }
 
 void EditorModel::DisplayAsThisMode(int mode)
 {
-    if (mode < -1 || mode > Type::Control)
+    if (mode < -1 || mode > SerialEditorData::codeOf(Type::Control))
         return;
-    m_forcedDisplayMode = int16(mode);
+    m_forcedDisplayMode = mode == -1 ? ByteDisplay::ForcedType() : Type(mode);
     redraw();
 }
 
-void EditorModel::SetLeadingZeros(bool on)
+void EditorModel::setLeadingZeros(bool on)
 {
     m_leadingZeros = on;
     redraw();
 }
 
 // --- undo history -----------------------------------------------------------
-
-void EditorModel::resetHistory()
-{
-    m_history.clear();
-    m_history.emplace_back().SetAllDataTo(m_message);
-    m_historyTop = 0;
-    m_historyPos = 0;
-}
 
 void EditorModel::beginEdit()
 {
@@ -105,16 +50,7 @@ void EditorModel::beginEdit()
 
 void EditorModel::recordStep()
 {
-    if (m_message.IsTheSameAs(m_editStartCopy))
-        return;
-    // A new edit after some undos starts a new branch; the undone steps go.
-    if (m_historyPos != m_historyTop) {
-        m_history.resize(static_cast<std::size_t>(m_historyPos) + 1);
-        m_historyTop = m_historyPos;
-    }
-    ++m_historyTop;
-    m_history.emplace_back().SetAllDataTo(m_message);
-    m_historyPos = m_historyTop;
+    m_history.record(m_message, m_editStartCopy);
 }
 
 void EditorModel::restoreFrom(const SerialEditorData &entry)
@@ -126,20 +62,16 @@ void EditorModel::restoreFrom(const SerialEditorData &entry)
     redraw();
 }
 
-void EditorModel::Undo()
+void EditorModel::undo()
 {
-    if (m_historyPos == 0)
-        return;
-    --m_historyPos;
-    restoreFrom(m_history[static_cast<std::size_t>(m_historyPos)]);
+    if (const SerialEditorData *entry = m_history.undo())
+        restoreFrom(*entry);
 }
 
-void EditorModel::Redo()
+void EditorModel::redo()
 {
-    if (m_historyPos >= m_historyTop)
-        return;
-    ++m_historyPos;
-    restoreFrom(m_history[static_cast<std::size_t>(m_historyPos)]);
+    if (const SerialEditorData *entry = m_history.redo())
+        restoreFrom(*entry);
 }
 
 // --- cursor and selection ---------------------------------------------------
@@ -192,7 +124,7 @@ std::optional<EditorModel::Range> EditorModel::selectionRange() const
     return r;
 }
 
-bool EditorModel::applyType(int type)
+bool EditorModel::applyType(Type type)
 {
     if (m_entryState != 0 || !hasSelection())
         return false;
@@ -201,14 +133,15 @@ bool EditorModel::applyType(int type)
     // written into the packed text's extra pair, so files keep it.
     for (int i = 0; i < SerialEditorData::SlotCount; ++i) {
         if (isSelected(i))
-            m_message.SetByteType(i, int16(type));
+            m_message.SetByteType(i, type);
     }
     return true;
 }
 
-void EditorModel::SetSelectedType(int type)
+void EditorModel::setSelectedType(Type type)
 {
-    if (type < Type::Ascii || type > Type::Control)
+    const int code = SerialEditorData::codeOf(type);
+    if (code < SerialEditorData::codeOf(Type::Ascii) || code > SerialEditorData::codeOf(Type::Control))
         return;
     beginEdit();
     if (!applyType(type))
@@ -273,348 +206,26 @@ bool EditorModel::makeRoom()
     return true;
 }
 
-bool EditorModel::insertAtCursor(int value, int type)
+bool EditorModel::insertAtCursor(int value, Type type)
 {
     if (!makeRoom())
         return false;
     const int c = cursor();
     m_message.SetByteValue(c, int16(value));
-    m_message.SetByteType(c, int16(type));
+    m_message.SetByteType(c, type);
     setCursor(c + 1);
     m_selectAnchor = int16(cursor());
     return true;
 }
-
-// --- keyboard ---------------------------------------------------------------
 
 void EditorModel::finishTypedValue()
 {
     m_entryState = 0;
 }
 
-void EditorModel::moveLeft(bool extend, bool byRun)
-{
-    const int c = cursor();
-    if (m_entryState != 0) {
-        // The cursor already stands before the byte being typed, so leaving
-        // the value to the left only ends the typing.
-        finishTypedValue();
-        return;
-    }
-    // Without Shift or Ctrl a selection collapses onto its left edge, as it
-    // does in any text field.
-    if (!extend && c != anchor()) {
-        setCursor(std::min(c, anchor()));
-        return;
-    }
-    if (c == 0)
-        return;
-    int to = c - 1;
-    if (byRun) {
-        // Ctrl jumps to the start of the run of bytes shown in one type, the
-        // way Ctrl+Left jumps over a word.
-        const int type = displayType(to);
-        while (to > 0 && displayType(to - 1) == type)
-            --to;
-    }
-    setCursor(to);
-}
-
-void EditorModel::moveRight(bool extend, bool byRun)
-{
-    const int c = cursor();
-    if (m_entryState != 0) {
-        // Done with the typed value: step past it, ready for the next byte.
-        finishTypedValue();
-        setCursor(c + 1);
-        return;
-    }
-    if (!extend && c != anchor()) {
-        setCursor(std::max(c, anchor()));
-        return;
-    }
-    int to = c + 1;
-    if (byRun && c < shownByteCount()) {
-        const int type = displayType(c);
-        while (to < shownByteCount() && displayType(to) == type)
-            ++to;
-    }
-    setCursor(to);
-}
-
-bool EditorModel::stepValue(int delta)
-{
-    m_keyHandled = true;
-    // Stepping acts on the byte at the cursor only, never on a selection.
-    if (hasSelection())
-        return false;
-    m_selectAnchor = int16(cursor());
-    const int c = cursor();
-    if (c >= shownByteCount())
-        return true;
-    const bool control = m_message.ByteType(c) == Type::Control;
-    int value = m_message.ByteValue(c) + delta;
-    // Only control bytes wrap upwards: Up on 255 gives 256, which the
-    // drawing shows as out of range ("100h") and the image builder refuses,
-    // so the unit never receives a silently wrapped value.
-    if (delta > 0 && control && value > LastControlValue)
-        value = 0;
-    if (value < 0)
-        value = control ? LastControlValue : ByteValueLimit - 1;
-    m_message.SetByteValue(c, int16(value));
-    return true;
-}
-
-void EditorModel::chooseEntryType(int type, bool setsEntryMode)
-{
-    applyType(type);
-    if (setsEntryMode) {
-        m_message.SetCurrentMode(int16(type));
-        emit flashRequested();
-    }
-}
-
-bool EditorModel::keyDown(int key, Qt::KeyboardModifiers modifiers)
-{
-    beginEdit();
-    m_keyHandled = false;
-    const bool ctrl = modifiers.testFlag(Qt::ControlModifier);
-    // A read-only editor moves its cursor but never selects.
-    const bool shift = modifiers.testFlag(Qt::ShiftModifier) && m_allowEdit;
-    bool changed = false;
-    bool cancelled = false;
-    bool redrawn = false;
-
-    switch (key) {
-    case Qt::Key_Left:
-    case Qt::Key_Right:
-        m_keyHandled = true;
-        if (key == Qt::Key_Left)
-            moveLeft(shift || ctrl, ctrl);
-        else
-            moveRight(shift || ctrl, ctrl);
-        if (!shift)
-            m_selectAnchor = int16(cursor());
-        redrawn = true;
-        break;
-    case Qt::Key_Home:
-        m_keyHandled = true;
-        setCursor(0);
-        m_entryState = 0;
-        if (!shift)
-            m_selectAnchor = 0;
-        redrawn = true;
-        break;
-    case Qt::Key_End:
-        m_keyHandled = true;
-        setCursor(m_message.NumberOfBytesInMessage());
-        m_entryState = 0;
-        if (!shift)
-            m_selectAnchor = int16(cursor());
-        redrawn = true;
-        break;
-    default: break;
-    }
-
-    if (!m_keyHandled && m_allowEdit) {
-        switch (key) {
-        case Qt::Key_Up:
-        case Qt::Key_Down: changed = redrawn = stepValue(key == Qt::Key_Up ? 1 : -1); break;
-        case Qt::Key_Delete: {
-            if (m_entryState != 0) {
-                // Delete throws away the value being typed.
-                removeBytes(cursor(), cursor());
-                m_entryState = 0;
-            } else if (!removeRange(selectionRange()) && cursor() < shownByteCount()) {
-                removeBytes(cursor(), cursor());
-            }
-            m_keyHandled = true;
-            m_selectAnchor = int16(cursor());
-            changed = redrawn = true;
-            break;
-        }
-        case Qt::Key_Backspace:
-            if (m_entryState != 0) {
-                deleteTypedDigit();
-            } else if (!removeRange(selectionRange()) && cursor() > 0) {
-                removeBytes(cursor() - 1, cursor() - 1);
-            }
-            m_selectAnchor = int16(cursor());
-            changed = redrawn = true;
-            break;
-        case Qt::Key_A:
-        case Qt::Key_D:
-        case Qt::Key_H:
-        case Qt::Key_B:
-            if (ctrl && m_forcedDisplayMode == -1) {
-                const int type = key == Qt::Key_A   ? Type::Ascii
-                                 : key == Qt::Key_D ? Type::Decimal
-                                 : key == Qt::Key_H ? Type::Hexadecimal
-                                                    : Type::Binary;
-                chooseEntryType(type, true);
-                // Only ASCII reports a change; the others have always been
-                // silent, and the panels around us rely on neither.
-                changed = key == Qt::Key_A;
-                redrawn = true;
-            }
-            break;
-        case Qt::Key_O:
-            // Control is a type for existing bytes only: nothing is typed as
-            // a control character, so the entry mode stays.
-            if (ctrl && m_forcedDisplayMode == -1) {
-                chooseEntryType(Type::Control, false);
-                redrawn = true;
-            }
-            break;
-        case Qt::Key_I:
-            if (ctrl && m_entryState == 0) {
-                m_keyHandled = true;
-                if (m_message.CanDoIgnore()) {
-                    removeRange(selectionRange());
-                    insertAtCursor(IgnoreValue, Type::Ignore);
-                }
-                redrawn = true;
-            }
-            break;
-        case Qt::Key_Z:
-        case Qt::Key_Y:
-            // The usual undo and redo keys (Ctrl+Z; Ctrl+Y or Ctrl+Shift+Z);
-            // they restore history entries, so they must not record one.
-            if (ctrl) {
-                m_keyHandled = true;
-                if (key == Qt::Key_Z && !shift)
-                    Undo();
-                else
-                    Redo();
-                return true;
-            }
-            break;
-        case Qt::Key_Insert:
-            if (!ctrl && !shift) {
-                m_selectFlag = !m_selectFlag;
-                m_keyHandled = true;
-                m_selectAnchor = int16(cursor());
-                redrawn = true;
-            }
-            break;
-        case Qt::Key_Escape:
-            m_keyHandled = true;
-            cancelled = true;
-            break;
-        case Qt::Key_Return:
-        case Qt::Key_Enter:
-            m_keyHandled = true;
-            changed = true;
-            break;
-        case Qt::Key_Tab:
-        case Qt::Key_Backtab:
-        case Qt::Key_PageUp:
-        case Qt::Key_PageDown: m_keyHandled = true; break;
-        default: break;
-        }
-    }
-
-    // Recording comes before the signals: a listener may load another
-    // message into us, and that must not end up in the fresh history.
-    if (m_allowEdit)
-        recordStep();
-    if (cancelled)
-        emit Cancelled();
-    if (changed)
-        emit Changed();
-    if (redrawn)
-        redraw();
-    return m_keyHandled;
-}
-
-void EditorModel::keyPress(char16_t character)
-{
-    if (m_keyHandled || !m_allowEdit)
-        return;
-    beginEdit();
-    if (m_entryState != 0)
-        typeDigit(character);
-    else
-        startTypedByte(character);
-    recordStep();
-    emit Changed();
-    redraw();
-}
-
-void EditorModel::typeDigit(char16_t character)
-{
-    const int c = cursor();
-    if (c >= shownByteCount() || !isNumberType(m_message.ByteType(c))) {
-        // The byte being typed has gone (or changed type) under us.
-        m_entryState = 0;
-        return;
-    }
-    const int type = m_message.ByteType(c);
-    const QString digits = ByteDisplay::typedDigits(m_message.ByteValue(c), type);
-    const auto value = ByteDisplay::digitsValue(digits.left(m_entryState - 1) + QChar(character), type);
-    // A digit that would take the value past a byte is refused; the value
-    // stays as it was and the user can still type Backspace or move on.
-    if (!value || *value >= ByteValueLimit)
-        return;
-    m_message.SetByteValue(c, int16(*value));
-    m_entryState = int16(ByteDisplay::typedDigits(*value, type).size() + 1);
-}
-
-void EditorModel::startTypedByte(char16_t character)
-{
-    const int mode = m_message.CurrentMode();
-    if (mode == Type::Ascii) {
-        if (character == u'\t' || character == u'\r')
-            return;
-        if (const auto code = ByteDisplay::byteFor(character))
-            insertAtCursor(*code, Type::Ascii);
-        return;
-    }
-    if (!isNumberType(mode))
-        return;
-    const auto value = ByteDisplay::digitsValue(QString(QChar(character)), mode);
-    if (!value)
-        return;
-    removeRange(selectionRange());
-    if (!makeRoom())
-        return;
-    // The cursor stays on the new byte while its value is being typed.
-    const int c = cursor();
-    m_message.SetByteValue(c, int16(*value));
-    m_message.SetByteType(c, int16(mode));
-    m_selectAnchor = int16(c);
-    m_entryState = int16(ByteDisplay::typedDigits(*value, mode).size() + 1);
-}
-
-void EditorModel::deleteTypedDigit()
-{
-    const int c = cursor();
-    if (c >= shownByteCount() || !isNumberType(m_message.ByteType(c))) {
-        m_entryState = 0;
-        return;
-    }
-    const int type = m_message.ByteType(c);
-    QString digits = ByteDisplay::typedDigits(m_message.ByteValue(c), type).left(m_entryState - 1);
-    digits.chop(1);
-    if (digits.isEmpty()) {
-        // Taking back the only digit takes back the byte it started.
-        abandonTypedValue();
-        return;
-    }
-    const int value = ByteDisplay::digitsValue(digits, type).value_or(0);
-    m_message.SetByteValue(c, int16(value));
-    m_entryState = int16(digits.size() + 1);
-}
-
-void EditorModel::abandonTypedValue()
-{
-    removeBytes(cursor(), cursor());
-    m_entryState = 0;
-}
-
 // --- clipboard --------------------------------------------------------------
 
-QString EditorModel::CopyText(bool wholeMessage) const
+QString EditorModel::copyText(bool wholeMessage) const
 {
     std::optional<Range> range;
     if (wholeMessage) {
@@ -625,15 +236,12 @@ QString EditorModel::CopyText(bool wholeMessage) const
     }
     if (!range)
         return {};
-    QString text = ClipboardMarker + QString::number(range->size()) + QLatin1Char(',');
-    for (int i = range->first; i <= range->last; ++i)
-        text += QStringLiteral("%1,%2,").arg(m_message.ByteValue(i)).arg(m_message.ByteType(i));
-    return text;
+    return ClipboardCodec::encode(m_message, range->first, range->last);
 }
 
-QString EditorModel::Cut()
+QString EditorModel::cut()
 {
-    const QString text = CopyText(false);
+    const QString text = copyText(false);
     if (!m_allowEdit || text.isEmpty())
         return text;
     beginEdit();
@@ -643,43 +251,20 @@ QString EditorModel::Cut()
     return text;
 }
 
-bool EditorModel::Paste(const QString &text)
+bool EditorModel::paste(const QString &text)
 {
-    if (!text.startsWith(ClipboardMarker))
+    // Every check comes before the first change, so a refused text leaves
+    // the message as it was.
+    const auto bytes = ClipboardCodec::decode(text);
+    if (!bytes)
         return false;
-    SerialEditorData pasted;
-    int count = 0;
-    try {
-        // Every check comes before the first change, so a damaged text
-        // leaves the message as it was.
-        ClipboardFields fields(text, ClipboardMarker.size());
-        const auto countField = fields.next();
-        if (!countField || *countField == 0)
-            return false;
-        count = *countField;
-        for (int k = 0; k < count; ++k) {
-            const auto value = fields.next();
-            const auto type = value ? fields.next() : std::nullopt;
-            if (!type)
-                return false;
-            // More than 15 bytes throws here; nobody writes such a text.
-            pasted.SetByteValue(k, *value);
-            pasted.SetByteType(k, *type);
-        }
-    } catch (const std::exception &) {
-        return false;
-    }
-
     beginEdit();
-    if (!m_message.CanDoIgnore()) {
-        for (int k = 0; k < count; ++k) {
-            if (pasted.ByteType(k) == Type::Ignore)
-                return false;
-        }
-    }
+    const auto isIgnore = [](const ClipboardCodec::Byte &byte) { return byte.type == Type::Ignore; };
+    if (!m_message.CanDoIgnore() && std::any_of(bytes->begin(), bytes->end(), isIgnore))
+        return false;
     // Bytes that find no room are dropped one by one; the rest go in.
-    for (int k = 0; k < count; ++k)
-        insertAtCursor(pasted.ByteValue(k), pasted.ByteType(k));
+    for (const ClipboardCodec::Byte &byte : *bytes)
+        insertAtCursor(byte.value, byte.type);
     recordStep();
     redraw();
     return true;
@@ -687,7 +272,7 @@ bool EditorModel::Paste(const QString &text)
 
 // --- context-menu commands --------------------------------------------------
 
-void EditorModel::InsertControl(int value)
+void EditorModel::insertControl(int value)
 {
     if (!m_allowEdit || value < 0 || value > LastControlValue)
         return;
@@ -699,7 +284,7 @@ void EditorModel::InsertControl(int value)
     redraw();
 }
 
-void EditorModel::InsertIgnore()
+void EditorModel::insertIgnore()
 {
     if (!m_allowEdit || !m_message.CanDoIgnore())
         return;
@@ -710,7 +295,7 @@ void EditorModel::InsertIgnore()
     redraw();
 }
 
-void EditorModel::DeleteSelection()
+void EditorModel::deleteSelection()
 {
     if (!m_allowEdit)
         return;
@@ -724,7 +309,7 @@ void EditorModel::DeleteSelection()
 
 // --- what the drawing shows -------------------------------------------------
 
-int EditorModel::displayType(int index) const
+SerialEditorData::Type EditorModel::displayType(int index) const
 {
     return ByteDisplay::displayTypeOf(m_message, index, m_forcedDisplayMode);
 }
@@ -736,12 +321,12 @@ QString EditorModel::cellText(int index) const
 
 ByteDisplay::Rgb EditorModel::cellColour(int index) const
 {
-    return ByteDisplay::colourOf(displayType(index));
+    return ByteDisplay::notationOf(displayType(index)).colour;
 }
 
 QString EditorModel::modeLabel() const
 {
-    return ByteDisplay::modeLabel(m_forcedDisplayMode >= 0 ? m_forcedDisplayMode : m_message.CurrentMode());
+    return ByteDisplay::notationOf(m_forcedDisplayMode.value_or(m_message.CurrentMode())).label.toString();
 }
 
 QString EditorModel::positionLabel() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "editor/ByteDisplay.h"
+#include "editor/UndoHistory.h"
 #include "message/SerialEditorData.h"
 
 #include <QObject>
@@ -8,16 +9,24 @@
 #include <qnamespace.h>
 
 #include <optional>
-#include <vector>
 
 // Everything the message editor does, without a widget: the message and
-// its cursor and selection, the undo history, the keyboard, the clipboard
-// text and the context-menu commands. SerialEditor paints it and feeds it
-// events; tests drive it directly.
+// its cursor and selection, the keyboard (EditorKeys.cpp), the clipboard
+// commands and the context-menu commands. The undo history (UndoHistory),
+// the clipboard text (ClipboardCodec) and how each type of byte reads
+// (Notation) are parts of their own. SerialEditor paints the model and
+// feeds it events; tests drive it directly.
 //
 // The cursor is the message's CurrentByte and stands *before* the byte of
 // that index (CurrentByte == count means after the last byte). The
 // selection runs between SelectAnchor and the cursor.
+//
+// The state accessors (AllowEdit, SelectAnchor, EntryState,
+// ForcedDisplayMode, SelectFlag, Message, HistoryTop), UseThisMessage,
+// DisplayAsThisMode and the signals Changed and Cancelled have the names
+// the unit's original configuration tool used. They keep that spelling,
+// against our lowerCamelCase habit, so that what the editor does can be
+// traced name by name to the tool its users know; the other names are ours.
 class EditorModel : public QObject
 {
     Q_OBJECT
@@ -28,10 +37,7 @@ public:
         int first = 0;
         int last = -1;
         int size() const { return last - first + 1; }
-        friend bool operator==(const Range &, const Range &) = default;
     };
-
-    static inline const QString ClipboardMarker = QStringLiteral("OLVEXBYTES");
 
     explicit EditorModel(QObject *parent = nullptr);
 
@@ -39,30 +45,26 @@ public:
     bool AllowEdit() const { return m_allowEdit; }
     std::int16_t SelectAnchor() const { return m_selectAnchor; }
     std::int16_t EntryState() const { return m_entryState; }
-    std::int16_t ForcedDisplayMode() const { return m_forcedDisplayMode; }
+    // The type every byte is shown in, or nothing when each shows its own.
+    ByteDisplay::ForcedType ForcedDisplayMode() const { return m_forcedDisplayMode; }
     bool SelectFlag() const { return m_selectFlag; }
-    bool KeyHandled() const { return m_keyHandled; }
-    bool LeadingZeros() const { return m_leadingZeros; }
+    bool leadingZeros() const { return m_leadingZeros; }
     SerialEditorData &Message() { return m_message; }
     const SerialEditorData &Message() const { return m_message; }
-    const SerialEditorData &EditStartCopy() const { return m_editStartCopy; }
-    const std::vector<SerialEditorData> &History() const { return m_history; }
-    int HistoryTop() const { return m_historyTop; }
-    int HistoryPos() const { return m_historyPos; }
-    static const std::array<QString, 32> &ControlCharNames() { return ByteDisplay::controlCharNames(); }
+    int HistoryTop() const { return m_history.HistoryTop(); }
 
     // --- public face of the editor ----------------------------------------
     void UseThisMessage(const SerialEditorData &message, bool allowEdit);
     // -1 shows every byte in its own type, 0..4 forces one type; other
     // values are ignored.
     void DisplayAsThisMode(int mode);
-    void SetLeadingZeros(bool on);
+    void setLeadingZeros(bool on);
 
     // --- undo history --------------------------------------------------
-    void Undo();
-    void Redo();
-    bool canUndo() const { return m_historyPos > 0; }
-    bool canRedo() const { return m_historyPos < m_historyTop; }
+    void undo();
+    void redo();
+    bool canUndo() const { return m_history.canUndo(); }
+    bool canRedo() const { return m_history.canRedo(); }
 
     // --- selection ---------------------------------------------------------
     // Whether byte `index` is drawn selected and takes a new type. While
@@ -76,8 +78,8 @@ public:
     // the position after the last byte. Nothing while a value is typed or
     // when there is no selection.
     std::optional<Range> selectionRange() const;
-    // Gives the selected bytes a type (0..4) and raises Changed.
-    void SetSelectedType(int type);
+    // Gives the selected bytes a type (ASCII to Control) and raises Changed.
+    void setSelectedType(SerialEditorData::Type type);
 
     // --- mouse ---------------------------------------------------------------
     // Puts the cursor before byte `position` (a click); with `extend` the
@@ -92,24 +94,24 @@ public:
     // key-down that consumed its key.
     void keyPress(char16_t character);
 
-    // --- clipboard text (the caller owns the clipboard) -------------------
+    // --- clipboard text (ClipboardCodec; the caller owns the clipboard) ---
     // The text for the clipboard, or an empty string when there is nothing
     // to copy (the caller then leaves the clipboard empty).
-    QString CopyText(bool wholeMessage) const;
+    QString copyText(bool wholeMessage) const;
     // Copies the selection and, when editing is allowed, removes it.
-    QString Cut();
+    QString cut();
     // Inserts the bytes of a clipboard text at the cursor. Returns false
     // when the text was refused whole.
-    bool Paste(const QString &text);
+    bool paste(const QString &text);
 
     // --- context-menu commands --------------------------------------------
-    void InsertControl(int value);
-    void InsertIgnore();
-    void DeleteSelection();
+    void insertControl(int value);
+    void insertIgnore();
+    void deleteSelection();
 
     // --- what the drawing shows -------------------------------------------
     int shownByteCount() const { return ByteDisplay::shownByteCount(m_message); }
-    int displayType(int index) const;
+    SerialEditorData::Type displayType(int index) const;
     QString cellText(int index) const;
     ByteDisplay::Rgb cellColour(int index) const;
     // The label of the entry mode (empty for a mode without one).
@@ -129,42 +131,47 @@ signals:
     void flashRequested();
 
 private:
+    struct KeyHandlers; // the key-down step's table, in EditorKeys.cpp
+
+    static constexpr int ByteValueLimit = 256;
+    static constexpr int IgnoreValue = 63; // the code of "?", which is how a wildcard reads
+    static constexpr int LastControlValue = 31;
+    static std::int16_t int16(int value) { return static_cast<std::int16_t>(value); }
+
     int lastCursorPosition() const;
+    void setCursor(int position);
     void beginEdit();
     void recordStep();
-    void resetHistory();
     void restoreFrom(const SerialEditorData &entry);
     void redraw() { emit redrawNeeded(); }
 
-    bool applyType(int type);
-    void chooseEntryType(int type, bool setsEntryMode);
-    bool stepValue(int delta);
-    void moveLeft(bool extend, bool byRun);
-    void moveRight(bool extend, bool byRun);
-    void finishTypedValue();
-
+    bool applyType(SerialEditorData::Type type);
     bool removeRange(const std::optional<Range> &range);
     void removeBytes(int first, int last);
     bool makeRoom();
-    bool insertAtCursor(int value, int type);
+    bool insertAtCursor(int value, SerialEditorData::Type type);
 
+    void moveLeft(bool extend, bool byRun);
+    void moveRight(bool extend, bool byRun);
+    bool stepValue(int delta);
+
+    // The notation of the byte whose value is being typed; nothing (and the
+    // typing ends) when that byte has gone or is no number any more.
+    const ByteDisplay::Notation *typedNotation();
     void typeDigit(char16_t character);
     void startTypedByte(char16_t character);
     void deleteTypedDigit();
+    void finishTypedValue();
     void abandonTypedValue();
-
-    void setCursor(int position);
 
     bool m_allowEdit = false;
     std::int16_t m_selectAnchor = 0;
     std::int16_t m_entryState = 0;
-    std::int16_t m_forcedDisplayMode = -1;
+    ByteDisplay::ForcedType m_forcedDisplayMode;
     bool m_selectFlag = true;
     bool m_keyHandled = false;
     bool m_leadingZeros = false;
     SerialEditorData m_message;
     SerialEditorData m_editStartCopy;
-    std::vector<SerialEditorData> m_history;
-    int m_historyTop = 0;
-    int m_historyPos = 0;
+    UndoHistory m_history;
 };

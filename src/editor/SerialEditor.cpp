@@ -46,6 +46,27 @@ QString labelSample()
     return QStringLiteral("15/15");
 }
 
+QAction *addItem(QMenu *menu, const QString &name, const QString &caption)
+{
+    QAction *action = menu->addAction(caption);
+    action->setObjectName(name);
+    return action;
+}
+
+// A submenu; its item in the parent menu is named after it, with "Action".
+QMenu *addSubmenu(QMenu *parent, const QString &name, const QString &caption)
+{
+    QMenu *menu = parent->addMenu(caption);
+    menu->setObjectName(name);
+    menu->menuAction()->setObjectName(name + QStringLiteral("Action"));
+    return menu;
+}
+
+void addSeparator(QMenu *menu, const QString &name)
+{
+    menu->addSeparator()->setObjectName(name);
+}
+
 } // namespace
 
 // The drawing surface: it takes the keys, the mouse and the focus, and hands
@@ -140,7 +161,7 @@ SerialEditor::SerialEditor(QWidget *parent)
 
     m_byteMode->setObjectName(QStringLiteral("ByteMode"));
     m_byteMode->setToolTip(QStringLiteral("Current byte mode"));
-    m_byteMode->setText(ByteDisplay::modeLabel(0));
+    m_byteMode->setText(ByteDisplay::notationOf(SerialEditorData::Type::Ascii).label.toString());
     m_byteCounts->setObjectName(QStringLiteral("ByteCounts"));
     m_byteCounts->setToolTip(QStringLiteral("current byte OF total number of bytes"));
     for (QLabel *label : {m_byteMode, m_byteCounts})
@@ -227,42 +248,49 @@ QSize SerialEditor::minimumSizeHint() const
 void SerialEditor::buildMenu()
 {
     m_hiddenMenu->setObjectName(QStringLiteral("HiddenMenu"));
-    auto addItem = [](QMenu *menu, const QString &name, const QString &caption) {
-        QAction *action = menu->addAction(caption);
-        action->setObjectName(name);
-        return action;
-    };
-    auto addSeparator = [this](const QString &name) { m_hiddenMenu->addSeparator()->setObjectName(name); };
+    buildTypeMenu();
+    addSeparator(m_hiddenMenu, QStringLiteral("MenuSpace1"));
+    buildInsertItems();
+    addSeparator(m_hiddenMenu, QStringLiteral("MenuSpace2"));
+    buildEditItems();
+    addSeparator(m_hiddenMenu, QStringLiteral("MenuSpace4"));
+    buildDisplayItems();
+    connect(m_hiddenMenu, &QMenu::aboutToShow, this, &SerialEditor::updateMenuState);
+}
 
-    QMenu *modeMenu = m_modeMenu = m_hiddenMenu->addMenu(QStringLiteral("Mode"));
-    modeMenu->setObjectName(QStringLiteral("MenuByteMode"));
-    modeMenu->menuAction()->setObjectName(QStringLiteral("MenuByteModeAction"));
-    const std::array<QString, 5> typeCaptions = {QStringLiteral("&ASCII"), QStringLiteral("Decimal"),
-                                                 QStringLiteral("Hexadecimal"), QStringLiteral("Binary"),
-                                                 QStringLiteral("Control")};
+void SerialEditor::buildTypeMenu()
+{
+    m_modeMenu = addSubmenu(m_hiddenMenu, QStringLiteral("MenuByteMode"), QStringLiteral("Mode"));
+    const std::array<QString, 5> captions = {QStringLiteral("&ASCII"), QStringLiteral("Decimal"),
+                                             QStringLiteral("Hexadecimal"), QStringLiteral("Binary"),
+                                             QStringLiteral("Control")};
     for (int i = 0; i < 5; ++i) {
-        m_charType[i] = addItem(modeMenu, QStringLiteral("CharType%1").arg(i), typeCaptions[i]);
-        connect(m_charType[i], &QAction::triggered, this, [this, i] { m_model->SetSelectedType(i); });
+        m_charType[i] = addItem(m_modeMenu, QStringLiteral("CharType%1").arg(i), captions[i]);
+        connect(m_charType[i], &QAction::triggered, this,
+                [this, i] { m_model->setSelectedType(SerialEditorData::Type(i)); });
     }
-    addSeparator(QStringLiteral("MenuSpace1"));
+}
 
-    QMenu *controlMenu = m_controlMenu = m_hiddenMenu->addMenu(QStringLiteral("Insert Control"));
-    controlMenu->setObjectName(QStringLiteral("MenuControlChar"));
-    controlMenu->menuAction()->setObjectName(QStringLiteral("MenuControlCharAction"));
+void SerialEditor::buildInsertItems()
+{
+    m_controlMenu =
+        addSubmenu(m_hiddenMenu, QStringLiteral("MenuControlChar"), QStringLiteral("Insert Control"));
     for (int c = 0; c < 32; ++c) {
-        m_controlChars[c] = addItem(controlMenu, QStringLiteral("MenuControlChars%1").arg(c),
+        m_controlChars[c] = addItem(m_controlMenu, QStringLiteral("MenuControlChars%1").arg(c),
                                     ByteDisplay::controlCharCaption(c));
-        connect(m_controlChars[c], &QAction::triggered, this, [this, c] { m_model->InsertControl(c); });
+        connect(m_controlChars[c], &QAction::triggered, this, [this, c] { m_model->insertControl(c); });
     }
     m_ignore = addItem(m_hiddenMenu, QStringLiteral("MenuIgnore"), QStringLiteral("Insert Ignore"));
-    connect(m_ignore, &QAction::triggered, m_model, &EditorModel::InsertIgnore);
-    addSeparator(QStringLiteral("MenuSpace2"));
+    connect(m_ignore, &QAction::triggered, m_model, &EditorModel::insertIgnore);
+}
 
+void SerialEditor::buildEditItems()
+{
     m_undo = addItem(m_hiddenMenu, QStringLiteral("MenuUndo"), QStringLiteral("Undo"));
-    connect(m_undo, &QAction::triggered, m_model, &EditorModel::Undo);
+    connect(m_undo, &QAction::triggered, m_model, &EditorModel::undo);
     m_redo = addItem(m_hiddenMenu, QStringLiteral("MenuRedo"), QStringLiteral("Redo"));
-    connect(m_redo, &QAction::triggered, m_model, &EditorModel::Redo);
-    addSeparator(QStringLiteral("MenuSpace3"));
+    connect(m_redo, &QAction::triggered, m_model, &EditorModel::redo);
+    addSeparator(m_hiddenMenu, QStringLiteral("MenuSpace3"));
 
     m_copy = addItem(m_hiddenMenu, QStringLiteral("MenuCopy"), QStringLiteral("Copy"));
     connect(m_copy, &QAction::triggered, this, [this] { copyToClipboard(false); });
@@ -273,19 +301,19 @@ void SerialEditor::buildMenu()
     m_paste = addItem(m_hiddenMenu, QStringLiteral("MenuPaste"), QStringLiteral("Paste"));
     connect(m_paste, &QAction::triggered, this, &SerialEditor::pasteFromClipboard);
     m_delete = addItem(m_hiddenMenu, QStringLiteral("MenuDelete"), QStringLiteral("Delete"));
-    connect(m_delete, &QAction::triggered, m_model, &EditorModel::DeleteSelection);
-    addSeparator(QStringLiteral("MenuSpace4"));
+    connect(m_delete, &QAction::triggered, m_model, &EditorModel::deleteSelection);
+}
 
-    QMenu *displayMenu = m_hiddenMenu->addMenu(QStringLiteral("Display as"));
-    displayMenu->setObjectName(QStringLiteral("MenuDisplay"));
-    displayMenu->menuAction()->setObjectName(QStringLiteral("MenuDisplayAction"));
+void SerialEditor::buildDisplayItems()
+{
+    QMenu *displayMenu =
+        addSubmenu(m_hiddenMenu, QStringLiteral("MenuDisplay"), QStringLiteral("Display as"));
     auto *displayGroup = new QActionGroup(displayMenu);
-    const std::array<QString, 6> displayCaptions = {
-        QStringLiteral("Individual"),  QStringLiteral("ASCII"),  QStringLiteral("Decimal"),
-        QStringLiteral("Hexadecimal"), QStringLiteral("Binary"), QStringLiteral("Control")};
+    const std::array<QString, 6> captions = {QStringLiteral("Individual"), QStringLiteral("ASCII"),
+                                             QStringLiteral("Decimal"),    QStringLiteral("Hexadecimal"),
+                                             QStringLiteral("Binary"),     QStringLiteral("Control")};
     for (int k = 0; k < 6; ++k) {
-        m_displayForce[k] =
-            addItem(displayMenu, QStringLiteral("MenuDisplayForce%1").arg(k), displayCaptions[k]);
+        m_displayForce[k] = addItem(displayMenu, QStringLiteral("MenuDisplayForce%1").arg(k), captions[k]);
         m_displayForce[k]->setCheckable(true);
         displayGroup->addAction(m_displayForce[k]);
         connect(m_displayForce[k], &QAction::triggered, this, [this, k] { DisplayAsThisMode(k - 1); });
@@ -294,11 +322,9 @@ void SerialEditor::buildMenu()
     m_zeros = addItem(m_hiddenMenu, QStringLiteral("MenuZeros"), QStringLiteral("Show Leading zeros"));
     m_zeros->setCheckable(true);
     connect(m_zeros, &QAction::triggered, this, [this](bool checked) {
-        m_model->SetLeadingZeros(checked);
+        m_model->setLeadingZeros(checked);
         m_display->setFocus();
     });
-
-    connect(m_hiddenMenu, &QMenu::aboutToShow, this, &SerialEditor::updateMenuState);
 }
 
 void SerialEditor::updateMenuState()
@@ -326,10 +352,12 @@ void SerialEditor::updateMenuState()
     m_paste->setEnabled(edit);
     m_delete->setEnabled(edit && somethingSelected);
 
-    const int forced = m.ForcedDisplayMode();
+    // Item 0 is "Individual", then one item per type.
+    const auto forced = m.ForcedDisplayMode();
+    const int checked = forced ? SerialEditorData::codeOf(*forced) + 1 : 0;
     for (int k = 0; k < 6; ++k)
-        m_displayForce[k]->setChecked(k == forced + 1);
-    m_zeros->setChecked(m.LeadingZeros());
+        m_displayForce[k]->setChecked(k == checked);
+    m_zeros->setChecked(m.leadingZeros());
 }
 
 // --- geometry -----------------------------------------------------------------
@@ -408,10 +436,10 @@ void SerialEditor::relayout()
     const QString mode = m_model->modeLabel();
     if (!mode.isEmpty() && mode != m_byteMode->text())
         m_byteMode->setText(mode);
-    const int entryMode =
-        m_model->ForcedDisplayMode() >= 0 ? m_model->ForcedDisplayMode() : m_model->Message().CurrentMode();
+    const SerialEditorData::Type entryMode =
+        m_model->ForcedDisplayMode().value_or(m_model->Message().CurrentMode());
     QPalette modePalette = m_byteMode->palette();
-    modePalette.setColor(QPalette::WindowText, toColor(ByteDisplay::colourOf(entryMode)));
+    modePalette.setColor(QPalette::WindowText, toColor(ByteDisplay::notationOf(entryMode).colour));
     m_byteMode->setPalette(modePalette);
     const QString position = m_model->positionLabel();
     if (position != m_byteCounts->text())
@@ -445,8 +473,8 @@ int SerialEditor::caretPosition(int index) const
     const QString cell = drawable(m_model->cellText(index));
     if (m_model->EntryState() != 0) {
         // While a value is typed the cursor follows its digits.
-        const QString suffix = ByteDisplay::suffixOf(m_model->displayType(index));
-        return m_cellLeft[index] + fm.horizontalAdvance(cell.left(cell.size() - suffix.size()));
+        const qsizetype suffix = ByteDisplay::notationOf(m_model->displayType(index)).suffix.size();
+        return m_cellLeft[index] + fm.horizontalAdvance(cell.left(cell.size() - suffix));
     }
     // Before the byte's own text, after the separator it shares with the
     // byte to its left.
@@ -503,9 +531,9 @@ void SerialEditor::paintSurface(QPaintEvent *)
     }
 
     if (m_caretOn && m_display->hasFocus()) {
-        const int entryMode = m_model->Message().CurrentMode();
-        const QColor caret =
-            entryMode >= 0 && entryMode <= 3 ? toColor(ByteDisplay::colourOf(entryMode)) : Qt::black;
+        // The cursor shows what typing makes; Control and the others type nothing.
+        const ByteDisplay::Notation &entry = ByteDisplay::notationOf(m_model->Message().CurrentMode());
+        const QColor caret = entry.isNumber() ? toColor(entry.colour) : Qt::black;
         p.fillRect(caretPosition(cursorByte) - offset, top, CaretWidth, lineHeight, caret);
     }
 }
@@ -642,7 +670,7 @@ void SerialEditor::copyToClipboard(bool wholeMessage)
     // Cleared first: copying nothing leaves the clipboard empty.
     QClipboard *clipboard = QGuiApplication::clipboard();
     clipboard->clear();
-    const QString text = m_model->CopyText(wholeMessage);
+    const QString text = m_model->copyText(wholeMessage);
     if (!text.isEmpty())
         clipboard->setText(text);
 }
@@ -651,12 +679,12 @@ void SerialEditor::cutToClipboard()
 {
     QClipboard *clipboard = QGuiApplication::clipboard();
     clipboard->clear();
-    const QString text = m_model->Cut();
+    const QString text = m_model->cut();
     if (!text.isEmpty())
         clipboard->setText(text);
 }
 
 void SerialEditor::pasteFromClipboard()
 {
-    m_model->Paste(QGuiApplication::clipboard()->text());
+    m_model->paste(QGuiApplication::clipboard()->text());
 }

@@ -18,6 +18,14 @@ class SerialEditorSurface;
 // coloured byte cells, the entry mode and the cursor position at the right,
 // a right-click menu. All editing is done by EditorModel; this widget
 // paints it and turns Qt's events into model calls.
+//
+// SetToolTipText, UseThisMessage, ReturnCurrentMessage, DisplayAsThisMode,
+// Display, the signals Changed and Cancelled, and the object names of the
+// parts (DisplayImage, OffsetBar, ByteMode, ByteCounts, FlashTimer,
+// HiddenMenu and its Menu... items) are the names the unit's original
+// configuration tool used. They keep that spelling, against our
+// lowerCamelCase habit, so that the panels and dialogs that hold an editor
+// read like the tool its users know, and tests find the parts by them.
 class SerialEditor : public QWidget
 {
     Q_OBJECT
@@ -54,6 +62,10 @@ private:
     friend class SerialEditorSurface;
 
     void buildMenu();
+    void buildTypeMenu();
+    void buildInsertItems();
+    void buildEditItems();
+    void buildDisplayItems();
     void updateMenuState();
     void layoutChildren();
     void relayout();

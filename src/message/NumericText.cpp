@@ -62,32 +62,39 @@ struct Scan {
     bool found = false;  // at least one digit was read
 };
 
-// Reads a number starting at `pos` (blanks already skipped).
-Scan scanNumber(std::string_view text, std::size_t pos)
+// "&H" followed by hexadecimal digits or "&O" by octal ones, at `pos`
+// (nothing found when no digit follows the prefix); no scan at all when
+// there is no such prefix.
+std::optional<Scan> scanPrefixed(std::string_view text, std::size_t pos)
+{
+    if (pos + 1 >= text.size() || text[pos] != '&')
+        return std::nullopt;
+    const char kind = static_cast<char>(std::toupper(static_cast<unsigned char>(text[pos + 1])));
+    const int base = kind == 'H' ? 16 : kind == 'O' ? 8 : 0;
+    if (base == 0)
+        return std::nullopt;
+    Scan s;
+    s.end = pos;
+    double v = 0.0;
+    std::size_t i = pos + 2;
+    while (i < text.size() && digitValue(text[i], base) >= 0) {
+        v = v * base + digitValue(text[i], base);
+        ++i;
+    }
+    s.found = i > pos + 2;
+    if (s.found) {
+        s.value = v;
+        s.end = i;
+    }
+    return s;
+}
+
+// Decimal: the longest prefix of the form
+// [+-]digits[.digits][(e|d)[+-]digits], converted correctly rounded.
+Scan scanDecimal(std::string_view text, std::size_t pos)
 {
     Scan s;
     s.end = pos;
-    if (pos + 1 < text.size() && text[pos] == '&') {
-        const char kind = static_cast<char>(std::toupper(static_cast<unsigned char>(text[pos + 1])));
-        const int base = kind == 'H' ? 16 : kind == 'O' ? 8 : 0;
-        if (base != 0) {
-            double v = 0.0;
-            std::size_t i = pos + 2;
-            while (i < text.size() && digitValue(text[i], base) >= 0) {
-                v = v * base + digitValue(text[i], base);
-                ++i;
-            }
-            if (i > pos + 2) {
-                s.value = v;
-                s.end = i;
-                s.found = true;
-            }
-            return s;
-        }
-    }
-
-    // Decimal: collect the longest prefix of the form [+-]digits[.digits][(e|d)[+-]digits]
-    // and hand it to strtod, which does the correctly rounded conversion.
     std::size_t i = pos;
     if (i < text.size() && (text[i] == '+' || text[i] == '-'))
         ++i;
@@ -124,6 +131,14 @@ Scan scanNumber(std::string_view text, std::size_t pos)
     s.end = i;
     s.found = true;
     return s;
+}
+
+// Reads a number starting at `pos` (blanks already skipped).
+Scan scanNumber(std::string_view text, std::size_t pos)
+{
+    if (const std::optional<Scan> prefixed = scanPrefixed(text, pos))
+        return *prefixed;
+    return scanDecimal(text, pos);
 }
 
 std::size_t skipBlanks(std::string_view text, std::size_t pos)

@@ -61,11 +61,6 @@ private:
     int m_field = 0;
 };
 
-bool validType(std::int16_t type)
-{
-    return type >= 0 && type <= SerialEditorData::HighestType;
-}
-
 bool readHead(FieldReader &reader, SerialEditorData &message)
 {
     std::int16_t count = 0;
@@ -73,7 +68,7 @@ bool readHead(FieldReader &reader, SerialEditorData &message)
     std::int16_t mode = 0;
     if (!reader.number(count) || !reader.number(cursor) || !reader.number(mode))
         return false;
-    if (!validType(mode))
+    if (!SerialEditorData::isNamedType(mode))
         return reader.fail(PackedReading::Fault::ModeOutOfRange);
     std::string_view ignore;
     if (!reader.next(ignore))
@@ -82,7 +77,7 @@ bool readHead(FieldReader &reader, SerialEditorData &message)
         return reader.fail(PackedReading::Fault::IgnoreFieldInvalid);
     message.SetNumberOfBytesInMessage(count);
     message.SetCurrentByte(cursor);
-    message.SetCurrentMode(mode);
+    message.SetCurrentMode(SerialEditorData::Type{mode});
     message.SetCanDoIgnore(ignore == "1");
     return true;
 }
@@ -102,8 +97,8 @@ bool readBytes(FieldReader &reader, PackedReading &reading)
         std::int16_t type = 0;
         if (!reader.number(type))
             return false;
-        message.SetByteType(k, type);
-        if (!validType(type)) {
+        message.SetByteType(k, SerialEditorData::Type{type});
+        if (!SerialEditorData::isNamedType(type)) {
             reading.byteIndex = k;
             return reader.fail(PackedReading::Fault::TypeOutOfRange);
         }

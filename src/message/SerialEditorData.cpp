@@ -32,13 +32,13 @@ void SerialEditorData::SetByteValue(int index, std::int16_t value)
     m_value[static_cast<std::size_t>(index)] = value;
 }
 
-std::int16_t SerialEditorData::ByteType(int index) const
+SerialEditorData::Type SerialEditorData::ByteType(int index) const
 {
     checkIndex(index);
     return m_type[static_cast<std::size_t>(index)];
 }
 
-void SerialEditorData::SetByteType(int index, std::int16_t type)
+void SerialEditorData::SetByteType(int index, Type type)
 {
     checkIndex(index);
     m_type[static_cast<std::size_t>(index)] = type;
@@ -49,10 +49,10 @@ void SerialEditorData::EmptyOut()
     m_value.fill(0);
     // Only the first type is reset: the other slots keep their codes, so an
     // emptied message is not necessarily the same as a new one.
-    m_type[0] = Ascii;
+    m_type[0] = Type::Ascii;
     m_count = 0;
     m_currentByte = 0;
-    m_currentMode = 0;
+    m_currentMode = Type::Ascii;
     m_canDoIgnore = false;
 }
 
@@ -61,7 +61,7 @@ std::string SerialEditorData::PackedIntoString() const
     std::string out;
     appendField(out, m_count);
     appendField(out, m_currentByte);
-    appendField(out, m_currentMode);
+    appendField(out, codeOf(m_currentMode));
     out += m_canDoIgnore ? "1," : "0,";
     // One pair more than the message has bytes: the slot after the last
     // byte is written too, and readers skip it. Reading the slots goes
@@ -69,7 +69,7 @@ std::string SerialEditorData::PackedIntoString() const
     // other bad index instead of reading past the arrays.
     for (int i = 0; i <= m_count; ++i) {
         appendField(out, ByteValue(i));
-        appendField(out, ByteType(i));
+        appendField(out, codeOf(ByteType(i)));
     }
     return out;
 }

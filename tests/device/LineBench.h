@@ -46,7 +46,8 @@ struct LineBench {
 };
 
 // A configured code of the given bytes, all of one type.
-inline SerialEditorData code(const QByteArray &bytes, std::int16_t type = SerialEditorData::Type::Hexadecimal)
+inline SerialEditorData code(const QByteArray &bytes,
+                             SerialEditorData::Type type = SerialEditorData::Type::Hexadecimal)
 {
     SerialEditorData m;
     m.SetNumberOfBytesInMessage(static_cast<std::int16_t>(bytes.size()));

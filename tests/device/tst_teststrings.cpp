@@ -139,7 +139,7 @@ private slots:
         QCOMPARE(message.NumberOfBytesInMessage(), values.size());
         for (int i = 0; i < values.size(); ++i) {
             QCOMPARE(message.ByteValue(i), values.at(i));
-            QCOMPARE(message.ByteType(i), types.at(i));
+            QCOMPARE(SerialEditorData::codeOf(message.ByteType(i)), types.at(i));
         }
     }
 

@@ -19,7 +19,7 @@ inline SerialEditorData msg(const QString &written, bool canDoIgnore = false)
     for (int i = 0; i < bytes.size(); ++i) {
         const qsizetype letter = QStringLiteral("adhbc5i").indexOf(bytes[i].back());
         m.SetByteValue(i, static_cast<std::int16_t>(bytes[i].chopped(1).toInt()));
-        m.SetByteType(i, static_cast<std::int16_t>(letter < 0 ? bytes[i].back().digitValue() : letter));
+        m.SetByteType(i, SerialEditorData::Type(letter < 0 ? bytes[i].back().digitValue() : letter));
     }
     m.SetNumberOfBytesInMessage(static_cast<std::int16_t>(bytes.size()));
     m.SetCanDoIgnore(canDoIgnore);

@@ -1,4 +1,5 @@
 #include "EditorTestUtil.h"
+#include "editor/ClipboardCodec.h"
 
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -26,7 +27,7 @@ const char *const Runs = "72a 105a 13c 5d 6d";
 
 QString pasteText(int count, int value = 65, int type = 0)
 {
-    QString t = EditorModel::ClipboardMarker + QString::number(count) + u',';
+    QString t = ClipboardCodec::Marker + QString::number(count) + u',';
     for (int i = 0; i < count; ++i)
         t += QStringLiteral("%1,%2,").arg(value + i).arg(type);
     return t;
@@ -47,15 +48,15 @@ void run(EditorModel &model, const QString &script)
         const QString name = m.captured(1);
         const int n = m.captured(2).toInt();
         if (name == QLatin1String("ctl"))
-            model.InsertControl(n);
+            model.insertControl(n);
         else if (name == QLatin1String("ignore"))
-            model.InsertIgnore();
+            model.insertIgnore();
         else if (name == QLatin1String("delete"))
-            model.DeleteSelection();
+            model.deleteSelection();
         else if (name == QLatin1String("type"))
-            model.SetSelectedType(n);
+            model.setSelectedType(SerialEditorData::Type(n));
         else if (name == QLatin1String("paste"))
-            model.Paste(m.captured(2).isEmpty() ? m.captured(3) : pasteText(n));
+            model.paste(m.captured(2).isEmpty() ? m.captured(3) : pasteText(n));
         else
             qFatal("unknown command in a test script");
     }
@@ -131,7 +132,7 @@ const EditCase EditCases[] = {
     {"undo, undo, redo",              "",     Edit,  "abc{C-Z}{C-Z}{C-Y}", "ab",       2, 2, 3, 0},
     {"undo empties the selection",    "",     Edit,  "abc{S-Left}{C-Z}",   "ab",       2, 2, 3, 0},
     {"undo keeps the entry mode",     "",     Edit,  "ab{C-H}{C-Z}7",      "a,7h",     1, 1, 3, 0},
-    {"an edit drops what was undone", "",     Edit,  "ab{C-Z}z{C-Y}",      "az",       2, 2, 3, 0},
+    {"an edit drops what was undone", "",     Edit,  "ab{C-Z}z{C-Y}{C-Z}", "a",        1, 1, 3, 0},
     // pasting: read-only on purpose, as it has never looked at the edit flag
     {"paste into empty",              "",     ReadOnly, "{!paste OLVEXBYTES2,13,4,65,0,}", "CR,A", 2, 2, 0, 0},
     {"paste at the cursor",           "97a",  ReadOnly, "{!paste OLVEXBYTES1,5,1,}", "5d,a", 1, 1, 0, 0},
@@ -152,7 +153,8 @@ const EditCase EditCases[] = {
     {"paste ignore allowed",          "97a",  Ignore, "{!paste OLVEXBYTES2,65,0,63,6,}", "A,?,a", 2, 2, 0, 0},
     {"paste keeps odd values",        "",     ReadOnly, "{!paste OLVEXBYTES1,300,1,}", "300d", 1, 1, 0, 0},
     // read-only
-    {"read-only moves",               Abcd,   ReadOnly, "{Right}{Right}{Left}", "abcd", 1, 1, 0, 0},
+    {"read-only moves",               Abcd,   ReadOnly, "{End}{Left}{Left}{Right}", "abcd", 3, 3, 0, 0},
+    {"read-only goes home",           Abcd,   ReadOnly, "{Right}{Right}{Home}{Right}", "abcd", 1, 1, 0, 0},
     {"read-only never selects",       Abcd,   ReadOnly, "{S-Right}{S-Right}", "abcd",  2, 2, 0, 0},
     {"read-only edits nothing",       Abcd,   ReadOnly|Ignore,
      "x{Delete}{Backspace}{Up}{C-D}1{C-I}{Insert}{Enter}{Escape}{S-Right}{!ctl13}{!ignore}{!delete}",
@@ -194,7 +196,54 @@ private slots:
         QFETCH(int, forced);
         QFETCH(bool, zeros);
         QFETCH(QString, expected);
-        QCOMPARE(ByteDisplay::messageText(msg(bytes, canDoIgnore), forced, zeros), expected);
+        const ByteDisplay::ForcedType forcedType =
+            forced < 0 ? ByteDisplay::ForcedType() : SerialEditorData::Type(forced);
+        QCOMPARE(ByteDisplay::messageText(msg(bytes, canDoIgnore), forcedType, zeros), expected);
+    }
+
+    // Every notation over every byte: value -> text -> value.
+    void notationRoundTrip_data()
+    {
+        // clang-format off
+        QTest::addColumn<int>("type");
+        QTest::addColumn<bool>("zeros");
+        QTest::addColumn<int>("firstKept"); // these values read back as themselves,
+        QTest::addColumn<int>("lastKept");
+        QTest::addColumn<int>("otherwise"); // the others as this (-1: as nothing)
+        QTest::addColumn<int>("width");     // every text this long; 0: numbers without leading zeros
+        QTest::newRow("ascii: below 32 shows DEL") << 0 << false << 32 << 255 << 127 << 1;
+        QTest::newRow("decimal")                    << 1 << false << 0 << 255 << -1 << 0;
+        QTest::newRow("decimal, leading zeros")     << 1 << true  << 0 << 255 << -1 << 3;
+        QTest::newRow("hexadecimal")                << 2 << false << 0 << 255 << -1 << 0;
+        QTest::newRow("hexadecimal, leading zeros") << 2 << true  << 0 << 255 << -1 << 2;
+        QTest::newRow("binary")                     << 3 << false << 0 << 255 << -1 << 0;
+        QTest::newRow("binary, leading zeros")      << 3 << true  << 0 << 255 << -1 << 8;
+        QTest::newRow("control: names for 0 to 31") << 4 << false << 0 << 31  << -1 << -1;
+        QTest::newRow("no meaning")                 << 5 << false << 1 << 0   << -1 << -1;
+        QTest::newRow("ignore")                     << 6 << false << 1 << 0   << -1 << 1;
+        QTest::newRow("unnamed code")               << 9 << true  << 1 << 0   << -1 << -1;
+        // clang-format on
+    }
+    void notationRoundTrip()
+    {
+        QFETCH(int, type);
+        QFETCH(bool, zeros);
+        QFETCH(int, firstKept);
+        QFETCH(int, lastKept);
+        QFETCH(int, otherwise);
+        QFETCH(int, width);
+        const ByteDisplay::Notation &notation = ByteDisplay::notationOf(SerialEditorData::Type(type));
+        for (int value = 0; value < 256; ++value) {
+            const QString text = notation.text(value, zeros);
+            const int back = notation.value(text).value_or(-1);
+            const int expected = value >= firstKept && value <= lastKept ? value : otherwise;
+            const QString trip = QStringLiteral("%1 -> \"%2\" -> %3").arg(value).arg(text);
+            QCOMPARE(trip.arg(back), trip.arg(expected));
+            if (width > 0)
+                QCOMPARE(text.size(), width);
+            else if (width == 0)
+                QVERIFY2(text == QLatin1String("0") || !text.startsWith(u'0'), qPrintable(text));
+        }
     }
 
     void edits_data()
@@ -235,6 +284,7 @@ private slots:
         QTest::newRow("ctrl i") << "{C-I}" << 1;
         QTest::newRow("insert control") << "{!ctl7}" << 1;
         QTest::newRow("paste") << "{!paste2}" << 1;
+        QTest::newRow("refused paste") << "{!paste OLVEXBYTES2,65,0,66,}" << 0;
         QTest::newRow("insert ignore, by tradition") << "{!ignore}" << 0;
         QTest::newRow("refused character") << "{C-H}G" << 0;
         QTest::newRow("same type again") << "{Right}{S-Left}{C-D}" << 0;
@@ -250,7 +300,7 @@ private slots:
         run(l.model, script);
         QCOMPARE(l.model.HistoryTop(), steps);
         for (int i = 0; i < steps; ++i)
-            l.model.Undo();
+            l.model.undo();
         if (steps)
             QVERIFY(l.model.Message().IsTheSameAs(before));
     }
@@ -281,10 +331,10 @@ private slots:
             got += l.model.isSelected(i) ? QString::number(i) : QString();
         QCOMPARE(got, selected);
         EditorModel target;
-        target.Paste(l.model.CopyText(false));
+        target.paste(l.model.copyText(false));
         QCOMPARE(text(target.Message()), copied);
         const int before = l.model.Message().NumberOfBytesInMessage();
-        l.model.Cut();
+        l.model.cut();
         QCOMPARE(before - l.model.Message().NumberOfBytesInMessage(), copied.size());
     }
 
@@ -300,15 +350,51 @@ private slots:
 
     void copyPasteRoundTripAndReadOnlyCut()
     {
-        Loaded from(QStringLiteral("72a 105a 13c 5d 10h 5b 63i 0c 255d"), Ignore);
+        Loaded from(QStringLiteral("72a 105a 13c 5d 10h 5b 63i 0c 255d 659"), Ignore); // and an unnamed type
         Loaded to(QString{}, Edit | Ignore);
-        QVERIFY(to.model.Paste(from.model.CopyText(true)));
+        QVERIFY(to.model.paste(from.model.copyText(true)));
         QVERIFY(to.model.Message().IsTheSameAs(from.model.Message()));
 
         from.model.placeCursor(2, true);
-        QCOMPARE(from.model.Cut(), QStringLiteral("OLVEXBYTES3,72,0,105,0,13,4,"));
+        QCOMPARE(from.model.cut(), QStringLiteral("OLVEXBYTES3,72,0,105,0,13,4,"));
         QVERIFY(to.model.Message().IsTheSameAs(from.model.Message())); // read-only: copied, not cut
-        QCOMPARE(EditorModel().CopyText(true), QString()); // nothing to copy: the clipboard is cleared
+        QCOMPARE(EditorModel().copyText(true), QString()); // nothing to copy: the clipboard is cleared
+    }
+
+    // What holds for every paste, whatever the text: a refused one changes
+    // nothing and records nothing; an accepted one only inserts at the
+    // cursor, never grows the message past 14 bytes nor brings in an Ignore
+    // byte it forbids, and one Undo takes it back.
+    void pasteOnlyInsertsAtTheCursor()
+    {
+        QRandomGenerator rng(20240602);
+        const QStringList full = QString::fromUtf8(Full).split(u' ');
+        for (int round = 0; round < 1000; ++round) {
+            const int count = rng.bounded(15);
+            const int cursor = rng.bounded(count + 1);
+            Loaded l(full.mid(0, count).join(u' '), rng.bounded(2) == 1 ? Edit | Ignore : Edit);
+            l.model.placeCursor(cursor, false);
+            const SerialEditorData before = l.model.Message();
+            QString text = pasteText(rng.bounded(-2, 18), rng.bounded(-10, 400), rng.bounded(-1, 9));
+            text.chop(rng.bounded(2) * rng.bounded(text.size()));
+
+            const bool accepted = l.model.paste(text);
+            const SerialEditorData &after = l.model.Message();
+            const int inserted = after.NumberOfBytesInMessage() - count;
+            QVERIFY(accepted || (after.IsTheSameAs(before) && l.model.HistoryTop() == 0));
+            QVERIFY(inserted >= 0 && after.NumberOfBytesInMessage() <= SerialEditorData::MaxBytes);
+            for (int i = 0; i < count; ++i) {
+                const int now = i < cursor ? i : i + inserted;
+                QCOMPARE(after.ByteValue(now), before.ByteValue(i));
+                QCOMPARE(after.ByteType(now), before.ByteType(i));
+            }
+            for (int i = cursor; i < cursor + inserted && !before.CanDoIgnore(); ++i)
+                QVERIFY(after.ByteType(i) != SerialEditorData::Type::Ignore);
+            QCOMPARE(QList<int>({after.CurrentByte(), l.model.SelectAnchor()}),
+                     QList<int>(2, cursor + inserted));
+            l.model.undo();
+            QVERIFY(l.model.Message().IsTheSameAs(before));
+        }
     }
 
     void useThisMessageResetsEverything()
@@ -318,12 +404,13 @@ private slots:
         l.model.DisplayAsThisMode(3);
         SerialEditorData other = msg(QStringLiteral("9d"));
         other.SetCurrentByte(1);
-        other.SetCurrentMode(2);
+        other.SetCurrentMode(SerialEditorData::Type::Hexadecimal);
         l.model.UseThisMessage(other, true);
         const EditorModel &m = l.model;
-        QCOMPARE(QList<int>({m.Message().CurrentByte(), m.Message().CurrentMode(), m.SelectAnchor(),
-                             m.ForcedDisplayMode(), m.HistoryTop(), m.EntryState(), m.SelectFlag()}),
-                 QList<int>({0, 0, 0, -1, 0, 0, 1}));
+        QCOMPARE(QList<int>({m.Message().CurrentByte(), SerialEditorData::codeOf(m.Message().CurrentMode()),
+                             m.SelectAnchor(), m.ForcedDisplayMode().has_value(), m.HistoryTop(),
+                             m.EntryState(), m.SelectFlag()}),
+                 QList<int>({0, 0, 0, 0, 0, 0, 1}));
     }
 
     void noInputBreaksTheModel()
@@ -346,12 +433,12 @@ private slots:
             for (int step = 0; step < 60; ++step) {
                 const int what = rng.bounded(5);
                 if (what == 0)
-                    model.Paste(pasteText(rng.bounded(18), rng.bounded(-10, 400), rng.bounded(-1, 9)));
+                    model.paste(pasteText(rng.bounded(18), rng.bounded(-10, 400), rng.bounded(-1, 9)));
                 else if (what == 1)
                     model.placeCursor(rng.bounded(-3, 20), rng.bounded(2) == 1);
                 else if (what == 2) {
-                    model.InsertControl(rng.bounded(-1, 33));
-                    model.Cut();
+                    model.insertControl(rng.bounded(-1, 33));
+                    model.cut();
                 } else
                     run(model, keys.at(rng.bounded(keys.size())));
                 if (rng.bounded(20) == 0)

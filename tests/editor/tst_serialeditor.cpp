@@ -166,13 +166,14 @@ private slots:
         QCOMPARE(s.label("ByteMode"), QStringLiteral("HEX")); // a forced display is the entry mode
         s.keys(QStringLiteral("{S-Right}{C-H}{C-O}"));        // and the type shortcuts are off
         QCOMPARE(s.shown(), QStringLiteral("5d,?"));
-        QCOMPARE(s.editor.ReturnCurrentMessage().CurrentMode(), 0);
+        QCOMPARE(s.editor.ReturnCurrentMessage().CurrentMode(), SerialEditorData::Type::Ascii);
 
         s.action(QStringLiteral("MenuZeros"))->trigger();
         QCOMPARE(s.editor.model().cellText(0), QStringLiteral("05h"));
         s.action(QStringLiteral("MenuDisplayForce0"))->trigger();
         QCOMPARE(s.editor.model().cellText(0), QStringLiteral("005d"));
-        s.editor.ReturnCurrentMessage().SetCurrentMode(9); // no label of its own: the old one stays
+        s.editor.ReturnCurrentMessage().SetCurrentMode(
+            SerialEditorData::Type{9}); // no label: the old one stays
         s.editor.Display();
         QCOMPARE(s.label("ByteMode"), QStringLiteral("ASC"));
     }

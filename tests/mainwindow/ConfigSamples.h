@@ -14,13 +14,14 @@ namespace samples {
 
 // A message of (value, type) pairs; the slots after it stay zero so that
 // it survives a trip through a file unchanged.
-inline SerialEditorData message(std::initializer_list<std::pair<int, int>> bytes, bool canIgnore = false)
+inline SerialEditorData message(std::initializer_list<std::pair<int, SerialEditorData::Type>> bytes,
+                                bool canIgnore = false)
 {
     SerialEditorData m;
     int i = 0;
     for (const auto &[value, type] : bytes) {
         m.SetByteValue(i, static_cast<std::int16_t>(value));
-        m.SetByteType(i++, static_cast<std::int16_t>(type));
+        m.SetByteType(i++, type);
     }
     m.SetNumberOfBytesInMessage(static_cast<std::int16_t>(i));
     m.SetCurrentByte(static_cast<std::int16_t>(i));

@@ -86,7 +86,7 @@ private slots:
         QFETCH(bool, pulse2);
         QVERIFY(writeBytes(path("bad.OTS"), withLine(tavo::configFileText(varied()), line, content)));
         ConfigData config;
-        const SerialEditorData before = message({{'k', 0}});
+        const SerialEditorData before = message({{'k', SerialEditorData::Type::Ascii}});
         config.OnMessages[2] = before;
         const auto result = tavo::readConfigFile(path("bad.OTS"), config);
         QCOMPARE(result.status, loads ? Status::Loaded : Status::BadValue);
@@ -226,7 +226,7 @@ private slots:
             modes.insert(c.PulseModes[n]);
             for (const SerialEditorData *m : {&c.OnMessages[n], &c.OffMessages[n]})
                 for (int i = 0; i < m->NumberOfBytesInMessage(); ++i)
-                    types.insert(m->ByteType(i));
+                    types.insert(SerialEditorData::codeOf(m->ByteType(i)));
         }
         QCOMPARE(types, (std::set<int>{0, 1, 2, 3, 4, 6}));
         QCOMPARE(modes.size(), std::size_t(2));

@@ -363,7 +363,8 @@ private slots:
     void unitDialogsGetTheCurrentCodes()
     {
         Window w;
-        const SerialEditorData go = message({{'G', 0}, {'O', 0}});
+        const SerialEditorData go =
+            message({{'G', SerialEditorData::Type::Ascii}, {'O', SerialEditorData::Type::Ascii}});
         w.window.OutputControl1(5)
             ->findChild<SerialEditor *>(QStringLiteral("SerialEditorOn"))
             ->ReturnCurrentMessage()

@@ -9,13 +9,13 @@ namespace {
 
 using Type = SerialEditorData::Type;
 
-SerialEditorData make(std::initializer_list<std::pair<int, int>> bytes, int cursor = 0, bool ignore = false)
+SerialEditorData make(std::initializer_list<std::pair<int, Type>> bytes, int cursor = 0, bool ignore = false)
 {
     SerialEditorData m;
     int i = 0;
     for (const auto &[value, type] : bytes) {
         m.SetByteValue(i, static_cast<std::int16_t>(value));
-        m.SetByteType(i++, static_cast<std::int16_t>(type));
+        m.SetByteType(i++, type);
     }
     m.SetNumberOfBytesInMessage(static_cast<std::int16_t>(i));
     m.SetCurrentByte(static_cast<std::int16_t>(cursor));
@@ -39,10 +39,10 @@ private slots:
     {
         SerialEditorData m = make({{13, Type::Control}, {65, Type::Ascii}}, 2, true);
         QCOMPARE(packed(m), QStringLiteral("2,2,0,1,13,4,65,0,0,0,"));
-        m.SetCurrentMode(3);
-        m.SetByteValue(2, -7); // the slot after the message travels too
-        m.SetByteType(2, Type::Binary);
-        QCOMPARE(packed(m), QStringLiteral("2,2,3,1,13,4,65,0,-7,3,"));
+        m.SetCurrentMode(Type::Binary);
+        m.SetByteValue(2, -7); // the slot after the message travels too, unnamed type and all
+        m.SetByteType(2, Type{9});
+        QCOMPARE(packed(m), QStringLiteral("2,2,3,1,13,4,65,0,-7,9,"));
 
         for (int i = 0; i < SerialEditorData::SlotCount; ++i)
             m.SetByteValue(i, static_cast<std::int16_t>(100 + i));
@@ -93,7 +93,7 @@ private slots:
         QFETCH(QString, repacked);
 
         SerialEditorData m = make({{99, Type::Hexadecimal}}, 1, true);
-        m.SetCurrentMode(4);
+        m.SetCurrentMode(Type::Control);
         QString got;
         try {
             got = m.UnpackFromString(text.toStdString()) ? QStringLiteral("ok") : QStringLiteral("refused");
@@ -103,8 +103,8 @@ private slots:
             got = QStringLiteral("range");
         }
         QCOMPARE(got, outcome);
-        QCOMPARE(m.CurrentMode(), 4); // never taken from the text
-        m.SetCurrentMode(0);
+        QCOMPARE(m.CurrentMode(), Type::Control); // never taken from the text
+        m.SetCurrentMode(Type::Ascii);
         if (!repacked.isEmpty())
             QCOMPARE(packed(m), repacked);
     }
@@ -114,7 +114,7 @@ private slots:
         SerialEditorData m;
         for (const int index : {-1, 15}) {
             QVERIFY_THROWS_EXCEPTION(std::out_of_range, m.ByteValue(index));
-            QVERIFY_THROWS_EXCEPTION(std::out_of_range, m.SetByteType(index, 1));
+            QVERIFY_THROWS_EXCEPTION(std::out_of_range, m.SetByteType(index, Type::Decimal));
         }
         QVERIFY(m.IsTheSameAs(SerialEditorData()));
     }
@@ -122,7 +122,7 @@ private slots:
     void emptyOutKeepsTheTypesOfLaterSlots()
     {
         SerialEditorData m = make({{1, Type::Decimal}, {2, Type::Hexadecimal}, {3, Type::Binary}}, 3, true);
-        m.SetCurrentMode(2);
+        m.SetCurrentMode(Type::Hexadecimal);
         m.EmptyOut();
         QCOMPARE(packed(m), QStringLiteral("0,0,0,0,0,0,"));
         m.SetNumberOfBytesInMessage(3);
@@ -133,9 +133,9 @@ private slots:
     {
         const SerialEditorData source = make({{72, Type::Ascii}, {105, Type::Ascii}}, 1, true);
         SerialEditorData target;
-        target.SetCurrentMode(3);
+        target.SetCurrentMode(Type::Binary);
         target.SetAllDataTo(source);
-        QCOMPARE(target.CurrentMode(), 3);
+        QCOMPARE(target.CurrentMode(), Type::Binary);
         QCOMPARE(target.CurrentByte(), 1);
         target.SetCurrentByte(0);
         QVERIFY(target.IsTheSameAs(source)); // the cursor is not part of the message
