@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/SerialLink.h"
-#include "platform/Waiter.h"
+#include "SerialLink.h"
+#include "Waiter.h"
 
 #include <QString>
 #include <QStringList>

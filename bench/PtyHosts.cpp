@@ -1,7 +1,7 @@
 #include "PtyHosts.h"
 
-#include "sim/PtyUnit.h"
-#include "sim/UnitSimulator.h"
+#include "PtyUnit.h"
+#include "UnitSimulator.h"
 
 #include <cerrno>
 #include <cstring>

@@ -7,15 +7,15 @@
 
 #include "BenchSupport.h"
 #include "PtyHosts.h"
-#include "device/VellProtocol.h"
-#include "device/VellTypes.h"
-#include "platform/EventLoopWaiter.h"
-#include "platform/QtSerialLink.h"
-#include "platform/ScriptedPrompter.h"
-#include "sim/SimulatedLink.h"
-#include "sim/UnitSimulator.h"
-#include "sim/VirtualClock.h"
-#include "sim/VirtualWaiter.h"
+#include "VellProtocol.h"
+#include "VellTypes.h"
+#include "EventLoopWaiter.h"
+#include "QtSerialLink.h"
+#include "ScriptedPrompter.h"
+#include "SimulatedLink.h"
+#include "UnitSimulator.h"
+#include "VirtualClock.h"
+#include "VirtualWaiter.h"
 
 #include <QCoreApplication>
 #include <QTimer>

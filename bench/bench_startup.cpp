@@ -11,8 +11,8 @@
 
 #include "BenchSupport.h"
 #include "Launcher.h"
-#include "mainwindow/ConfigData.h"
-#include "mainwindow/ConfigFile.h"
+#include "ConfigData.h"
+#include "ConfigFile.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>

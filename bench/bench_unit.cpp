@@ -6,8 +6,8 @@
 // done or gone).
 
 #include "PtyHosts.h"
-#include "sim/PtyUnit.h"
-#include "sim/UnitSimulator.h"
+#include "PtyUnit.h"
+#include "UnitSimulator.h"
 
 #include <QCoreApplication>
 #include <QSocketNotifier>

@@ -11,7 +11,7 @@
 // accepted encodes to a text that reads back as the same bytes, and that
 // text is its own encoding again.
 #include "FuzzCheck.h"
-#include "editor/ClipboardCodec.h"
+#include "ClipboardCodec.h"
 
 #include <cstdint>
 

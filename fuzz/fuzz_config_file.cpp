@@ -9,7 +9,7 @@
 // reader takes and the writer refuses).
 #include "FuzzCheck.h"
 #include "FuzzScratch.h"
-#include "mainwindow/ConfigFile.h"
+#include "ConfigFile.h"
 
 #include <QFile>
 

@@ -10,8 +10,8 @@
 // store again gives the same table every time.
 #include "FuzzCheck.h"
 #include "FuzzScratch.h"
-#include "device/VellTypes.h"
-#include "platform/SettingsKeyValueStore.h"
+#include "VellTypes.h"
+#include "SettingsKeyValueStore.h"
 
 #include <QCoreApplication>
 #include <QFile>

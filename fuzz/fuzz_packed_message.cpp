@@ -3,7 +3,7 @@
 // Invariants: a rejected or faulting text leaves the message exactly as it
 // was; an accepted text that packs again re-reads to the same message.
 #include "FuzzCheck.h"
-#include "message/SerialEditorData.h"
+#include "SerialEditorData.h"
 
 #include <cstdint>
 #include <stdexcept>

@@ -11,7 +11,7 @@
 // hexadecimal digits) for a value 0 to 255, and that text reads back to
 // the same value and is drawn the same again.
 #include "FuzzCheck.h"
-#include "outputs/byteEditor.h"
+#include "byteEditor.h"
 
 #include <QApplication>
 #include <QKeyEvent>

@@ -15,11 +15,11 @@
 // block; it reports success exactly when it shows no message and its
 // progress reached 100%, and a failure with one of its two messages.
 #include "FuzzCheck.h"
-#include "device/VellProtocol.h"
-#include "device/VellTypes.h"
-#include "platform/ScriptedPrompter.h"
-#include "sim/SimulatedLink.h"
-#include "sim/VirtualWaiter.h"
+#include "VellProtocol.h"
+#include "VellTypes.h"
+#include "ScriptedPrompter.h"
+#include "SimulatedLink.h"
+#include "VirtualWaiter.h"
 
 #include <cstdint>
 

@@ -5,12 +5,12 @@
 #include "BenchSupport.h"
 #include "Launcher.h"
 #include "PtyHosts.h"
-#include "device/VellProtocol.h"
-#include "device/VellTypes.h"
-#include "platform/ScriptedPrompter.h"
-#include "sim/SimulatedLink.h"
-#include "sim/VirtualClock.h"
-#include "sim/VirtualWaiter.h"
+#include "VellProtocol.h"
+#include "VellTypes.h"
+#include "ScriptedPrompter.h"
+#include "SimulatedLink.h"
+#include "VirtualClock.h"
+#include "VirtualWaiter.h"
 
 #include <QTemporaryDir>
 #include <QTest>

@@ -1,8 +1,8 @@
-#include "device/DeviceUnitServices.h"
-#include "mainwindow/Product.h"
-#include "mainwindow/SerialTavo.h"
-#include "mainwindow/ToolbarIcons.h"
-#include "sim/PtyUnit.h"
+#include "DeviceUnitServices.h"
+#include "Product.h"
+#include "SerialTavo.h"
+#include "ToolbarIcons.h"
+#include "PtyUnit.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

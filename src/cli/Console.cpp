@@ -1,8 +1,8 @@
-#include "cli/Console.h"
+#include "Console.h"
 
-#include "mainwindow/ConfigData.h"
-#include "mainwindow/ConfigFile.h"
-#include "mainwindow/ConfigImage.h"
+#include "ConfigData.h"
+#include "ConfigFile.h"
+#include "ConfigImage.h"
 
 #include <QIODevice>
 

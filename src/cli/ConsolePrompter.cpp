@@ -1,6 +1,6 @@
-#include "cli/ConsolePrompter.h"
+#include "ConsolePrompter.h"
 
-#include "cli/Console.h"
+#include "Console.h"
 
 Prompter::Answer ConsolePrompter::Show(const QString &text, const QString &title, Icon icon, Buttons buttons,
                                        Answer defaultAnswer)

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/ScriptedPrompter.h"
+#include "ScriptedPrompter.h"
 
 // Messages of the protocol on a console: each message box with only an OK
 // button is printed to stderr as "TITLE: MESSAGE" the moment it is shown,

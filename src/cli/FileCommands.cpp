@@ -1,13 +1,13 @@
 // tavo show, image and export: what a configuration file holds and what the
 // unit gets from it, without a display and without a unit.
 
-#include "cli/Commands.h"
-#include "cli/Console.h"
-#include "editor/ByteDisplay.h"
-#include "mainwindow/ConfigData.h"
-#include "mainwindow/ExportFile.h"
-#include "mainwindow/SerialSettings.h"
-#include "platform/FileWriter.h"
+#include "Commands.h"
+#include "Console.h"
+#include "ByteDisplay.h"
+#include "ConfigData.h"
+#include "ExportFile.h"
+#include "SerialSettings.h"
+#include "FileWriter.h"
 
 namespace cli {
 

@@ -1,4 +1,4 @@
-#include "cli/SignalWatcher.h"
+#include "SignalWatcher.h"
 
 #include <QSocketNotifier>
 

@@ -1,13 +1,13 @@
 // tavo sim: a simulated unit on a pseudo-terminal, for trying the editor
 // and the other commands without hardware.
 
-#include "cli/Commands.h"
-#include "cli/Console.h"
-#include "cli/SignalWatcher.h"
-#include "mainwindow/ConfigData.h"
-#include "platform/FileWriter.h"
-#include "platform/LineSettings.h"
-#include "sim/PtyUnit.h"
+#include "Commands.h"
+#include "Console.h"
+#include "SignalWatcher.h"
+#include "ConfigData.h"
+#include "FileWriter.h"
+#include "LineSettings.h"
+#include "PtyUnit.h"
 
 #include <QCoreApplication>
 

@@ -1,19 +1,19 @@
 // tavo search, program and send: the programming and test dialogs' work on
 // a console, through the same protocol code and the same real serial port.
 
-#include "cli/Commands.h"
-#include "cli/Console.h"
-#include "cli/ConsolePrompter.h"
-#include "cli/SignalWatcher.h"
-#include "device/TestStrings.h"
-#include "device/VellProtocol.h"
-#include "device/VellTypes.h"
-#include "mainwindow/ConfigData.h"
-#include "message/SerialEditorData.h"
-#include "platform/EventLoopWaiter.h"
-#include "platform/PortSlots.h"
-#include "platform/QtSerialLink.h"
-#include "platform/SettingsKeyValueStore.h"
+#include "Commands.h"
+#include "Console.h"
+#include "ConsolePrompter.h"
+#include "SignalWatcher.h"
+#include "TestStrings.h"
+#include "VellProtocol.h"
+#include "VellTypes.h"
+#include "ConfigData.h"
+#include "SerialEditorData.h"
+#include "EventLoopWaiter.h"
+#include "PortSlots.h"
+#include "QtSerialLink.h"
+#include "SettingsKeyValueStore.h"
 
 #include <exception>
 #include <optional>

@@ -2,10 +2,10 @@
 // and machines without a display. A small dispatcher: the first word names
 // the command, the rest belongs to it.
 
-#include "cli/Commands.h"
-#include "cli/Console.h"
-#include "cli/SignalWatcher.h"
-#include "mainwindow/Product.h"
+#include "Commands.h"
+#include "Console.h"
+#include "SignalWatcher.h"
+#include "Product.h"
 
 #include <QCoreApplication>
 

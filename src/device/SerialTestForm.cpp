@@ -1,8 +1,8 @@
-#include "device/SerialTestForm.h"
+#include "SerialTestForm.h"
 
-#include "editor/SerialEditor.h"
-#include "mainwindow/ConfigData.h"
-#include "mainwindow/SerialSettings.h"
+#include "SerialEditor.h"
+#include "ConfigData.h"
+#include "SerialSettings.h"
 
 #include <QCheckBox>
 #include <QGridLayout>

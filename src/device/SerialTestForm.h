@@ -1,7 +1,7 @@
 #pragma once
 
-#include "device/TestStrings.h"
-#include "device/UnitDialog.h"
+#include "TestStrings.h"
+#include "UnitDialog.h"
 
 #include <array>
 

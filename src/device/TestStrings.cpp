@@ -1,11 +1,11 @@
-#include "device/TestStrings.h"
+#include "TestStrings.h"
 
-#include "mainwindow/ConfigData.h"
-#include "mainwindow/SerialSettings.h"
-#include "message/SerialEditorData.h"
-#include "platform/LineSettings.h"
-#include "platform/SerialLink.h"
-#include "platform/Waiter.h"
+#include "ConfigData.h"
+#include "SerialSettings.h"
+#include "SerialEditorData.h"
+#include "LineSettings.h"
+#include "SerialLink.h"
+#include "Waiter.h"
 
 #include <stdexcept>
 

@@ -1,8 +1,8 @@
-#include "device/UnitDialog.h"
+#include "UnitDialog.h"
 
-#include "platform/Prompter.h"
-#include "platform/SerialLink.h"
-#include "platform/Waiter.h"
+#include "Prompter.h"
+#include "SerialLink.h"
+#include "Waiter.h"
 
 #include <QFrame>
 #include <QHBoxLayout>

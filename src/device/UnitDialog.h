@@ -1,6 +1,6 @@
 #pragma once
 
-#include "device/VellProtocol.h"
+#include "VellProtocol.h"
 
 #include <QAbstractButton>
 #include <QDialog>

@@ -1,6 +1,6 @@
-#include "device/VellComms.h"
+#include "VellComms.h"
 
-#include "mainwindow/ConfigData.h"
+#include "ConfigData.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

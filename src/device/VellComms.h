@@ -1,6 +1,6 @@
 #pragma once
 
-#include "device/UnitDialog.h"
+#include "UnitDialog.h"
 
 #include <array>
 

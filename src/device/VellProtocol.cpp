@@ -1,10 +1,10 @@
-#include "device/VellProtocol.h"
+#include "VellProtocol.h"
 
-#include "device/VellTypes.h"
-#include "platform/Logging.h"
-#include "platform/Prompter.h"
-#include "platform/SerialLink.h"
-#include "platform/Waiter.h"
+#include "VellTypes.h"
+#include "Logging.h"
+#include "Prompter.h"
+#include "SerialLink.h"
+#include "Waiter.h"
 
 #include <cmath>
 #include <stdexcept>

@@ -1,7 +1,7 @@
-#include "device/VellTypes.h"
+#include "VellTypes.h"
 
-#include "message/NumericText.h"
-#include "platform/KeyValueStore.h"
+#include "NumericText.h"
+#include "KeyValueStore.h"
 
 #include <stdexcept>
 

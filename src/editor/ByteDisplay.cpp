@@ -1,4 +1,4 @@
-#include "editor/ByteDisplay.h"
+#include "ByteDisplay.h"
 
 #include <algorithm>
 #include <array>

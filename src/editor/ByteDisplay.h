@@ -1,7 +1,7 @@
 #pragma once
 
-#include "editor/Notation.h"
-#include "message/SerialEditorData.h"
+#include "Notation.h"
+#include "SerialEditorData.h"
 
 #include <QString>
 

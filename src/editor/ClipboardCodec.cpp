@@ -1,7 +1,7 @@
-#include "editor/ClipboardCodec.h"
+#include "ClipboardCodec.h"
 
-#include "message/NumericText.h"
-#include "platform/Logging.h"
+#include "NumericText.h"
+#include "Logging.h"
 
 #include <exception>
 

@@ -1,6 +1,6 @@
 // The keyboard half of EditorModel: the key-down step as a table of small
 // handlers, the key-press step and the typing of a value digit by digit.
-#include "editor/EditorModel.h"
+#include "EditorModel.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
-#include "editor/EditorModel.h"
+#include "EditorModel.h"
 
-#include "editor/ClipboardCodec.h"
+#include "ClipboardCodec.h"
 
 #include <algorithm>
 

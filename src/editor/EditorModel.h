@@ -1,8 +1,8 @@
 #pragma once
 
-#include "editor/ByteDisplay.h"
-#include "editor/UndoHistory.h"
-#include "message/SerialEditorData.h"
+#include "ByteDisplay.h"
+#include "UndoHistory.h"
+#include "SerialEditorData.h"
 
 #include <QObject>
 #include <QString>

@@ -1,4 +1,4 @@
-#include "editor/Notation.h"
+#include "Notation.h"
 
 #include <algorithm>
 #include <array>

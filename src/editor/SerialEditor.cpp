@@ -1,4 +1,4 @@
-#include "editor/SerialEditor.h"
+#include "SerialEditor.h"
 
 #include <QActionGroup>
 #include <QClipboard>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "editor/EditorModel.h"
-#include "message/SerialEditorData.h"
+#include "EditorModel.h"
+#include "SerialEditorData.h"
 
 #include <QWidget>
 

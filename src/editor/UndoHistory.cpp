@@ -1,4 +1,4 @@
-#include "editor/UndoHistory.h"
+#include "UndoHistory.h"
 
 void UndoHistory::reset(const SerialEditorData &message)
 {

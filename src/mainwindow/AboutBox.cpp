@@ -1,7 +1,7 @@
-#include "mainwindow/AboutBox.h"
+#include "AboutBox.h"
 
-#include "mainwindow/Product.h"
-#include "mainwindow/ToolbarIcons.h"
+#include "Product.h"
+#include "ToolbarIcons.h"
 
 #include <QDialogButtonBox>
 #include <QGridLayout>

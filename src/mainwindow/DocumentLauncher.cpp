@@ -1,7 +1,7 @@
-#include "mainwindow/DocumentLauncher.h"
+#include "DocumentLauncher.h"
 
-#include "platform/Prompter.h"
-#include "platform/Shell.h"
+#include "Prompter.h"
+#include "Shell.h"
 
 namespace tavo {
 

@@ -1,6 +1,6 @@
-#include "mainwindow/RightHandToolbar.h"
+#include "RightHandToolbar.h"
 
-#include "outputs/Twips.h"
+#include "Twips.h"
 
 #include <QPainter>
 #include <QToolButton>

@@ -1,6 +1,6 @@
-#include "mainwindow/SettingsForm.h"
+#include "SettingsForm.h"
 
-#include "mainwindow/SerialSettings.h"
+#include "SerialSettings.h"
 
 #include <QDialogButtonBox>
 #include <QGroupBox>

@@ -1,4 +1,4 @@
-#include "mainwindow/ToolbarIcons.h"
+#include "ToolbarIcons.h"
 
 #include <QIconEngine>
 #include <QMap>

@@ -1,4 +1,4 @@
-#include "message/NumericText.h"
+#include "NumericText.h"
 
 #include <cctype>
 #include <charconv>

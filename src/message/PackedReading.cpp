@@ -1,6 +1,6 @@
-#include "message/PackedReading.h"
+#include "PackedReading.h"
 
-#include "message/NumericText.h"
+#include "NumericText.h"
 
 #include <stdexcept>
 

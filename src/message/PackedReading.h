@@ -1,6 +1,6 @@
 #pragma once
 
-#include "message/SerialEditorData.h"
+#include "SerialEditorData.h"
 
 #include <string_view>
 

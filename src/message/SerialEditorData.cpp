@@ -1,6 +1,6 @@
-#include "message/SerialEditorData.h"
+#include "SerialEditorData.h"
 
-#include "message/PackedReading.h"
+#include "PackedReading.h"
 
 #include <stdexcept>
 

@@ -1,4 +1,4 @@
-#include "outputs/ArrowButton.h"
+#include "ArrowButton.h"
 
 #include <QMouseEvent>
 #include <QPainter>

@@ -1,8 +1,8 @@
-#include "outputs/OutputControl.h"
+#include "OutputControl.h"
 
-#include "editor/SerialEditor.h"
-#include "outputs/Twips.h"
-#include "outputs/byteEditor.h"
+#include "SerialEditor.h"
+#include "Twips.h"
+#include "byteEditor.h"
 
 #include <QGroupBox>
 #include <QLabel>

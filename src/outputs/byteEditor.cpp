@@ -1,8 +1,8 @@
-#include "outputs/byteEditor.h"
+#include "byteEditor.h"
 
-#include "message/NumericText.h"
-#include "outputs/ArrowButton.h"
-#include "outputs/Twips.h"
+#include "NumericText.h"
+#include "ArrowButton.h"
+#include "Twips.h"
 
 #include <QEvent>
 #include <QFocusEvent>

@@ -1,4 +1,4 @@
-#include "platform/EventLoopWaiter.h"
+#include "EventLoopWaiter.h"
 
 #include <QAbstractEventDispatcher>
 #include <QElapsedTimer>

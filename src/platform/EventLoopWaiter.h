@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Waiter.h"
+#include "Waiter.h"
 
 #include <QObject>
 

@@ -1,6 +1,6 @@
-#include "platform/FileWriter.h"
+#include "FileWriter.h"
 
-#include "platform/Logging.h"
+#include "Logging.h"
 
 #include <QFile>
 #include <QFileInfo>

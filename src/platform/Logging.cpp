@@ -1,4 +1,4 @@
-#include "platform/Logging.h"
+#include "Logging.h"
 
 // Only warnings and worse by default: the debug and info messages are for
 // whoever turns them on.

@@ -1,4 +1,4 @@
-#include "platform/MessageBoxPrompter.h"
+#include "MessageBoxPrompter.h"
 
 #include <QMessageBox>
 

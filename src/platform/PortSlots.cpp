@@ -1,4 +1,4 @@
-#include "platform/PortSlots.h"
+#include "PortSlots.h"
 
 #include <QSerialPortInfo>
 #include <QtGlobal>

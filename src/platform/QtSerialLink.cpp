@@ -1,7 +1,7 @@
-#include "platform/QtSerialLink.h"
+#include "QtSerialLink.h"
 
-#include "platform/LineSettings.h"
-#include "platform/Logging.h"
+#include "LineSettings.h"
+#include "Logging.h"
 
 #include <QFile>
 #include <QSerialPortInfo>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/PortSlots.h"
-#include "platform/SerialLink.h"
+#include "PortSlots.h"
+#include "SerialLink.h"
 
 #include <QElapsedTimer>
 #include <QList>

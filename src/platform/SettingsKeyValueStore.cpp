@@ -1,4 +1,4 @@
-#include "platform/SettingsKeyValueStore.h"
+#include "SettingsKeyValueStore.h"
 
 #include <QSettings>
 #include <QStringList>

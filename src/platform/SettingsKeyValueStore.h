@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/KeyValueStore.h"
+#include "KeyValueStore.h"
 
 #include <QString>
 

@@ -1,4 +1,4 @@
-#include "sim/PtyUnit.h"
+#include "PtyUnit.h"
 
 #include <QSocketNotifier>
 #include <QTimer>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "sim/UnitSimulator.h"
+#include "UnitSimulator.h"
 
 #include <QByteArray>
 #include <QElapsedTimer>

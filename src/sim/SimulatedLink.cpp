@@ -1,4 +1,4 @@
-#include "sim/SimulatedLink.h"
+#include "SimulatedLink.h"
 
 SimulatedLink::SimulatedLink(VirtualClock &clock)
     : m_clock(clock)

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "platform/LineSettings.h"
-#include "platform/SerialLink.h"
-#include "sim/UnitSimulator.h"
-#include "sim/VirtualClock.h"
+#include "LineSettings.h"
+#include "SerialLink.h"
+#include "UnitSimulator.h"
+#include "VirtualClock.h"
 
 #include <array>
 #include <memory>

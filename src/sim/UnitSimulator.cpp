@@ -1,4 +1,4 @@
-#include "sim/UnitSimulator.h"
+#include "UnitSimulator.h"
 
 #include <QStringList>
 

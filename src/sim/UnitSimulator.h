@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/LineSettings.h"
+#include "LineSettings.h"
 
 #include <QByteArray>
 #include <QString>

@@ -1,4 +1,4 @@
-#include "sim/VirtualClock.h"
+#include "VirtualClock.h"
 
 int VirtualClock::schedule(qint64 atMs, Action action)
 {

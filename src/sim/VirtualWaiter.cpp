@@ -1,4 +1,4 @@
-#include "sim/VirtualWaiter.h"
+#include "VirtualWaiter.h"
 
 bool VirtualWaiter::Wait(int ms, const std::function<bool()> &enough)
 {

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "platform/Waiter.h"
-#include "sim/VirtualClock.h"
+#include "Waiter.h"
+#include "VirtualClock.h"
 
 #include <vector>
 

@@ -3,12 +3,12 @@
 // `tavo program` and `tavo send`. Nothing here sleeps: every wait is on a
 // process's output or exit, with generous limits.
 
-#include "device/VellTypes.h"
-#include "mainwindow/ConfigData.h"
-#include "mainwindow/ConfigFile.h"
-#include "mainwindow/ConfigImage.h"
-#include "mainwindow/ExportFile.h"
-#include "platform/SettingsKeyValueStore.h"
+#include "VellTypes.h"
+#include "ConfigData.h"
+#include "ConfigFile.h"
+#include "ConfigImage.h"
+#include "ExportFile.h"
+#include "SettingsKeyValueStore.h"
 
 #include <QFile>
 #include <QFileInfo>

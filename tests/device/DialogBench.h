@@ -1,7 +1,7 @@
 #pragma once
 
 #include "LineBench.h"
-#include "device/UnitDialog.h"
+#include "UnitDialog.h"
 
 #include <QAbstractButton>
 #include <QCoreApplication>

@@ -1,10 +1,10 @@
 #pragma once
 
-#include "device/VellTypes.h"
-#include "mainwindow/ConfigData.h"
-#include "platform/ScriptedPrompter.h"
-#include "sim/SimulatedLink.h"
-#include "sim/VirtualWaiter.h"
+#include "VellTypes.h"
+#include "ConfigData.h"
+#include "ScriptedPrompter.h"
+#include "SimulatedLink.h"
+#include "VirtualWaiter.h"
 
 #include <QStringList>
 

@@ -1,6 +1,6 @@
 #include "DialogBench.h"
-#include "device/SerialTestForm.h"
-#include "editor/SerialEditor.h"
+#include "SerialTestForm.h"
+#include "SerialEditor.h"
 
 #include <QGroupBox>
 #include <QLabel>

@@ -1,5 +1,5 @@
 #include "LineBench.h"
-#include "device/TestStrings.h"
+#include "TestStrings.h"
 
 #include <QTest>
 

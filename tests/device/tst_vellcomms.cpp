@@ -1,7 +1,7 @@
 #include "DialogBench.h"
-#include "device/DeviceUnitServices.h"
-#include "device/VellComms.h"
-#include "platform/SettingsKeyValueStore.h"
+#include "DeviceUnitServices.h"
+#include "VellComms.h"
+#include "SettingsKeyValueStore.h"
 
 #include <QLabel>
 #include <QLineEdit>

@@ -1,5 +1,5 @@
 #include "LineBench.h"
-#include "device/VellProtocol.h"
+#include "VellProtocol.h"
 
 #include <QTest>
 

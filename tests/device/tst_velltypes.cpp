@@ -1,5 +1,5 @@
-#include "device/VellTypes.h"
-#include "platform/SettingsKeyValueStore.h"
+#include "VellTypes.h"
+#include "SettingsKeyValueStore.h"
 
 #include <QTemporaryDir>
 #include <QTest>

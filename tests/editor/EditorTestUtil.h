@@ -1,8 +1,8 @@
 #pragma once
 
-#include "editor/ByteDisplay.h"
-#include "editor/EditorModel.h"
-#include "message/SerialEditorData.h"
+#include "ByteDisplay.h"
+#include "EditorModel.h"
+#include "SerialEditorData.h"
 
 #include <QHash>
 #include <QList>

@@ -1,5 +1,5 @@
 #include "EditorTestUtil.h"
-#include "editor/ClipboardCodec.h"
+#include "ClipboardCodec.h"
 
 #include <QRandomGenerator>
 #include <QRegularExpression>

@@ -1,5 +1,5 @@
 #include "EditorTestUtil.h"
-#include "editor/SerialEditor.h"
+#include "SerialEditor.h"
 
 #include <QApplication>
 #include <QClipboard>

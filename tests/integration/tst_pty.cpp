@@ -1,10 +1,10 @@
 #include "device/LineBench.h"
-#include "device/VellProtocol.h"
-#include "mainwindow/ConfigImage.h"
-#include "platform/EventLoopWaiter.h"
-#include "platform/QtSerialLink.h"
-#include "platform/ScriptedPrompter.h"
-#include "sim/PtyUnit.h"
+#include "VellProtocol.h"
+#include "ConfigImage.h"
+#include "EventLoopWaiter.h"
+#include "QtSerialLink.h"
+#include "ScriptedPrompter.h"
+#include "PtyUnit.h"
 
 #include <QElapsedTimer>
 #include <QSignalSpy>

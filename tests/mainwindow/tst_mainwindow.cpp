@@ -1,12 +1,12 @@
-#include "ConfigSamples.h"
-#include "editor/SerialEditor.h"
-#include "mainwindow/ConfigFile.h"
-#include "mainwindow/RightHandToolbar.h"
-#include "mainwindow/SerialTavo.h"
-#include "mainwindow/UnitServices.h"
-#include "outputs/OutputControl.h"
-#include "platform/CommonDialog.h"
-#include "platform/ScriptedPrompter.h"
+#include "support/ConfigSamples.h"
+#include "SerialEditor.h"
+#include "ConfigFile.h"
+#include "RightHandToolbar.h"
+#include "SerialTavo.h"
+#include "UnitServices.h"
+#include "OutputControl.h"
+#include "support/ScriptedCommonDialog.h"
+#include "ScriptedPrompter.h"
 
 #include <QApplication>
 #include <QDir>

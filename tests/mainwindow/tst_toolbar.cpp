@@ -1,5 +1,5 @@
-#include "mainwindow/RightHandToolbar.h"
-#include "mainwindow/ToolbarIcons.h"
+#include "RightHandToolbar.h"
+#include "ToolbarIcons.h"
 
 #include <QImage>
 #include <QSignalSpy>

@@ -1,5 +1,5 @@
-#include "message/NumericText.h"
-#include "message/SerialEditorData.h"
+#include "NumericText.h"
+#include "SerialEditorData.h"
 
 #include <QTest>
 

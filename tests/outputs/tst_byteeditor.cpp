@@ -1,4 +1,4 @@
-#include "outputs/byteEditor.h"
+#include "byteEditor.h"
 
 #include <QLineEdit>
 #include <QSignalSpy>

@@ -1,6 +1,6 @@
-#include "editor/SerialEditor.h"
-#include "outputs/OutputControl.h"
-#include "outputs/byteEditor.h"
+#include "SerialEditor.h"
+#include "OutputControl.h"
+#include "byteEditor.h"
 
 #include <QGroupBox>
 #include <QLabel>

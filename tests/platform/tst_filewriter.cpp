@@ -1,7 +1,7 @@
 // The one file writer: what it does to each kind of target, and that a
 // write that fails says why in the system's words and changes nothing.
 
-#include "platform/FileWriter.h"
+#include "FileWriter.h"
 #include "support/ChildProcess.h"
 
 #include <QDataStream>

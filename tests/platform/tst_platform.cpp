@@ -1,8 +1,8 @@
-#include "platform/EventLoopWaiter.h"
-#include "platform/LineSettings.h"
-#include "platform/PortSlots.h"
-#include "platform/QtSerialLink.h"
-#include "platform/SettingsKeyValueStore.h"
+#include "EventLoopWaiter.h"
+#include "LineSettings.h"
+#include "PortSlots.h"
+#include "QtSerialLink.h"
+#include "SettingsKeyValueStore.h"
 #include "support/ChildProcess.h"
 
 #include <QElapsedTimer>

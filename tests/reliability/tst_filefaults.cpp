@@ -2,13 +2,13 @@
 // what the user is told, what happens to the file already there, and that
 // nothing half-written is left behind. Then unusual numbers in a
 // configuration file, and what each one does to the configuration.
-#include "mainwindow/ConfigFile.h"
-#include "mainwindow/ConfigSamples.h"
-#include "mainwindow/ExportFile.h"
-#include "mainwindow/Product.h"
-#include "mainwindow/SerialTavo.h"
-#include "platform/CommonDialog.h"
-#include "platform/ScriptedPrompter.h"
+#include "ConfigFile.h"
+#include "support/ConfigSamples.h"
+#include "ExportFile.h"
+#include "Product.h"
+#include "SerialTavo.h"
+#include "support/ScriptedCommonDialog.h"
+#include "ScriptedPrompter.h"
 
 #include <QDataStream>
 #include <QDir>

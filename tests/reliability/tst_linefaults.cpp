@@ -1,11 +1,11 @@
 // A unit that floods the line with garbage, in virtual time: the search
 // must give up on it within its passes, and a download or restart it
 // garbles must end with the message for it.
-#include "device/VellProtocol.h"
-#include "device/VellTypes.h"
-#include "platform/ScriptedPrompter.h"
-#include "sim/SimulatedLink.h"
-#include "sim/VirtualWaiter.h"
+#include "VellProtocol.h"
+#include "VellTypes.h"
+#include "ScriptedPrompter.h"
+#include "SimulatedLink.h"
+#include "VirtualWaiter.h"
 
 #include <QTest>
 

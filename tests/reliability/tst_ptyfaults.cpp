@@ -3,12 +3,12 @@
 // the middle of a download, and a long run of downloads that must not
 // leak descriptors or memory. Every wait here ends on an event from the
 // port or on the protocol's own timers; nothing sleeps.
-#include "device/VellProtocol.h"
-#include "device/VellTypes.h"
-#include "platform/EventLoopWaiter.h"
-#include "platform/Prompter.h"
-#include "platform/QtSerialLink.h"
-#include "sim/PtyUnit.h"
+#include "VellProtocol.h"
+#include "VellTypes.h"
+#include "EventLoopWaiter.h"
+#include "Prompter.h"
+#include "QtSerialLink.h"
+#include "PtyUnit.h"
 
 #include <QDir>
 #include <QFile>

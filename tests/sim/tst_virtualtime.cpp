@@ -1,6 +1,6 @@
 // The virtual time every serial test runs on: events in order, waits that
 // end on their condition, their deadline or the abort flag.
-#include "sim/VirtualWaiter.h"
+#include "VirtualWaiter.h"
 
 #include <QTest>
 

@@ -1,6 +1,6 @@
-#include "mainwindow/FileNames.h"
+#include "FileNames.h"
 
-#include "mainwindow/Product.h"
+#include "Product.h"
 
 namespace tavo {
 

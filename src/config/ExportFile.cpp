@@ -1,4 +1,4 @@
-#include "mainwindow/ExportFile.h"
+#include "ExportFile.h"
 
 #include <algorithm>
 

@@ -1,11 +1,11 @@
-#include "device/DeviceUnitServices.h"
+#include "DeviceUnitServices.h"
 
-#include "device/SerialTestForm.h"
-#include "device/VellComms.h"
-#include "platform/EventLoopWaiter.h"
-#include "platform/MessageBoxPrompter.h"
-#include "platform/QtSerialLink.h"
-#include "platform/SettingsKeyValueStore.h"
+#include "SerialTestForm.h"
+#include "VellComms.h"
+#include "EventLoopWaiter.h"
+#include "MessageBoxPrompter.h"
+#include "QtSerialLink.h"
+#include "SettingsKeyValueStore.h"
 
 DeviceUnitServices::DeviceUnitServices(const PortSlots &ports)
     : m_ownLink(std::make_unique<QtSerialLink>(ports))

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "mainwindow/ConfigData.h"
-#include "platform/Shell.h"
+#include "ConfigData.h"
+#include "Shell.h"
 
 #include <QFile>
 #include <QStringList>

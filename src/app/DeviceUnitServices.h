@@ -1,8 +1,8 @@
 #pragma once
 
-#include "device/VellTypes.h"
-#include "mainwindow/UnitServices.h"
-#include "platform/PortSlots.h"
+#include "VellTypes.h"
+#include "UnitServices.h"
+#include "PortSlots.h"
 
 #include <functional>
 #include <memory>

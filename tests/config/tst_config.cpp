@@ -1,11 +1,11 @@
-#include "ConfigSamples.h"
-#include "mainwindow/ConfigFile.h"
-#include "mainwindow/ConfigImage.h"
-#include "mainwindow/DocumentLauncher.h"
-#include "mainwindow/ExportFile.h"
-#include "mainwindow/FileNames.h"
-#include "mainwindow/SerialSettings.h"
-#include "platform/ScriptedPrompter.h"
+#include "support/ConfigSamples.h"
+#include "ConfigFile.h"
+#include "ConfigImage.h"
+#include "DocumentLauncher.h"
+#include "ExportFile.h"
+#include "FileNames.h"
+#include "SerialSettings.h"
+#include "ScriptedPrompter.h"
 
 #include <QDir>
 #include <QTemporaryDir>

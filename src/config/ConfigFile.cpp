@@ -1,10 +1,10 @@
-#include "mainwindow/ConfigFile.h"
+#include "ConfigFile.h"
 
-#include "mainwindow/Product.h"
-#include "mainwindow/SerialSettings.h"
-#include "message/NumericText.h"
-#include "message/PackedReading.h"
-#include "platform/Logging.h"
+#include "Product.h"
+#include "SerialSettings.h"
+#include "NumericText.h"
+#include "PackedReading.h"
+#include "Logging.h"
 
 #include <QBuffer>
 #include <QFile>

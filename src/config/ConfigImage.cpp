@@ -1,4 +1,4 @@
-#include "mainwindow/ConfigImage.h"
+#include "ConfigImage.h"
 
 #include <stdexcept>
 

@@ -1,4 +1,4 @@
-#include "mainwindow/SerialSettings.h"
+#include "SerialSettings.h"
 
 namespace tavo {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "mainwindow/ConfigData.h"
-#include "platform/FileWriter.h"
+#include "ConfigData.h"
+#include "FileWriter.h"
 
 #include <QByteArray>
 #include <QString>

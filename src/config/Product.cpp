@@ -1,6 +1,6 @@
-#include "mainwindow/Product.h"
+#include "Product.h"
 
-#include "mainwindow/TavoVersion.h"
+#include "TavoVersion.h"
 
 namespace tavo {
 

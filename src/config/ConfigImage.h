@@ -1,6 +1,6 @@
 #pragma once
 
-#include "mainwindow/ConfigData.h"
+#include "ConfigData.h"
 
 #include <functional>
 
