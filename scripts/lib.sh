@@ -7,7 +7,7 @@ TAVO_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 TAVO_PACKAGES=(
     build-essential cmake ninja-build pkg-config
     qt6-base-dev qt6-base-dev-tools qt6-serialport-dev libgl-dev
-    clang libclang-rt-14-dev
+    clang libclang-rt-14-dev clang-format clang-tidy
     xvfb x11-utils imagemagick desktop-file-utils
 )
 
@@ -46,4 +46,29 @@ configure_and_build() {
     shift
     cmake -S "$TAVO_ROOT" -B "$dir" -G Ninja "$@"
     cmake --build "$dir" --parallel "$(nproc)"
+}
+
+# Every C++ file of ours that clang-format would change; none is the rule.
+check_format() {
+    local unformatted=()
+    local file
+    while IFS= read -r -d '' file; do
+        clang-format --dry-run --Werror "$file" >/dev/null 2>&1 || unformatted+=("${file#"$TAVO_ROOT"/}")
+    done < <(find "$TAVO_ROOT/src" "$TAVO_ROOT/tests" "$TAVO_ROOT/bench" "$TAVO_ROOT/fuzz" \
+                 \( -name '*.cpp' -o -name '*.h' \) -print0 2>/dev/null)
+    if [ ${#unformatted[@]} -gt 0 ]; then
+        echo "error: not formatted as .clang-format says (run clang-format -i on them):" >&2
+        printf '  %s\n' "${unformatted[@]}" >&2
+        return 1
+    fi
+}
+
+# clang-tidy with the repository's .clang-tidy over our sources in the
+# compile database of build folder $1.
+run_clang_tidy() {
+    run-clang-tidy -p "$1" -quiet -j "$(nproc)" "$TAVO_ROOT/(src|tests|bench)/" >"$1/clang-tidy.log" 2>&1 || {
+        grep -E 'error:|warning:' "$1/clang-tidy.log" | grep -v 'warnings generated' >&2
+        echo "error: clang-tidy found the above (full output in $1/clang-tidy.log)" >&2
+        return 1
+    }
 }
