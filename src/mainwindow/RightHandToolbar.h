@@ -20,7 +20,9 @@ class RightHandToolbar : public QWidget
     Q_OBJECT
 
 public:
-    enum Group { PackLeft = 0, PackRight = 1, Centre = 2 };
+    // Where a button stands. The numbers are the ones hosts have always
+    // passed to AddButton; any other number packs from the left.
+    enum class ButtonGroup : int { PackLeft = 0, PackRight = 1, Centre = 2 };
 
     // Layout measures, in twips.
     static constexpr int BarHeight = 390;
@@ -31,8 +33,14 @@ public:
     explicit RightHandToolbar(QWidget *parent = nullptr);
 
     // `push`: a push button; otherwise a two-state button whose value
-    // latches. Any group other than 1 and 2 packs from the left.
-    void AddButton(const QString &key, const QIcon &picture, int group, const QString &tooltip, bool push);
+    // latches.
+    void AddButton(const QString &key, const QIcon &picture, ButtonGroup group, const QString &tooltip,
+                   bool push);
+    // The group given by its number, 0 left, 1 right, 2 centre.
+    void AddButton(const QString &key, const QIcon &picture, int group, const QString &tooltip, bool push)
+    {
+        AddButton(key, picture, static_cast<ButtonGroup>(group), tooltip, push);
+    }
     void ClearAll();
 
     // By key; the first button added with the key counts. An unknown key
@@ -60,7 +68,7 @@ protected:
 private:
     struct Record {
         QString key;
-        int group = PackLeft;
+        ButtonGroup group = ButtonGroup::PackLeft;
         bool push = true;
         int controlIndex = 0;
     };

@@ -5,18 +5,18 @@
 #include "ConfigImage.h"
 #include "DocumentLauncher.h"
 #include "ExportFile.h"
+#include "FileDialog.h"
 #include "FileNames.h"
+#include "Logging.h"
+#include "MessageBoxPrompter.h"
+#include "OutputControl.h"
 #include "Product.h"
 #include "RightHandToolbar.h"
 #include "SerialSettings.h"
 #include "SettingsForm.h"
+#include "Shell.h"
 #include "ToolbarIcons.h"
 #include "UnitServices.h"
-#include "OutputControl.h"
-#include "FileDialog.h"
-#include "Logging.h"
-#include "MessageBoxPrompter.h"
-#include "Shell.h"
 
 #include <QAction>
 #include <QCloseEvent>
@@ -37,27 +37,28 @@ const QString ConfigFilter = QStringLiteral("Olvex Serial Tavo configuration Fil
 const QString ExportFilter = QStringLiteral("Brondel Export File (*.BDX)| *.BDX");
 const QString HelpFileName = QStringLiteral("Serial Tavo Editor.html");
 
+using Group = RightHandToolbar::ButtonGroup;
+
 struct ToolbarEntry {
     const char *key;
     const char *tooltip;
-    int group;
+    RightHandToolbar::ButtonGroup group;
 };
 
 // In the order they are added: the right-hand group reads from the right.
 constexpr ToolbarEntry ToolbarEntries[] = {
-    {"NEW", "Start new configuration", RightHandToolbar::PackLeft},
-    {"OPEN", "Open existing configuration", RightHandToolbar::PackLeft},
-    {"SAVE", "Save configuration", RightHandToolbar::PackLeft},
-    {"SAVEAS", "Save configuration to different filename", RightHandToolbar::PackLeft},
-    {"EXPORT", "Export Tavo Configuration File", RightHandToolbar::PackLeft},
-    {"SETTINGS", "Set Tavo serial port settings (9600, No parity, 8 bit data, 1 Stop bit)",
-     RightHandToolbar::Centre},
-    {"TEST", "Test Tavo by sending serial strings to Tavo", RightHandToolbar::Centre},
-    {"DOWNLOAD", "Download configuration to Tavo", RightHandToolbar::Centre},
-    {"EXITCROSS", "Exit", RightHandToolbar::PackRight},
-    {"MIN", "Minimise", RightHandToolbar::PackRight},
-    {"HELP", "Help", RightHandToolbar::PackRight},
-    {"ABOUT", "About", RightHandToolbar::PackRight},
+    {"NEW", "Start new configuration", Group::PackLeft},
+    {"OPEN", "Open existing configuration", Group::PackLeft},
+    {"SAVE", "Save configuration", Group::PackLeft},
+    {"SAVEAS", "Save configuration to different filename", Group::PackLeft},
+    {"EXPORT", "Export Tavo Configuration File", Group::PackLeft},
+    {"SETTINGS", "Set Tavo serial port settings (9600, No parity, 8 bit data, 1 Stop bit)", Group::Centre},
+    {"TEST", "Test Tavo by sending serial strings to Tavo", Group::Centre},
+    {"DOWNLOAD", "Download configuration to Tavo", Group::Centre},
+    {"EXITCROSS", "Exit", Group::PackRight},
+    {"MIN", "Minimise", Group::PackRight},
+    {"HELP", "Help", Group::PackRight},
+    {"ABOUT", "About", Group::PackRight},
 };
 
 // Raised inside the save and export routines to reach their one failure
