@@ -6,6 +6,7 @@
 
 #include <array>
 #include <memory>
+#include <span>
 
 class CommonDialog;
 class OutputControl;
@@ -69,10 +70,27 @@ private:
     void UpdateCaption();
     void UpdateSettingsDisplay();
     void ExportConfig();
+    struct Command;
+    static std::span<const Command> commands();
+
     void fillToolbar();
     void addShortcuts();
     void collateAll();
+    void buildImage();
     void outputClicked();
+
+    // The toolbar commands, one each.
+    void startAgain();
+    void open();
+    void save();
+    void saveAs();
+    void exportImage();
+    void showSettings();
+    void testUnit();
+    void downloadToUnit();
+    void exitProgram();
+    void showHelp();
+    void showAbout();
 
     ConfigData m_config;
     QString m_currentFileName;
