@@ -77,6 +77,26 @@ SerialTavo::SerialTavo(const Services &services, QWidget *parent)
 {
     setObjectName(QStringLiteral("SerialTavo"));
     setWindowIcon(tavo::applicationIcon());
+    provideMissingServices();
+
+    auto *central = new QWidget(this);
+    auto *layout = new QVBoxLayout(central);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(4);
+    m_toolbar->setObjectName(QStringLiteral("RightHandToolbar1"));
+    layout->addWidget(m_toolbar);
+    connect(m_toolbar, &RightHandToolbar::ButtonClicked, this, &SerialTavo::RunCommand);
+    layout->addLayout(newOutputGrid(central));
+    layout->addStretch();
+    setCentralWidget(central);
+
+    fillStatusBar();
+    addShortcuts();
+    setWindowTitle(tavo::productCaption());
+}
+
+void SerialTavo::provideMissingServices()
+{
     if (!m_prompter) {
         m_ownPrompter = std::make_unique<MessageBoxPrompter>(this);
         m_prompter = m_ownPrompter.get();
@@ -89,15 +109,10 @@ SerialTavo::SerialTavo(const Services &services, QWidget *parent)
         m_ownShell = std::make_unique<DesktopShell>();
         m_shell = m_ownShell.get();
     }
+}
 
-    auto *central = new QWidget(this);
-    auto *layout = new QVBoxLayout(central);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(4);
-    m_toolbar->setObjectName(QStringLiteral("RightHandToolbar1"));
-    layout->addWidget(m_toolbar);
-    connect(m_toolbar, &RightHandToolbar::ButtonClicked, this, &SerialTavo::RunCommand);
-
+QGridLayout *SerialTavo::newOutputGrid(QWidget *central)
+{
     // Outputs 1 to 4 down the left, 5 to 8 down the right.
     auto *grid = new QGridLayout;
     grid->setContentsMargins(6, 0, 6, 6);
@@ -109,10 +124,11 @@ SerialTavo::SerialTavo(const Services &services, QWidget *parent)
         grid->addWidget(output, n % 4, n / 4);
         m_outputs[static_cast<std::size_t>(n)] = output;
     }
-    layout->addLayout(grid);
-    layout->addStretch();
-    setCentralWidget(central);
+    return grid;
+}
 
+void SerialTavo::fillStatusBar()
+{
     QStatusBar *bar = statusBar();
     bar->setObjectName(QStringLiteral("StatusBar1"));
     bar->setSizeGripEnabled(false);
@@ -124,9 +140,6 @@ SerialTavo::SerialTavo(const Services &services, QWidget *parent)
     m_settingsPanel->installEventFilter(this);
     bar->addWidget(m_fileNamePanel, 1);
     bar->addWidget(m_settingsPanel, 2);
-
-    addShortcuts();
-    setWindowTitle(tavo::productCaption());
 }
 
 SerialTavo::~SerialTavo() = default;

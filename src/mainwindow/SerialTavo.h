@@ -11,6 +11,7 @@
 class CommonDialog;
 class OutputControl;
 class Prompter;
+class QGridLayout;
 class QLabel;
 class RightHandToolbar;
 class Shell;
@@ -70,16 +71,21 @@ private:
     void UpdateCaption();
     void UpdateSettingsDisplay();
     void ExportConfig();
+    // The toolbar commands, each with its button, shortcut and handler;
+    // the table is in SerialTavo.cpp.
     struct Command;
     static std::span<const Command> commands();
 
+    void provideMissingServices();
+    QGridLayout *newOutputGrid(QWidget *central);
+    void fillStatusBar();
     void fillToolbar();
     void addShortcuts();
     void collateAll();
     void buildImage();
     void outputClicked();
 
-    // The toolbar commands, one each.
+    // The handlers of the commands.
     void startAgain();
     void open();
     void save();
