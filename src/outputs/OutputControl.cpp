@@ -10,13 +10,6 @@
 
 #include <stdexcept>
 
-namespace {
-
-constexpr int OnOff = 0;
-constexpr int Pulse = 1;
-
-} // namespace
-
 OutputControl::OutputControl(ConfigData &config, QWidget *parent)
     : QWidget(parent)
     , m_config(config)
@@ -42,13 +35,14 @@ OutputControl::OutputControl(ConfigData &config, QWidget *parent)
     // As wide as the frame allows: the captions must not be clipped in
     // fonts wider than the one the panel was drawn with.
     const QRect places[] = {twipsRect(120, 120, 930, 255), twipsRect(120, 360, 930, 255)};
-    for (int i = 0; i < 2; ++i) {
-        auto *option = new QRadioButton(captions[i], m_frame2);
-        option->setObjectName(QStringLiteral("OuputOperation_%1").arg(i));
-        option->setToolTip(tooltips[i]);
-        option->setGeometry(places[i]);
-        connect(option, &QRadioButton::clicked, this, [this, i] { OuputOperation_Click(i); });
-        m_ouputOperation[static_cast<std::size_t>(i)] = option;
+    for (const Operation operation : {Operation::OnOff, Operation::Pulse}) {
+        const auto i = static_cast<std::size_t>(operation);
+        auto *button = new QRadioButton(captions[i], m_frame2);
+        button->setObjectName(QStringLiteral("OuputOperation_%1").arg(i));
+        button->setToolTip(tooltips[i]);
+        button->setGeometry(places[i]);
+        connect(button, &QRadioButton::clicked, this, [this, operation] { OuputOperation_Click(operation); });
+        m_ouputOperation[i] = button;
     }
 
     m_periodLabel->setObjectName(QStringLiteral("PeriodLabel"));
@@ -94,8 +88,8 @@ void OutputControl::SetIndex(int index)
     m_serialEditorOff->SetToolTipText(QStringLiteral("Serial code to turn output Off"));
     m_serialEditorOff->UseThisMessage(m_config.OffMessages[i], true);
 
-    const int mode = m_config.PulseModes[i] ? Pulse : OnOff;
-    m_ouputOperation[static_cast<std::size_t>(mode)]->setChecked(true);
+    const Operation mode = m_config.PulseModes[i] ? Operation::Pulse : Operation::OnOff;
+    option(mode)->setChecked(true);
     OuputOperation_Click(mode); // shows the controls of the mode; writes nothing while loading
     m_loadingFlag = false;
 }
@@ -107,11 +101,16 @@ void OutputControl::ColateSerialData()
     m_config.OffMessages.at(i).SetAllDataTo(m_serialEditorOff->ReturnCurrentMessage());
 }
 
-void OutputControl::OuputOperation_Click(int index)
+QRadioButton *OutputControl::option(Operation operation) const
+{
+    return m_ouputOperation[static_cast<std::size_t>(operation)];
+}
+
+void OutputControl::OuputOperation_Click(Operation index)
 {
     // A pulse output has no Off code to show (it is kept, not cleared) but a
     // period; an On/Off output the other way round.
-    const bool pulse = index != OnOff;
+    const bool pulse = index == Operation::Pulse;
     m_serialEditorOff->setVisible(!pulse);
     m_labelSerialOff->setVisible(!pulse);
     m_periodLabel->setVisible(pulse);
@@ -119,7 +118,7 @@ void OutputControl::OuputOperation_Click(int index)
 
     if (m_loadingFlag)
         return;
-    m_config.PulseModes.at(static_cast<std::size_t>(m_outputNumber)) = m_ouputOperation[Pulse]->isChecked();
+    m_config.PulseModes.at(static_cast<std::size_t>(m_outputNumber)) = option(Operation::Pulse)->isChecked();
     emit Click();
 }
 

@@ -43,7 +43,11 @@ signals:
     void Click();
 
 private:
-    void OuputOperation_Click(int index);
+    // The two mode options, by their index in OuputOperation.
+    enum class Operation : int { OnOff = 0, Pulse = 1 };
+
+    QRadioButton *option(Operation operation) const;
+    void OuputOperation_Click(Operation index);
     void periodChanged();
     void messageChanged();
 
