@@ -427,8 +427,16 @@ void SerialTavo::OpenConfig(QString fileName)
     // off part-way leaves the panels showing exactly what was loaded.
     const tavo::ConfigReadResult read = tavo::readConfigFile(
         fileName, m_config, [this](int n) { m_outputs[static_cast<std::size_t>(n)]->SetIndex(n); });
-    if (!read.ok())
+    if (!read.ok()) {
+        using Status = tavo::ConfigReadResult::Status;
+        const char *why = read.status == Status::MissingLine ? "the file ends before line"
+                          : read.status == Status::BadValue  ? "cannot read line"
+                          : read.status == Status::NotFound  ? "no such file"
+                                                             : "cannot read the file";
+        qCInfo(lcFile).noquote() << "opening" << fileName << "stopped:" << why
+                                 << (read.line ? QString::number(read.line) : read.error);
         return untitled();
+    }
     m_currentFileName = fileName;
     UpdateCaption();
     UpdateSettingsDisplay();
