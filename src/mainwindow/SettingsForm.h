@@ -5,7 +5,6 @@
 #include <QDialog>
 
 class QListWidget;
-class QPushButton;
 
 // "Tavo serial settings": the baud rate and parity the unit listens at.
 // Done stores a changed choice into the configuration and marks it
