@@ -15,6 +15,14 @@ class QToolButton;
 // Buttons are laid out only once the host has called ForceResize(), and on
 // every resize after that, so that a host filling the bar does not pay for
 // a layout per button.
+//
+// RightHandToolbar, AddButton, ClearAll, ButtonEnable, ButtonVisible,
+// ButtonValue, ButtonTooltipText (read, and set through SetButton...),
+// ForceResize and ButtonClicked, and the buttons' object names Command1 and
+// Check1 and their Tag, are the names the unit's original configuration
+// tool used. They keep that spelling, against our lowerCamelCase habit, so
+// that a host written against that toolbar reads the same here; the other
+// names are ours.
 class RightHandToolbar : public QWidget
 {
     Q_OBJECT

@@ -26,6 +26,14 @@ class UnitServices;
 // script it; what is not given is provided by the desktop versions. The
 // file dialog is one object for the window's life on purpose: saving
 // remembers the name the dialog last held, not the name it was given.
+//
+// SerialTavo, SaveConfig, OpenConfig, NewConfig, QuerySave, UpdateCaption,
+// UpdateSettingsDisplay, ExportConfig, CurrentFileName, OutputControl1 and
+// RightHandToolbar1, and the object names StatusBar1, FILENAME and SETTINGS,
+// are the names the unit's original configuration tool used. They keep
+// that spelling, against our lowerCamelCase habit, so that each command can
+// be traced name by name to the tool its users know, and tests find the
+// parts by them; the other names are ours.
 class SerialTavo : public QMainWindow
 {
     Q_OBJECT
