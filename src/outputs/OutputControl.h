@@ -55,6 +55,7 @@ private:
     // The two mode options, by their index in OuputOperation.
     enum class Operation : int { OnOff = 0, Pulse = 1 };
 
+    void addOperationOptions();
     QRadioButton *option(Operation operation) const;
     void OuputOperation_Click(Operation index);
     void periodChanged();
