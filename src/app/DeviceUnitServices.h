@@ -1,8 +1,8 @@
 #pragma once
 
-#include "VellTypes.h"
-#include "UnitServices.h"
 #include "PortSlots.h"
+#include "UnitServices.h"
+#include "VellTypes.h"
 
 #include <functional>
 #include <memory>
@@ -33,9 +33,6 @@ public:
     void CheckDeviceTypes() override;
     void ShowTestDialog(ConfigData &config, QWidget *parent) override;
     void ShowProgrammingDialog(ConfigData &config, QWidget *parent) override;
-
-    const VellTypes &Types() const { return m_types; }
-    SerialLink &Link() { return *m_link; }
 
     // Called with each dialog right before it runs modally, so a test can
     // drive it (and close it) from the dialog's own event loop.

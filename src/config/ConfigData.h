@@ -11,6 +11,12 @@
 // There is one per main window (and one per `tavo` command); it is handed to
 // whoever needs it by reference instead of living in a global, so that every
 // test can have its own.
+//
+// The members OnMessages, OffMessages, OnPeriods, PulseModes, BaudIndex,
+// ParityIndex, ConfigModified and ConfigImage are the names the unit's
+// original configuration tool gave its global data. They keep that
+// spelling, against our lowerCamelCase habit, so that the files and the
+// image can be traced field by field to that tool.
 struct ConfigData {
     static constexpr int OutputCount = 8;
     static constexpr int ImageSize = 256;

@@ -1,10 +1,10 @@
 #include "ConfigFile.h"
 
-#include "Product.h"
-#include "SerialSettings.h"
+#include "Logging.h"
 #include "NumericText.h"
 #include "PackedReading.h"
-#include "Logging.h"
+#include "Product.h"
+#include "SerialSettings.h"
 
 #include <QBuffer>
 #include <QFile>
@@ -89,7 +89,8 @@ std::int16_t requireInt16(LineReader &reader)
         throw StopReading{ConfigReadResult::BadValue};
     try {
         return roundToInt16(*number);
-    } catch (const std::exception &) {
+    } catch (const std::exception &e) {
+        qCInfo(lcFile) << "line" << reader.line() << "does not fit 16 bits:" << e.what();
         throw StopReading{ConfigReadResult::BadValue};
     }
 }
@@ -112,7 +113,8 @@ void readMessage(LineReader &reader, SerialEditorData &message)
         // loads. Only a fault (a count beyond the slots, a number beyond
         // 16 bits) stops the reading.
         (void)message.UnpackFromString(view(line));
-    } catch (const std::exception &) {
+    } catch (const std::exception &e) {
+        qCInfo(lcFile) << "line" << reader.line() << "cannot be a code:" << e.what();
         throw StopReading{ConfigReadResult::BadValue};
     }
 }

@@ -34,6 +34,9 @@ inline constexpr int ImageCodeStride = 15;
 // A value that does not fit a byte (a period, a message length or a byte
 // value outside 0..255) throws std::overflow_error; the bytes before it
 // have been written by then.
+//
+// BuildConfigImage is the name the unit's original configuration tool
+// used; it keeps that spelling so the image can be traced to that tool.
 void BuildConfigImage(ConfigData &config, const std::function<void(int output)> &collate = {});
 
 } // namespace tavo

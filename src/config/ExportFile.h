@@ -15,6 +15,8 @@
 // 65539 bytes whatever the image length; other tools rely on the fixed size.
 namespace tavo {
 
+// ExportTypeCode is the name the unit's original configuration tool gave
+// this byte; it keeps that spelling so the format can be traced to it.
 inline constexpr int ExportTypeCode = 24;
 inline constexpr int ExportBlockSize = 32769;
 inline constexpr int ExportFileSize = 1 + 2 * ExportBlockSize;

@@ -20,6 +20,9 @@ QStringList parityWords();
 
 // "9600, baud, No parity, 8 Bit data, 1 Stop bit". An index outside its
 // list contributes nothing (a file may carry any number there).
+//
+// SerialSettingsText is the name the unit's original configuration tool
+// used; it keeps that spelling so the text can be traced to that tool.
 QString SerialSettingsText(int baudIndex, int parityIndex);
 inline QString SerialSettingsText(const ConfigData &config)
 {

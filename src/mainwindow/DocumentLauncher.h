@@ -7,6 +7,11 @@ class Shell;
 
 // Opening a document (the help page) with the desktop's viewer, and telling
 // the user why it did not open.
+//
+// LaunchDocument and ShowLaunchError are the names the unit's original
+// configuration tool used. They keep that spelling, against our
+// lowerCamelCase habit, so that the launch codes and their messages can be
+// traced to that tool; launchErrorText is ours.
 namespace tavo {
 
 // Asks the shell to open `path`; a launch code of 32 or less is reported

@@ -45,8 +45,8 @@ QToolButton *RightHandToolbar::newButton(bool push, int index)
     return b;
 }
 
-void RightHandToolbar::AddButton(const QString &key, const QIcon &picture, int group, const QString &tooltip,
-                                 bool push)
+void RightHandToolbar::AddButton(const QString &key, const QIcon &picture, ButtonGroup group,
+                                 const QString &tooltip, bool push)
 {
     Record record{key, group, push, 0};
     QList<QToolButton *> &elements = push ? m_command1 : m_check1;
@@ -177,21 +177,24 @@ void RightHandToolbar::layoutButtons()
     int centred = 0;
     for (const Record &record : std::as_const(m_records)) {
         QToolButton *b = button(record);
-        if (record.group == PackRight) {
+        switch (record.group) {
+        case ButtonGroup::PackRight:
             b->move(twipsToPixels(rightCursor), b->y());
             rightCursor -= w;
-        } else if (record.group == Centre) {
-            ++centred;
-        } else {
+            break;
+        case ButtonGroup::Centre: ++centred; break;
+        case ButtonGroup::PackLeft:
+        default: // a number that names no group
             b->move(twipsToPixels(leftCursor), b->y());
             leftCursor += w;
+            break;
         }
     }
     if (centred == 0)
         return;
     int centreCursor = int(std::lround(controlWidth / 2.0 - (w * centred) / 2.0));
     for (const Record &record : std::as_const(m_records)) {
-        if (record.group != Centre)
+        if (record.group != ButtonGroup::Centre)
             continue;
         QToolButton *b = button(record);
         b->move(twipsToPixels(centreCursor), b->y());

@@ -15,12 +15,22 @@ class QToolButton;
 // Buttons are laid out only once the host has called ForceResize(), and on
 // every resize after that, so that a host filling the bar does not pay for
 // a layout per button.
+//
+// RightHandToolbar, AddButton, ClearAll, ButtonEnable, ButtonVisible,
+// ButtonValue, ButtonTooltipText (read, and set through SetButton...),
+// ForceResize and ButtonClicked, and the buttons' object names Command1 and
+// Check1 and their Tag, are the names the unit's original configuration
+// tool used. They keep that spelling, against our lowerCamelCase habit, so
+// that a host written against that toolbar reads the same here; the other
+// names are ours.
 class RightHandToolbar : public QWidget
 {
     Q_OBJECT
 
 public:
-    enum Group { PackLeft = 0, PackRight = 1, Centre = 2 };
+    // Where a button stands. The numbers are the ones hosts have always
+    // passed to AddButton; any other number packs from the left.
+    enum class ButtonGroup : int { PackLeft = 0, PackRight = 1, Centre = 2 };
 
     // Layout measures, in twips.
     static constexpr int BarHeight = 390;
@@ -31,8 +41,14 @@ public:
     explicit RightHandToolbar(QWidget *parent = nullptr);
 
     // `push`: a push button; otherwise a two-state button whose value
-    // latches. Any group other than 1 and 2 packs from the left.
-    void AddButton(const QString &key, const QIcon &picture, int group, const QString &tooltip, bool push);
+    // latches.
+    void AddButton(const QString &key, const QIcon &picture, ButtonGroup group, const QString &tooltip,
+                   bool push);
+    // The group given by its number, 0 left, 1 right, 2 centre.
+    void AddButton(const QString &key, const QIcon &picture, int group, const QString &tooltip, bool push)
+    {
+        AddButton(key, picture, static_cast<ButtonGroup>(group), tooltip, push);
+    }
     void ClearAll();
 
     // By key; the first button added with the key counts. An unknown key
@@ -60,7 +76,7 @@ protected:
 private:
     struct Record {
         QString key;
-        int group = PackLeft;
+        ButtonGroup group = ButtonGroup::PackLeft;
         bool push = true;
         int controlIndex = 0;
     };

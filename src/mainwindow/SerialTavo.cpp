@@ -5,18 +5,18 @@
 #include "ConfigImage.h"
 #include "DocumentLauncher.h"
 #include "ExportFile.h"
+#include "FileDialog.h"
 #include "FileNames.h"
+#include "Logging.h"
+#include "MessageBoxPrompter.h"
+#include "OutputControl.h"
 #include "Product.h"
 #include "RightHandToolbar.h"
 #include "SerialSettings.h"
 #include "SettingsForm.h"
+#include "Shell.h"
 #include "ToolbarIcons.h"
 #include "UnitServices.h"
-#include "OutputControl.h"
-#include "FileDialog.h"
-#include "Logging.h"
-#include "MessageBoxPrompter.h"
-#include "Shell.h"
 
 #include <QAction>
 #include <QCloseEvent>
@@ -27,6 +27,7 @@
 #include <QStatusBar>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <exception>
 #include <stdexcept>
 
@@ -36,29 +37,11 @@ const QString ConfigFilter = QStringLiteral("Olvex Serial Tavo configuration Fil
 // The blank before the pattern has always been there; the dialog copes.
 const QString ExportFilter = QStringLiteral("Brondel Export File (*.BDX)| *.BDX");
 const QString HelpFileName = QStringLiteral("Serial Tavo Editor.html");
-
-struct ToolbarEntry {
-    const char *key;
-    const char *tooltip;
-    int group;
-};
-
-// In the order they are added: the right-hand group reads from the right.
-constexpr ToolbarEntry ToolbarEntries[] = {
-    {"NEW", "Start new configuration", RightHandToolbar::PackLeft},
-    {"OPEN", "Open existing configuration", RightHandToolbar::PackLeft},
-    {"SAVE", "Save configuration", RightHandToolbar::PackLeft},
-    {"SAVEAS", "Save configuration to different filename", RightHandToolbar::PackLeft},
-    {"EXPORT", "Export Tavo Configuration File", RightHandToolbar::PackLeft},
-    {"SETTINGS", "Set Tavo serial port settings (9600, No parity, 8 bit data, 1 Stop bit)",
-     RightHandToolbar::Centre},
-    {"TEST", "Test Tavo by sending serial strings to Tavo", RightHandToolbar::Centre},
-    {"DOWNLOAD", "Download configuration to Tavo", RightHandToolbar::Centre},
-    {"EXITCROSS", "Exit", RightHandToolbar::PackRight},
-    {"MIN", "Minimise", RightHandToolbar::PackRight},
-    {"HELP", "Help", RightHandToolbar::PackRight},
-    {"ABOUT", "About", RightHandToolbar::PackRight},
-};
+// SETTINGS starts with this fixed text ("8 bit data", unlike the computed
+// one) until UpdateSettingsDisplay first runs after start-up: the settings
+// dialog, a file opened, a new configuration.
+constexpr char FirstSettingsTooltip[] =
+    "Set Tavo serial port settings (9600, No parity, 8 bit data, 1 Stop bit)";
 
 // Raised inside the save and export routines to reach their one failure
 // message; the reason goes to the log, the message stays the one users know.
@@ -94,6 +77,26 @@ SerialTavo::SerialTavo(const Services &services, QWidget *parent)
 {
     setObjectName(QStringLiteral("SerialTavo"));
     setWindowIcon(tavo::applicationIcon());
+    provideMissingServices();
+
+    auto *central = new QWidget(this);
+    auto *layout = new QVBoxLayout(central);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(4);
+    m_toolbar->setObjectName(QStringLiteral("RightHandToolbar1"));
+    layout->addWidget(m_toolbar);
+    connect(m_toolbar, &RightHandToolbar::ButtonClicked, this, &SerialTavo::RunCommand);
+    layout->addLayout(newOutputGrid(central));
+    layout->addStretch();
+    setCentralWidget(central);
+
+    fillStatusBar();
+    addShortcuts();
+    setWindowTitle(tavo::productCaption());
+}
+
+void SerialTavo::provideMissingServices()
+{
     if (!m_prompter) {
         m_ownPrompter = std::make_unique<MessageBoxPrompter>(this);
         m_prompter = m_ownPrompter.get();
@@ -106,15 +109,10 @@ SerialTavo::SerialTavo(const Services &services, QWidget *parent)
         m_ownShell = std::make_unique<DesktopShell>();
         m_shell = m_ownShell.get();
     }
+}
 
-    auto *central = new QWidget(this);
-    auto *layout = new QVBoxLayout(central);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(4);
-    m_toolbar->setObjectName(QStringLiteral("RightHandToolbar1"));
-    layout->addWidget(m_toolbar);
-    connect(m_toolbar, &RightHandToolbar::ButtonClicked, this, &SerialTavo::RunCommand);
-
+QGridLayout *SerialTavo::newOutputGrid(QWidget *central)
+{
     // Outputs 1 to 4 down the left, 5 to 8 down the right.
     auto *grid = new QGridLayout;
     grid->setContentsMargins(6, 0, 6, 6);
@@ -126,10 +124,11 @@ SerialTavo::SerialTavo(const Services &services, QWidget *parent)
         grid->addWidget(output, n % 4, n / 4);
         m_outputs[static_cast<std::size_t>(n)] = output;
     }
-    layout->addLayout(grid);
-    layout->addStretch();
-    setCentralWidget(central);
+    return grid;
+}
 
+void SerialTavo::fillStatusBar()
+{
     QStatusBar *bar = statusBar();
     bar->setObjectName(QStringLiteral("StatusBar1"));
     bar->setSizeGripEnabled(false);
@@ -141,9 +140,6 @@ SerialTavo::SerialTavo(const Services &services, QWidget *parent)
     m_settingsPanel->installEventFilter(this);
     bar->addWidget(m_fileNamePanel, 1);
     bar->addWidget(m_settingsPanel, 2);
-
-    addShortcuts();
-    setWindowTitle(tavo::productCaption());
 }
 
 SerialTavo::~SerialTavo() = default;
@@ -153,31 +149,56 @@ OutputControl *SerialTavo::OutputControl1(int index) const
     return m_outputs.at(static_cast<std::size_t>(index));
 }
 
+// Every toolbar command: its button, its keyboard shortcut if it has one,
+// and what it does. The toolbar is filled in this order, so the right-hand
+// group reads from the right: ABOUT, HELP, MIN, EXITCROSS.
+struct SerialTavo::Command {
+    const char *key;
+    const char *tooltip;
+    RightHandToolbar::ButtonGroup group;
+    const char *action; // objectName of the shortcut's action; null without a shortcut
+    QKeySequence shortcut;
+    void (SerialTavo::*run)();
+};
+
+std::span<const SerialTavo::Command> SerialTavo::commands()
+{
+    using enum RightHandToolbar::ButtonGroup;
+    // Built on first use: standard key sequences need the application.
+    static const Command table[] = {
+        {"NEW", "Start new configuration", PackLeft, "actionNew", QKeySequence::New, &SerialTavo::startAgain},
+        {"OPEN", "Open existing configuration", PackLeft, "actionOpen", QKeySequence::Open,
+         &SerialTavo::open},
+        {"SAVE", "Save configuration", PackLeft, "actionSave", QKeySequence::Save, &SerialTavo::save},
+        {"SAVEAS", "Save configuration to different filename", PackLeft, "actionSaveAs",
+         QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), &SerialTavo::saveAs},
+        {"EXPORT", "Export Tavo Configuration File", PackLeft, nullptr, {}, &SerialTavo::exportImage},
+        {"SETTINGS", FirstSettingsTooltip, Centre, nullptr, {}, &SerialTavo::showSettings},
+        {"TEST", "Test Tavo by sending serial strings to Tavo", Centre, nullptr, {}, &SerialTavo::testUnit},
+        {"DOWNLOAD", "Download configuration to Tavo", Centre, nullptr, {}, &SerialTavo::downloadToUnit},
+        {"EXITCROSS", "Exit", PackRight, nullptr, {}, &SerialTavo::exitProgram},
+        {"MIN", "Minimise", PackRight, nullptr, {}, &SerialTavo::showMinimized},
+        {"HELP", "Help", PackRight, "actionHelp", QKeySequence(Qt::Key_F1), &SerialTavo::showHelp},
+        {"ABOUT", "About", PackRight, nullptr, {}, &SerialTavo::showAbout},
+    };
+    return table;
+}
+
 void SerialTavo::addShortcuts()
 {
-    struct Shortcut {
-        const char *name;
-        QKeySequence keys;
-        const char *command;
-    };
-    const Shortcut shortcuts[] = {
-        {"actionNew", QKeySequence::New, "NEW"},
-        {"actionOpen", QKeySequence::Open, "OPEN"},
-        {"actionSave", QKeySequence::Save, "SAVE"},
-        {"actionSaveAs", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S), "SAVEAS"},
-        {"actionHelp", QKeySequence(Qt::Key_F1), "HELP"},
-    };
-    for (const Shortcut &s : shortcuts) {
+    for (const Command &command : commands()) {
+        if (!command.action)
+            continue;
         auto *action = new QAction(this);
-        action->setObjectName(QString::fromLatin1(s.name));
-        action->setShortcut(s.keys);
+        action->setObjectName(QString::fromLatin1(command.action));
+        action->setShortcut(command.shortcut);
         action->setShortcutContext(Qt::WindowShortcut);
-        const QString command = QString::fromLatin1(s.command);
-        // SAVE follows its button: nothing to save, nothing to do.
-        connect(action, &QAction::triggered, this, [this, command] {
-            if (command == QLatin1String("SAVE") && !m_toolbar->ButtonEnable(command))
-                return;
-            RunCommand(command);
+        const QString key = QString::fromLatin1(command.key);
+        // A shortcut is a click on its button, and so does nothing while
+        // the button is disabled: Ctrl+S with nothing to save.
+        connect(action, &QAction::triggered, this, [this, key] {
+            if (m_toolbar->ButtonEnable(key))
+                RunCommand(key);
         });
         addAction(action);
     }
@@ -199,9 +220,10 @@ void SerialTavo::Start(const QStringList &arguments)
 void SerialTavo::fillToolbar()
 {
     m_toolbar->ClearAll();
-    for (const ToolbarEntry &entry : ToolbarEntries) {
-        const QString key = QString::fromLatin1(entry.key);
-        m_toolbar->AddButton(key, tavo::toolbarIcon(key), entry.group, QString::fromLatin1(entry.tooltip),
+    for (const Command &command : commands()) {
+        const QString key = QString::fromLatin1(command.key);
+        // Every button a push button.
+        m_toolbar->AddButton(key, tavo::toolbarIcon(key), command.group, QString::fromLatin1(command.tooltip),
                              true);
     }
     m_toolbar->ForceResize();
@@ -209,47 +231,13 @@ void SerialTavo::fillToolbar()
 
 void SerialTavo::RunCommand(const QString &key)
 {
+    const std::span<const Command> all = commands();
+    const auto command = std::find_if(all.begin(), all.end(),
+                                      [&key](const Command &c) { return key == QLatin1String(c.key); });
+    if (command == all.end())
+        return;
     try {
-        if (key == QLatin1String("NEW")) {
-            if (QuerySave())
-                NewConfig();
-        } else if (key == QLatin1String("OPEN")) {
-            OpenConfig(QString());
-        } else if (key == QLatin1String("SAVE")) {
-            QString name = m_currentFileName;
-            SaveConfig(name);
-        } else if (key == QLatin1String("SAVEAS")) {
-            QString name;
-            SaveConfig(name);
-        } else if (key == QLatin1String("EXPORT")) {
-            tavo::BuildConfigImage(m_config, [this](int n) { OutputControl1(n)->ColateSerialData(); });
-            ExportConfig();
-        } else if (key == QLatin1String("SETTINGS")) {
-            SettingsForm settings(m_config, this);
-            settings.exec();
-            UpdateSettingsDisplay();
-        } else if (key == QLatin1String("TEST")) {
-            collateAll();
-            if (m_units)
-                m_units->ShowTestDialog(m_config, this);
-        } else if (key == QLatin1String("DOWNLOAD")) {
-            tavo::BuildConfigImage(m_config, [this](int n) { OutputControl1(n)->ColateSerialData(); });
-            if (m_units)
-                m_units->ShowProgrammingDialog(m_config, this);
-        } else if (key == QLatin1String("EXITCROSS")) {
-            if (QuerySave()) {
-                m_exitApproved = true;
-                close();
-            }
-        } else if (key == QLatin1String("MIN")) {
-            showMinimized();
-        } else if (key == QLatin1String("HELP")) {
-            tavo::LaunchDocument(*m_shell, *m_prompter,
-                                 QCoreApplication::applicationDirPath() + QLatin1Char('/') + HelpFileName);
-        } else if (key == QLatin1String("ABOUT")) {
-            AboutBox about(this);
-            about.exec();
-        }
+        (this->*command->run)();
     } catch (const std::exception &e) {
         qCInfo(lcUi) << "command" << key << "abandoned:" << e.what();
         // Whatever went wrong, the file on disk and the window no longer
@@ -257,6 +245,82 @@ void SerialTavo::RunCommand(const QString &key)
         m_currentFileName.clear();
         UpdateCaption();
     }
+}
+
+void SerialTavo::startAgain()
+{
+    if (QuerySave())
+        NewConfig();
+}
+
+void SerialTavo::open()
+{
+    OpenConfig(QString());
+}
+
+void SerialTavo::save()
+{
+    // An untitled configuration asks for a name.
+    QString name = m_currentFileName;
+    SaveConfig(name);
+}
+
+void SerialTavo::saveAs()
+{
+    QString name;
+    SaveConfig(name);
+}
+
+void SerialTavo::exportImage()
+{
+    buildImage();
+    ExportConfig();
+}
+
+void SerialTavo::showSettings()
+{
+    SettingsForm settings(m_config, this);
+    settings.exec();
+    UpdateSettingsDisplay();
+}
+
+void SerialTavo::testUnit()
+{
+    collateAll();
+    if (m_units)
+        m_units->ShowTestDialog(m_config, this);
+}
+
+void SerialTavo::downloadToUnit()
+{
+    buildImage();
+    if (m_units)
+        m_units->ShowProgrammingDialog(m_config, this);
+}
+
+void SerialTavo::exitProgram()
+{
+    if (QuerySave()) {
+        m_exitApproved = true;
+        close();
+    }
+}
+
+void SerialTavo::showHelp()
+{
+    tavo::LaunchDocument(*m_shell, *m_prompter,
+                         QCoreApplication::applicationDirPath() + QLatin1Char('/') + HelpFileName);
+}
+
+void SerialTavo::showAbout()
+{
+    AboutBox about(this);
+    about.exec();
+}
+
+void SerialTavo::buildImage()
+{
+    tavo::BuildConfigImage(m_config, [this](int n) { OutputControl1(n)->ColateSerialData(); });
 }
 
 void SerialTavo::collateAll()
@@ -363,8 +427,16 @@ void SerialTavo::OpenConfig(QString fileName)
     // off part-way leaves the panels showing exactly what was loaded.
     const tavo::ConfigReadResult read = tavo::readConfigFile(
         fileName, m_config, [this](int n) { m_outputs[static_cast<std::size_t>(n)]->SetIndex(n); });
-    if (!read.ok())
+    if (!read.ok()) {
+        using Status = tavo::ConfigReadResult::Status;
+        const char *why = read.status == Status::MissingLine ? "the file ends before line"
+                          : read.status == Status::BadValue  ? "cannot read line"
+                          : read.status == Status::NotFound  ? "no such file"
+                                                             : "cannot read the file";
+        qCInfo(lcFile).noquote() << "opening" << fileName << "stopped:" << why
+                                 << (read.line ? QString::number(read.line) : read.error);
         return untitled();
+    }
     m_currentFileName = fileName;
     UpdateCaption();
     UpdateSettingsDisplay();

@@ -6,10 +6,12 @@
 
 #include <array>
 #include <memory>
+#include <span>
 
 class CommonDialog;
 class OutputControl;
 class Prompter;
+class QGridLayout;
 class QLabel;
 class RightHandToolbar;
 class Shell;
@@ -24,6 +26,14 @@ class UnitServices;
 // script it; what is not given is provided by the desktop versions. The
 // file dialog is one object for the window's life on purpose: saving
 // remembers the name the dialog last held, not the name it was given.
+//
+// SerialTavo, SaveConfig, OpenConfig, NewConfig, QuerySave, UpdateCaption,
+// UpdateSettingsDisplay, ExportConfig, CurrentFileName, OutputControl1 and
+// RightHandToolbar1, and the object names StatusBar1, FILENAME and SETTINGS,
+// are the names the unit's original configuration tool used. They keep
+// that spelling, against our lowerCamelCase habit, so that each command can
+// be traced name by name to the tool its users know, and tests find the
+// parts by them; the other names are ours.
 class SerialTavo : public QMainWindow
 {
     Q_OBJECT
@@ -69,10 +79,32 @@ private:
     void UpdateCaption();
     void UpdateSettingsDisplay();
     void ExportConfig();
+    // The toolbar commands, each with its button, shortcut and handler;
+    // the table is in SerialTavo.cpp.
+    struct Command;
+    static std::span<const Command> commands();
+
+    void provideMissingServices();
+    QGridLayout *newOutputGrid(QWidget *central);
+    void fillStatusBar();
     void fillToolbar();
     void addShortcuts();
     void collateAll();
+    void buildImage();
     void outputClicked();
+
+    // The handlers of the commands.
+    void startAgain();
+    void open();
+    void save();
+    void saveAs();
+    void exportImage();
+    void showSettings();
+    void testUnit();
+    void downloadToUnit();
+    void exitProgram();
+    void showHelp();
+    void showAbout();
 
     ConfigData m_config;
     QString m_currentFileName;

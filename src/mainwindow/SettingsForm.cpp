@@ -2,7 +2,6 @@
 
 #include "SerialSettings.h"
 
-#include <QDialogButtonBox>
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QListWidget>

@@ -5,11 +5,16 @@
 #include <QDialog>
 
 class QListWidget;
-class QPushButton;
 
 // "Tavo serial settings": the baud rate and parity the unit listens at.
 // Done stores a changed choice into the configuration and marks it
 // modified; Cancel stores nothing.
+//
+// SettingsForm, Done_Click and the object names BaudrateList, ParityList,
+// Frame1, Frame2, Done and Cancel are the names the unit's original
+// configuration tool used. They keep that spelling, against our
+// lowerCamelCase habit, so that the dialog can be traced name by name to
+// the tool its users know, and tests find its parts by them.
 class SettingsForm : public QDialog
 {
     Q_OBJECT

@@ -1,17 +1,14 @@
 #include "ToolbarIcons.h"
 
 #include <QIconEngine>
-#include <QMap>
 #include <QPainter>
 #include <QPainterPath>
-
-#include <functional>
 
 namespace tavo {
 
 namespace {
 
-using Glyph = std::function<void(QPainter &)>;
+using Glyph = void (*)(QPainter &);
 
 const QColor Outline(0x40, 0x40, 0x40);
 const QColor Paper(0xFF, 0xFF, 0xFF);
@@ -72,126 +69,139 @@ void circleBadge(QPainter &p)
     p.drawEllipse(QRectF(1.5, 1.5, 13, 13));
 }
 
-const QMap<QString, Glyph> &glyphs()
+// One function per toolbar key, each drawing on the 16 x 16 grid.
+
+void newGlyph(QPainter &p)
 {
-    static const QMap<QString, Glyph> table{
-        {QStringLiteral("NEW"),
-         [](QPainter &p) {
-             page(p);
-             // a spark in the corner: something that was not there before
-             stroke(p, QColor(0xE8, 0xA0, 0x00), 1.5);
-             p.drawLine(QPointF(12.5, 9), QPointF(12.5, 15));
-             p.drawLine(QPointF(9.5, 12), QPointF(15.5, 12));
-         }},
-        {QStringLiteral("OPEN"),
-         [](QPainter &p) {
-             fill(p, FolderDark);
-             p.drawPolygon(QPolygonF{{1.5, 3.5}, {6, 3.5}, {7.5, 5}, {13.5, 5}, {13.5, 13.5}, {1.5, 13.5}});
-             fill(p, Folder);
-             p.drawPolygon(QPolygonF{{1.5, 13.5}, {4, 7.5}, {15.5, 7.5}, {13.5, 13.5}});
-         }},
-        {QStringLiteral("SAVE"), [](QPainter &p) { floppy(p, QRectF(1.5, 1.5, 13, 13)); }},
-        {QStringLiteral("SAVEAS"),
-         [](QPainter &p) {
-             floppy(p, QRectF(0.5, 0.5, 11, 11));
-             // a pencil: the same data under another name
-             p.setPen(QPen(Outline, 0.8));
-             p.setBrush(QColor(0xF0, 0xB0, 0x30));
-             p.drawPolygon(QPolygonF{{8.5, 13.5}, {14, 8}, {15.5, 9.5}, {10, 15}});
-             p.setBrush(Outline);
-             p.drawPolygon(QPolygonF{{8.5, 13.5}, {10, 15}, {7.6, 15.6}});
-         }},
-        {QStringLiteral("EXPORT"),
-         [](QPainter &p) {
-             page(p, 10.5);
-             arrow(p, QPointF(5, 9.5), QPointF(15, 9.5), Green);
-         }},
-        {QStringLiteral("SETTINGS"),
-         [](QPainter &p) {
-             // a gear
-             p.setPen(Qt::NoPen);
-             p.setBrush(Steel);
-             p.save();
-             p.translate(8, 8);
-             for (int i = 0; i < 8; ++i) {
-                 p.drawRect(QRectF(-1.5, -7.5, 3, 4));
-                 p.rotate(45);
-             }
-             p.restore();
-             fill(p, Steel, Steel.darker(150));
-             p.drawEllipse(QPointF(8, 8), 5, 5);
-             fill(p, Paper, Steel.darker(150));
-             p.drawEllipse(QPointF(8, 8), 2, 2);
-         }},
-        {QStringLiteral("TEST"),
-         [](QPainter &p) {
-             // a scope screen showing serial bits going out
-             fill(p, QColor(0x20, 0x28, 0x30), Outline);
-             p.drawRoundedRect(QRectF(0.5, 2.5, 15, 11), 1.5, 1.5);
-             stroke(p, QColor(0x60, 0xE0, 0x70), 1.2);
-             p.drawPolyline(QPolygonF{{2, 10},
-                                      {4, 10},
-                                      {4, 5},
-                                      {7, 5},
-                                      {7, 10},
-                                      {9, 10},
-                                      {9, 5},
-                                      {10.5, 5},
-                                      {10.5, 10},
-                                      {14, 10}});
-         }},
-        {QStringLiteral("DOWNLOAD"),
-         [](QPainter &p) {
-             // a chip with the configuration going into it
-             stroke(p, Outline, 1.0);
-             for (int i = 0; i < 4; ++i) {
-                 const qreal x = 4.5 + 2.33 * i;
-                 p.drawLine(QPointF(x, 9), QPointF(x, 15.5));
-             }
-             fill(p, QColor(0x30, 0x30, 0x30), Outline);
-             p.drawRect(QRectF(2.5, 10.5, 11, 4));
-             arrow(p, QPointF(8, 0.5), QPointF(8, 8.5), Blue);
-         }},
-        {QStringLiteral("EXITCROSS"),
-         [](QPainter &p) {
-             stroke(p, Red, 2.6);
-             p.drawLine(QPointF(3.5, 3.5), QPointF(12.5, 12.5));
-             p.drawLine(QPointF(12.5, 3.5), QPointF(3.5, 12.5));
-         }},
-        {QStringLiteral("MIN"),
-         [](QPainter &p) {
-             fill(p, Paper);
-             p.drawRect(QRectF(1.5, 2.5, 13, 11));
-             p.setPen(Qt::NoPen);
-             p.setBrush(Blue);
-             p.drawRect(QRectF(2, 3, 12, 2)); // title bar
-             p.setBrush(Outline);
-             p.drawRect(QRectF(4, 10, 8, 2)); // the minimise bar
-         }},
-        {QStringLiteral("HELP"),
-         [](QPainter &p) {
-             circleBadge(p);
-             stroke(p, Paper, 1.8);
-             QPainterPath hook;
-             hook.moveTo(5.6, 6.2);
-             hook.cubicTo(5.6, 3.6, 10.4, 3.6, 10.4, 6.2);
-             hook.cubicTo(10.4, 8.0, 8.0, 7.9, 8.0, 9.8);
-             p.drawPath(hook);
-             p.setPen(Qt::NoPen);
-             p.setBrush(Paper);
-             p.drawEllipse(QPointF(8, 12.2), 1.1, 1.1);
-         }},
-        {QStringLiteral("ABOUT"),
-         [](QPainter &p) {
-             circleBadge(p);
-             p.setPen(Qt::NoPen);
-             p.setBrush(Paper);
-             p.drawEllipse(QPointF(8, 4.8), 1.2, 1.2);
-             p.drawRect(QRectF(7, 7, 2, 5.5));
-         }},
-    };
-    return table;
+    page(p);
+    // a spark in the corner: something that was not there before
+    stroke(p, QColor(0xE8, 0xA0, 0x00), 1.5);
+    p.drawLine(QPointF(12.5, 9), QPointF(12.5, 15));
+    p.drawLine(QPointF(9.5, 12), QPointF(15.5, 12));
 }
+
+void openGlyph(QPainter &p)
+{
+    fill(p, FolderDark);
+    p.drawPolygon(QPolygonF{{1.5, 3.5}, {6, 3.5}, {7.5, 5}, {13.5, 5}, {13.5, 13.5}, {1.5, 13.5}});
+    fill(p, Folder);
+    p.drawPolygon(QPolygonF{{1.5, 13.5}, {4, 7.5}, {15.5, 7.5}, {13.5, 13.5}});
+}
+
+void saveGlyph(QPainter &p)
+{
+    floppy(p, QRectF(1.5, 1.5, 13, 13));
+}
+
+void saveAsGlyph(QPainter &p)
+{
+    floppy(p, QRectF(0.5, 0.5, 11, 11));
+    // a pencil: the same data under another name
+    p.setPen(QPen(Outline, 0.8));
+    p.setBrush(QColor(0xF0, 0xB0, 0x30));
+    p.drawPolygon(QPolygonF{{8.5, 13.5}, {14, 8}, {15.5, 9.5}, {10, 15}});
+    p.setBrush(Outline);
+    p.drawPolygon(QPolygonF{{8.5, 13.5}, {10, 15}, {7.6, 15.6}});
+}
+
+void exportGlyph(QPainter &p)
+{
+    page(p, 10.5);
+    arrow(p, QPointF(5, 9.5), QPointF(15, 9.5), Green);
+}
+
+void settingsGlyph(QPainter &p)
+{
+    // a gear
+    p.setPen(Qt::NoPen);
+    p.setBrush(Steel);
+    p.save();
+    p.translate(8, 8);
+    for (int i = 0; i < 8; ++i) {
+        p.drawRect(QRectF(-1.5, -7.5, 3, 4));
+        p.rotate(45);
+    }
+    p.restore();
+    fill(p, Steel, Steel.darker(150));
+    p.drawEllipse(QPointF(8, 8), 5, 5);
+    fill(p, Paper, Steel.darker(150));
+    p.drawEllipse(QPointF(8, 8), 2, 2);
+}
+
+void testGlyph(QPainter &p)
+{
+    // a scope screen showing serial bits going out
+    fill(p, QColor(0x20, 0x28, 0x30), Outline);
+    p.drawRoundedRect(QRectF(0.5, 2.5, 15, 11), 1.5, 1.5);
+    stroke(p, QColor(0x60, 0xE0, 0x70), 1.2);
+    p.drawPolyline(QPolygonF{
+        {2, 10}, {4, 10}, {4, 5}, {7, 5}, {7, 10}, {9, 10}, {9, 5}, {10.5, 5}, {10.5, 10}, {14, 10}});
+}
+
+void downloadGlyph(QPainter &p)
+{
+    // a chip with the configuration going into it
+    stroke(p, Outline, 1.0);
+    for (int i = 0; i < 4; ++i) {
+        const qreal x = 4.5 + 2.33 * i;
+        p.drawLine(QPointF(x, 9), QPointF(x, 15.5));
+    }
+    fill(p, QColor(0x30, 0x30, 0x30), Outline);
+    p.drawRect(QRectF(2.5, 10.5, 11, 4));
+    arrow(p, QPointF(8, 0.5), QPointF(8, 8.5), Blue);
+}
+
+void exitGlyph(QPainter &p)
+{
+    stroke(p, Red, 2.6);
+    p.drawLine(QPointF(3.5, 3.5), QPointF(12.5, 12.5));
+    p.drawLine(QPointF(12.5, 3.5), QPointF(3.5, 12.5));
+}
+
+void minimiseGlyph(QPainter &p)
+{
+    fill(p, Paper);
+    p.drawRect(QRectF(1.5, 2.5, 13, 11));
+    p.setPen(Qt::NoPen);
+    p.setBrush(Blue);
+    p.drawRect(QRectF(2, 3, 12, 2)); // title bar
+    p.setBrush(Outline);
+    p.drawRect(QRectF(4, 10, 8, 2)); // the minimise bar
+}
+
+void helpGlyph(QPainter &p)
+{
+    circleBadge(p);
+    stroke(p, Paper, 1.8);
+    QPainterPath hook;
+    hook.moveTo(5.6, 6.2);
+    hook.cubicTo(5.6, 3.6, 10.4, 3.6, 10.4, 6.2);
+    hook.cubicTo(10.4, 8.0, 8.0, 7.9, 8.0, 9.8);
+    p.drawPath(hook);
+    p.setPen(Qt::NoPen);
+    p.setBrush(Paper);
+    p.drawEllipse(QPointF(8, 12.2), 1.1, 1.1);
+}
+
+void aboutGlyph(QPainter &p)
+{
+    circleBadge(p);
+    p.setPen(Qt::NoPen);
+    p.setBrush(Paper);
+    p.drawEllipse(QPointF(8, 4.8), 1.2, 1.2);
+    p.drawRect(QRectF(7, 7, 2, 5.5));
+}
+
+struct KeyGlyph {
+    const char *key;
+    Glyph draw;
+};
+
+constexpr KeyGlyph Glyphs[] = {
+    {"NEW", newGlyph},        {"OPEN", openGlyph},         {"SAVE", saveGlyph}, {"SAVEAS", saveAsGlyph},
+    {"EXPORT", exportGlyph},  {"SETTINGS", settingsGlyph}, {"TEST", testGlyph}, {"DOWNLOAD", downloadGlyph},
+    {"EXITCROSS", exitGlyph}, {"MIN", minimiseGlyph},      {"HELP", helpGlyph}, {"ABOUT", aboutGlyph},
+};
 
 void unitGlyph(QPainter &p)
 {
@@ -212,7 +222,7 @@ class GlyphEngine : public QIconEngine
 {
 public:
     explicit GlyphEngine(Glyph glyph)
-        : m_glyph(std::move(glyph))
+        : m_glyph(glyph)
     {}
 
     void paint(QPainter *painter, const QRect &rect, QIcon::Mode mode, QIcon::State state) override
@@ -259,18 +269,19 @@ private:
 
 QStringList toolbarIconKeys()
 {
-    return {QStringLiteral("NEW"),    QStringLiteral("OPEN"),     QStringLiteral("SAVE"),
-            QStringLiteral("SAVEAS"), QStringLiteral("EXPORT"),   QStringLiteral("SETTINGS"),
-            QStringLiteral("TEST"),   QStringLiteral("DOWNLOAD"), QStringLiteral("EXITCROSS"),
-            QStringLiteral("MIN"),    QStringLiteral("HELP"),     QStringLiteral("ABOUT")};
+    QStringList keys;
+    for (const KeyGlyph &glyph : Glyphs)
+        keys << QString::fromLatin1(glyph.key);
+    return keys;
 }
 
 QIcon toolbarIcon(const QString &key)
 {
-    const auto it = glyphs().find(key);
-    if (it == glyphs().end())
-        return {};
-    return QIcon(new GlyphEngine(it.value()));
+    for (const KeyGlyph &glyph : Glyphs) {
+        if (key == QLatin1String(glyph.key))
+            return QIcon(new GlyphEngine(glyph.draw));
+    }
+    return {};
 }
 
 QIcon applicationIcon()

@@ -12,8 +12,12 @@
 
 namespace {
 
-constexpr int OnOff = 0;
-constexpr int Pulse = 1;
+// Names a child and puts it where the panel was drawn with it.
+void place(QWidget *child, const QString &name, const QRect &where)
+{
+    child->setObjectName(name);
+    child->setGeometry(where);
+}
 
 } // namespace
 
@@ -30,47 +34,43 @@ OutputControl::OutputControl(ConfigData &config, QWidget *parent)
     , m_serialEditorOff(new SerialEditor(m_mainFrame))
 {
     using tavo::twipsRect;
-    m_mainFrame->setObjectName(QStringLiteral("MainFrame"));
-    m_mainFrame->setGeometry(twipsRect(0, 0, 5775, 1695));
-    m_frame2->setObjectName(QStringLiteral("Frame2"));
-    m_frame2->setGeometry(twipsRect(120, 240, 1095, 1335));
+    place(m_mainFrame, QStringLiteral("MainFrame"), twipsRect(0, 0, 5775, 1695));
+    place(m_frame2, QStringLiteral("Frame2"), twipsRect(120, 240, 1095, 1335));
+    addOperationOptions();
 
-    const QString captions[] = {QStringLiteral("On/Off"), QStringLiteral("Pulse")};
-    const QString tooltips[] = {
-        QStringLiteral("Outputs use seperate On/Off serial codes"),
-        QStringLiteral("Output On for \"Period\" seconds after serial code received")};
-    // As wide as the frame allows: the captions must not be clipped in
-    // fonts wider than the one the panel was drawn with.
-    const QRect places[] = {twipsRect(120, 120, 930, 255), twipsRect(120, 360, 930, 255)};
-    for (int i = 0; i < 2; ++i) {
-        auto *option = new QRadioButton(captions[i], m_frame2);
-        option->setObjectName(QStringLiteral("OuputOperation_%1").arg(i));
-        option->setToolTip(tooltips[i]);
-        option->setGeometry(places[i]);
-        connect(option, &QRadioButton::clicked, this, [this, i] { OuputOperation_Click(i); });
-        m_ouputOperation[static_cast<std::size_t>(i)] = option;
-    }
-
-    m_periodLabel->setObjectName(QStringLiteral("PeriodLabel"));
-    m_periodLabel->setGeometry(twipsRect(120, 720, 735, 255));
-    m_period->setObjectName(QStringLiteral("Period"));
-    m_period->setGeometry(twipsRect(120, 960, 735, 255));
+    place(m_periodLabel, QStringLiteral("PeriodLabel"), twipsRect(120, 720, 735, 255));
+    place(m_period, QStringLiteral("Period"), twipsRect(120, 960, 735, 255));
     connect(m_period, &byteEditor::Changed, this, &OutputControl::periodChanged);
 
-    m_labelSerialOn->setObjectName(QStringLiteral("LabelSerialOn"));
-    m_labelSerialOn->setGeometry(twipsRect(1320, 240, 4335, 255));
-    m_serialEditorOn->setObjectName(QStringLiteral("SerialEditorOn"));
-    m_serialEditorOn->setGeometry(twipsRect(1320, 480, 4335, 375));
-    m_labelSerialOff->setObjectName(QStringLiteral("LabelSerialOff"));
-    m_labelSerialOff->setGeometry(twipsRect(1320, 960, 4335, 255));
-    m_serialEditorOff->setObjectName(QStringLiteral("SerialEditorOff"));
-    m_serialEditorOff->setGeometry(twipsRect(1320, 1200, 4335, 375));
+    place(m_labelSerialOn, QStringLiteral("LabelSerialOn"), twipsRect(1320, 240, 4335, 255));
+    place(m_serialEditorOn, QStringLiteral("SerialEditorOn"), twipsRect(1320, 480, 4335, 375));
+    place(m_labelSerialOff, QStringLiteral("LabelSerialOff"), twipsRect(1320, 960, 4335, 255));
+    place(m_serialEditorOff, QStringLiteral("SerialEditorOff"), twipsRect(1320, 1200, 4335, 375));
     // Replaced by SetIndex; seen only on an unbound panel.
     m_serialEditorOff->SetToolTipText(QStringLiteral("Seial code to turn output Off"));
     connect(m_serialEditorOn, &SerialEditor::Changed, this, &OutputControl::messageChanged);
     connect(m_serialEditorOff, &SerialEditor::Changed, this, &OutputControl::messageChanged);
 
     setFixedSize(sizeHint());
+}
+
+void OutputControl::addOperationOptions()
+{
+    const QString captions[] = {QStringLiteral("On/Off"), QStringLiteral("Pulse")};
+    const QString tooltips[] = {
+        QStringLiteral("Outputs use seperate On/Off serial codes"),
+        QStringLiteral("Output On for \"Period\" seconds after serial code received")};
+    // As wide as the frame allows: the captions must not be clipped in
+    // fonts wider than the one the panel was drawn with.
+    const QRect places[] = {tavo::twipsRect(120, 120, 930, 255), tavo::twipsRect(120, 360, 930, 255)};
+    for (const Operation operation : {Operation::OnOff, Operation::Pulse}) {
+        const auto i = static_cast<std::size_t>(operation);
+        auto *button = new QRadioButton(captions[i], m_frame2);
+        place(button, QStringLiteral("OuputOperation_%1").arg(i), places[i]);
+        button->setToolTip(tooltips[i]);
+        connect(button, &QRadioButton::clicked, this, [this, operation] { OuputOperation_Click(operation); });
+        m_ouputOperation[i] = button;
+    }
 }
 
 QSize OutputControl::sizeHint() const
@@ -94,8 +94,8 @@ void OutputControl::SetIndex(int index)
     m_serialEditorOff->SetToolTipText(QStringLiteral("Serial code to turn output Off"));
     m_serialEditorOff->UseThisMessage(m_config.OffMessages[i], true);
 
-    const int mode = m_config.PulseModes[i] ? Pulse : OnOff;
-    m_ouputOperation[static_cast<std::size_t>(mode)]->setChecked(true);
+    const Operation mode = m_config.PulseModes[i] ? Operation::Pulse : Operation::OnOff;
+    option(mode)->setChecked(true);
     OuputOperation_Click(mode); // shows the controls of the mode; writes nothing while loading
     m_loadingFlag = false;
 }
@@ -107,11 +107,16 @@ void OutputControl::ColateSerialData()
     m_config.OffMessages.at(i).SetAllDataTo(m_serialEditorOff->ReturnCurrentMessage());
 }
 
-void OutputControl::OuputOperation_Click(int index)
+QRadioButton *OutputControl::option(Operation operation) const
+{
+    return m_ouputOperation[static_cast<std::size_t>(operation)];
+}
+
+void OutputControl::OuputOperation_Click(Operation index)
 {
     // A pulse output has no Off code to show (it is kept, not cleared) but a
     // period; an On/Off output the other way round.
-    const bool pulse = index != OnOff;
+    const bool pulse = index == Operation::Pulse;
     m_serialEditorOff->setVisible(!pulse);
     m_labelSerialOff->setVisible(!pulse);
     m_periodLabel->setVisible(pulse);
@@ -119,7 +124,7 @@ void OutputControl::OuputOperation_Click(int index)
 
     if (m_loadingFlag)
         return;
-    m_config.PulseModes.at(static_cast<std::size_t>(m_outputNumber)) = m_ouputOperation[Pulse]->isChecked();
+    m_config.PulseModes.at(static_cast<std::size_t>(m_outputNumber)) = option(Operation::Pulse)->isChecked();
     emit Click();
 }
 

@@ -20,6 +20,15 @@ class byteEditor;
 // at once, the two codes only when ColateSerialData() is called (the window
 // does so before it saves, exports, tests or downloads). `Click` follows
 // every change the user makes.
+//
+// OutputControl, SetIndex, ColateSerialData, OutputNumber, Click and
+// OuputOperation_Click, and the children's object names MainFrame, Frame2,
+// OuputOperation_0 and _1, PeriodLabel, Period, LabelSerialOn,
+// SerialEditorOn, LabelSerialOff and SerialEditorOff, are the names the
+// unit's original configuration tool used, misspellings included. They
+// keep that spelling, against our lowerCamelCase habit, so that the panel
+// can be traced name by name to the tool its users know, and tests find
+// its parts by them; the other names are ours.
 class OutputControl : public QWidget
 {
     Q_OBJECT
@@ -43,7 +52,12 @@ signals:
     void Click();
 
 private:
-    void OuputOperation_Click(int index);
+    // The two mode options, by their index in OuputOperation.
+    enum class Operation : int { OnOff = 0, Pulse = 1 };
+
+    void addOperationOptions();
+    QRadioButton *option(Operation operation) const;
+    void OuputOperation_Click(Operation index);
     void periodChanged();
     void messageChanged();
 

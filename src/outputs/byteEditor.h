@@ -21,6 +21,14 @@ class ArrowButton;
 // action that may have changed the value (also when it did not): Enter in
 // the text box, leaving the text box, and releasing a button, once per
 // press however many steps the press made.
+//
+// byteEditor, Setenabled (the tool's write-only `enabled`), return_value,
+// set_values, refresh_mode, Changed, SetClampedValue and ParseText, and the
+// children's object names EnableFrame, Text1, Up, Down and Timer1, are the
+// names the unit's original configuration tool used. They keep that
+// spelling, against our lowerCamelCase habit, so that the spinner can be
+// traced name by name to that tool, and tests find its parts by them; the
+// other names are ours.
 class byteEditor : public QWidget
 {
     Q_OBJECT

@@ -1,12 +1,12 @@
-#include "support/ConfigSamples.h"
-#include "SerialEditor.h"
 #include "ConfigFile.h"
+#include "OutputControl.h"
 #include "RightHandToolbar.h"
+#include "ScriptedPrompter.h"
+#include "SerialEditor.h"
 #include "SerialTavo.h"
 #include "UnitServices.h"
-#include "OutputControl.h"
+#include "support/ConfigSamples.h"
 #include "support/ScriptedCommonDialog.h"
-#include "ScriptedPrompter.h"
 
 #include <QApplication>
 #include <QDir>
@@ -387,30 +387,37 @@ private slots:
     {
         // clang-format off
         QTest::addColumn<QKeySequence>("keys");
+        QTest::addColumn<bool>("edited"); // output 7 changed first, else started again
         QTest::addColumn<int>("dialogs"); // file dialogs shown
         QTest::addColumn<int>("launches");
-        QTest::newRow("Ctrl+O opens") << QKeySequence(Qt::CTRL | Qt::Key_O) << 1 << 0;
-        QTest::newRow("Ctrl+Shift+S saves as") << QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S) << 1 << 0;
-        QTest::newRow("Ctrl+S saves") << QKeySequence(Qt::CTRL | Qt::Key_S) << 1 << 0;
-        QTest::newRow("F1 is help") << QKeySequence(Qt::Key_F1) << 0 << 1;
-        QTest::newRow("Ctrl+N starts again") << QKeySequence(Qt::CTRL | Qt::Key_N) << 0 << 0;
+        QTest::newRow("Ctrl+O opens") << QKeySequence(Qt::CTRL | Qt::Key_O) << true << 1 << 0;
+        QTest::newRow("Ctrl+Shift+S saves as")
+            << QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S) << true << 1 << 0;
+        QTest::newRow("Ctrl+S saves") << QKeySequence(Qt::CTRL | Qt::Key_S) << true << 1 << 0;
+        QTest::newRow("Ctrl+S, nothing to save") << QKeySequence(Qt::CTRL | Qt::Key_S) << false << 0 << 0;
+        QTest::newRow("F1 is help") << QKeySequence(Qt::Key_F1) << true << 0 << 1;
+        QTest::newRow("Ctrl+N starts again") << QKeySequence(Qt::CTRL | Qt::Key_N) << true << 0 << 0;
         // clang-format on
     }
 
     void shortcutsRunTheCommands()
     {
         QFETCH(QKeySequence, keys);
+        QFETCH(bool, edited);
         QFETCH(int, dialogs);
         QFETCH(int, launches);
         Window w;
-        w.editOutput(6);
+        if (edited)
+            w.editOutput(6);
+        else
+            w.window.RunCommand(QStringLiteral("NEW")); // disables SAVE
         w.prompter.SetNextAnswer(Answer::No);
         QTest::keySequence(&w.window, keys);
         QCOMPARE(int(w.dialog.shown().size()), dialogs);
         QCOMPARE(w.shell.opened, launches ? QStringList{QCoreApplication::applicationDirPath()
                                                         + QStringLiteral("/Serial Tavo Editor.html")}
                                           : QStringList());
-        QCOMPARE(w.config().PulseModes[6], keys != QKeySequence(Qt::CTRL | Qt::Key_N));
+        QCOMPARE(w.config().PulseModes[6], edited && keys != QKeySequence(Qt::CTRL | Qt::Key_N));
     }
 
     void minimiseAndAbout()
