@@ -1,0 +1,201 @@
+#include "ConfigCheck.h"
+
+#include <algorithm>
+
+namespace tavo {
+
+namespace {
+
+using Type = SerialEditorData::Type;
+using Severity = ConfigFinding::Severity;
+
+// One code of the configuration and where it stands.
+struct Code {
+    int output = 0; // 0 to 7
+    bool on = true;
+    const SerialEditorData *message = nullptr;
+    int length = 0;
+
+    QString name() const
+    {
+        return QStringLiteral("Output %1 %2")
+            .arg(output + 1)
+            .arg(on ? QStringLiteral("On") : QStringLiteral("Off"));
+    }
+    int line() const { return codeLine(output, on); }
+    bool isIgnore(int i) const { return message->ByteType(i) == Type::Ignore; }
+    int value(int i) const { return message->ByteValue(i); }
+};
+
+// The bytes a code has for the unit: a count beyond the slots (a damaged
+// file read leniently) is cut to what a code can hold.
+int lengthOf(const SerialEditorData &message)
+{
+    return std::clamp(static_cast<int>(message.NumberOfBytesInMessage()), 0, SerialEditorData::MaxBytes);
+}
+
+bool coversAt(const Code &a, const Code &b, int offset)
+{
+    for (int i = 0; i < a.length; ++i) {
+        if (a.isIgnore(i))
+            continue;
+        if (b.isIgnore(offset + i) || a.value(i) != b.value(offset + i))
+            return false;
+    }
+    return true;
+}
+
+bool coversSomewhere(const Code &a, const Code &b)
+{
+    for (int offset = 0; offset + a.length <= b.length; ++offset) {
+        if (coversAt(a, b, offset))
+            return true;
+    }
+    return false;
+}
+
+bool ignoreOnly(const Code &code)
+{
+    for (int i = 0; i < code.length; ++i) {
+        if (!code.isIgnore(i))
+            return false;
+    }
+    return true;
+}
+
+ConfigFinding finding(Severity severity, const char *kind, std::vector<const Code *> codes,
+                      const QString &message)
+{
+    std::sort(codes.begin(), codes.end(), [](const Code *a, const Code *b) { return a->line() < b->line(); });
+    ConfigFinding f{severity, QString::fromLatin1(kind), codes.front()->line(), {}, message};
+    for (const Code *code : codes)
+        f.codes << code->name();
+    return f;
+}
+
+// An On/Off output with only one of its two codes.
+void missingCodes(const ConfigData &config, std::vector<ConfigFinding> &findings)
+{
+    for (int n = 0; n < ConfigData::OutputCount; ++n) {
+        const auto i = static_cast<std::size_t>(n);
+        if (config.PulseModes[i])
+            continue;
+        const bool on = lengthOf(config.OnMessages[i]) > 0;
+        const bool off = lengthOf(config.OffMessages[i]) > 0;
+        if (on == off)
+            continue;
+        const QString output = QStringLiteral("Output %1").arg(n + 1);
+        if (on)
+            findings.push_back({Severity::Warning,
+                                QStringLiteral("no-off-code"),
+                                codeLine(n, false),
+                                {output},
+                                output
+                                    + QStringLiteral(" has an On code but no Off code: once on, it cannot be "
+                                                     "switched off")});
+        else
+            findings.push_back(
+                {Severity::Warning,
+                 QStringLiteral("no-on-code"),
+                 codeLine(n, true),
+                 {output},
+                 output + QStringLiteral(" has an Off code but no On code: it cannot be switched on")});
+    }
+}
+
+std::vector<Code> codesOf(const ConfigData &config)
+{
+    std::vector<Code> codes;
+    for (int n = 0; n < ConfigData::OutputCount; ++n) {
+        const auto i = static_cast<std::size_t>(n);
+        codes.push_back({n, true, &config.OnMessages[i], lengthOf(config.OnMessages[i])});
+        // A pulse output never listens for its Off code.
+        if (!config.PulseModes[i])
+            codes.push_back({n, false, &config.OffMessages[i], lengthOf(config.OffMessages[i])});
+    }
+    std::erase_if(codes, [](const Code &code) { return code.length == 0; });
+    return codes;
+}
+
+// Two codes of one length: the same code if either covers the other.
+void sameLength(const Code &a, const Code &b, std::vector<ConfigFinding> &findings)
+{
+    if (!coversAt(a, b, 0) && !coversAt(b, a, 0))
+        return;
+    const QString both = QStringLiteral("%1 and %2 are the same code").arg(a.name(), b.name());
+    if (a.output == b.output)
+        findings.push_back(finding(Severity::Error, "on-equals-off", {&a, &b},
+                                   both + QStringLiteral(": the unit cannot tell on from off")));
+    else
+        findings.push_back(finding(Severity::Warning, "same-code", {&a, &b},
+                                   both + QStringLiteral(": sending it switches both outputs")));
+}
+
+void inside(const Code &shorter, const Code &longer, std::vector<ConfigFinding> &findings)
+{
+    if (!coversSomewhere(shorter, longer))
+        return;
+    findings.push_back(finding(
+        Severity::Warning, "inside", {&shorter, &longer},
+        QStringLiteral("%1 is inside %2: sending %2 also sends %1").arg(shorter.name(), longer.name())));
+}
+
+} // namespace
+
+int codeLine(int output, bool on)
+{
+    return 2 + 4 * output + (on ? 0 : 1);
+}
+
+std::vector<ConfigFinding> checkConfig(const ConfigData &config)
+{
+    std::vector<ConfigFinding> findings;
+    missingCodes(config, findings);
+    std::vector<Code> codes = codesOf(config);
+    // A code of Ignore bytes only is wrong on its own; compared with the
+    // others it would be found inside every one of them as well.
+    for (const Code &code : codes) {
+        if (ignoreOnly(code))
+            findings.push_back(
+                finding(Severity::Error, "matches-anything", {&code},
+                        code.name()
+                            + QStringLiteral(" is Ignore bytes only: it matches anything the unit "
+                                             "receives")));
+    }
+    std::erase_if(codes, ignoreOnly);
+    for (std::size_t i = 0; i < codes.size(); ++i) {
+        for (std::size_t j = i + 1; j < codes.size(); ++j) {
+            const Code &a = codes[i];
+            const Code &b = codes[j];
+            if (a.length == b.length)
+                sameLength(a, b, findings);
+            else if (a.length < b.length)
+                inside(a, b, findings);
+            else
+                inside(b, a, findings);
+        }
+    }
+    std::stable_sort(findings.begin(), findings.end(),
+                     [](const ConfigFinding &a, const ConfigFinding &b) { return a.line < b.line; });
+    return findings;
+}
+
+int errorCount(const std::vector<ConfigFinding> &findings)
+{
+    return static_cast<int>(
+        std::count_if(findings.begin(), findings.end(), [](const auto &f) { return f.isError(); }));
+}
+
+QString findingsSummary(const std::vector<ConfigFinding> &findings)
+{
+    const int errors = errorCount(findings);
+    const int warnings = static_cast<int>(findings.size()) - errors;
+    QStringList parts;
+    if (errors > 0)
+        parts << (errors == 1 ? QStringLiteral("1 error") : QStringLiteral("%1 errors").arg(errors));
+    if (warnings > 0)
+        parts << (warnings == 1 ? QStringLiteral("1 warning") : QStringLiteral("%1 warnings").arg(warnings));
+    return parts.join(QStringLiteral(", "));
+}
+
+} // namespace tavo
