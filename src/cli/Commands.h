@@ -14,6 +14,7 @@ int runSearch(const QStringList &args);
 int runProgram(const QStringList &args);
 int runSend(const QStringList &args);
 int runSim(const QStringList &args);
+int runCheck(const QStringList &args);
 
 struct Command {
     const char *name;

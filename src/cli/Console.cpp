@@ -1,5 +1,6 @@
 #include "Console.h"
 
+#include "ConfigCheck.h"
 #include "ConfigData.h"
 #include "ConfigFile.h"
 #include "ConfigImage.h"
@@ -157,9 +158,8 @@ std::optional<int> CommandParser::parse(const QStringList &args, int positional)
     return std::nullopt;
 }
 
-bool loadConfig(const QString &path, ConfigData &config, Reading reading)
+bool readConfigBytes(const QString &path, QByteArray &bytes)
 {
-    QByteArray bytes;
     const tavo::ConfigReadResult opened = tavo::readConfigBytes(path, bytes);
     switch (opened.status) {
     case tavo::ConfigReadResult::NotFound: fail(QStringLiteral("%1: no such file").arg(path)); return false;
@@ -167,9 +167,33 @@ bool loadConfig(const QString &path, ConfigData &config, Reading reading)
     case tavo::ConfigReadResult::OpenFailed:
         fail(QStringLiteral("%1: cannot be read: %2").arg(path, opened.error));
         return false;
-    default: break;
+    default: return true;
     }
+}
 
+ConfigData readAsTheEditorDoes(const QString &path)
+{
+    // What the editor's "new" leaves, so that a file read the same way
+    // gives the same configuration; then the editor's own forgiving
+    // reading, which keeps what it read before a line it cannot use.
+    ConfigData config;
+    config.OnPeriods.fill(1);
+    (void)tavo::readConfigFile(path, config);
+    return config;
+}
+
+void printFindings(QTextStream &stream, const QString &path, const std::vector<tavo::ConfigFinding> &findings)
+{
+    for (const tavo::ConfigFinding &f : findings)
+        stream << path << ':' << f.line << ": " << (f.isError() ? "error" : "warning") << ": " << f.message << '\n';
+    stream.flush();
+}
+
+bool loadConfig(const QString &path, ConfigData &config, Reading reading)
+{
+    QByteArray bytes;
+    if (!readConfigBytes(path, bytes))
+        return false;
     const std::vector<tavo::ConfigDamage> damage = tavo::findConfigDamage(bytes);
     if (!damage.empty()) {
         out().flush();
@@ -179,22 +203,12 @@ bool loadConfig(const QString &path, ConfigData &config, Reading reading)
             err() << path << ':' << d.line << ": " << severity << ": " << d.what << '\n';
         err().flush();
         if (reading == Reading::Strict) {
-            err() << "tavo: " << path
-                  << " is damaged; nothing was done (--lenient reads it as the editor does)" << Qt::endl;
+            err() << "tavo: " << path << " is damaged; nothing was done (--lenient reads it as the editor does)"
+                  << Qt::endl;
             return false;
         }
     }
-
-    // What the editor's "new" leaves, so that a file read the same way
-    // gives the same configuration; then the editor's own forgiving
-    // reading, which keeps what it read before a line it cannot use.
-    config = ConfigData{};
-    config.OnPeriods.fill(1);
-    const tavo::ConfigReadResult read = tavo::readConfigFile(path, config);
-    if (!read.ok() && read.line == 0) {
-        fail(QStringLiteral("%1: cannot be read").arg(path));
-        return false;
-    }
+    config = readAsTheEditorDoes(path);
     return true;
 }
 

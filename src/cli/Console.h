@@ -9,7 +9,13 @@
 #include <initializer_list>
 #include <optional>
 
-struct ConfigData;
+#include "ConfigData.h"
+
+#include <vector>
+
+namespace tavo {
+struct ConfigFinding;
+}
 
 // What every `tavo` command shares: the two output streams, the exit codes,
 // argument parsing with --help and usage errors, and reading a
@@ -88,6 +94,14 @@ private:
     QCommandLineParser m_parser;
     QList<ExitCode> m_exitCodes{ExitOk, ExitFailed, ExitUsage};
 };
+
+// The bytes of a configuration file; says on stderr why not and returns
+// false when it is missing, a folder or unreadable.
+bool readConfigBytes(const QString &path, QByteArray &bytes);
+// The configuration in a file as the editor reads it, forgivingly.
+ConfigData readAsTheEditorDoes(const QString &path);
+// Findings as compilers report them: "FILE:LINE: error: MESSAGE".
+void printFindings(QTextStream &stream, const QString &path, const std::vector<tavo::ConfigFinding> &findings);
 
 // Reads a configuration file into `config` (which starts as a new
 // configuration). Says on stderr why not and returns false when the file is

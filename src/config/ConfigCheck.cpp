@@ -67,9 +67,12 @@ ConfigFinding finding(Severity severity, const char *kind, std::vector<const Cod
                       const QString &message)
 {
     std::sort(codes.begin(), codes.end(), [](const Code *a, const Code *b) { return a->line() < b->line(); });
-    ConfigFinding f{severity, QString::fromLatin1(kind), codes.front()->line(), {}, message};
-    for (const Code *code : codes)
+    ConfigFinding f{severity, QString::fromLatin1(kind), codes.front()->line(), {}, message, {}};
+    for (const Code *code : codes) {
         f.codes << code->name();
+        if (std::find(f.outputs.begin(), f.outputs.end(), code->output) == f.outputs.end())
+            f.outputs.push_back(code->output);
+    }
     return f;
 }
 
@@ -85,21 +88,17 @@ void missingCodes(const ConfigData &config, std::vector<ConfigFinding> &findings
         if (on == off)
             continue;
         const QString output = QStringLiteral("Output %1").arg(n + 1);
-        if (on)
-            findings.push_back({Severity::Warning,
-                                QStringLiteral("no-off-code"),
-                                codeLine(n, false),
-                                {output},
-                                output
-                                    + QStringLiteral(" has an On code but no Off code: once on, it cannot be "
-                                                     "switched off")});
-        else
-            findings.push_back(
-                {Severity::Warning,
-                 QStringLiteral("no-on-code"),
-                 codeLine(n, true),
-                 {output},
-                 output + QStringLiteral(" has an Off code but no On code: it cannot be switched on")});
+        ConfigFinding f{Severity::Warning, {}, codeLine(n, !on), {output}, {}, {n}};
+        if (on) {
+            f.kind = QStringLiteral("no-off-code");
+            f.message =
+                output
+                + QStringLiteral(" has an On code but no Off code: once on, it cannot be switched off");
+        } else {
+            f.kind = QStringLiteral("no-on-code");
+            f.message = output + QStringLiteral(" has an Off code but no On code: it cannot be switched on");
+        }
+        findings.push_back(f);
     }
 }
 

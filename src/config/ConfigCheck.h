@@ -39,6 +39,8 @@ struct ConfigFinding {
     // missing code.
     QStringList codes;
     QString message;
+    // The outputs those codes belong to, 0 to 7.
+    std::vector<int> outputs;
 
     bool isError() const { return severity == Severity::Error; }
 };

@@ -1,6 +1,7 @@
 #include "SerialTavo.h"
 
 #include "AboutBox.h"
+#include "CheckStatus.h"
 #include "ConfigFile.h"
 #include "ConfigImage.h"
 #include "DocumentLauncher.h"
@@ -140,6 +141,9 @@ void SerialTavo::fillStatusBar()
     m_settingsPanel->installEventFilter(this);
     bar->addWidget(m_fileNamePanel, 1);
     bar->addWidget(m_settingsPanel, 2);
+    auto *checkPanel = newPanel(QString(), QString(), QString(), bar);
+    m_check = new CheckStatus(m_config, m_outputs, checkPanel, *m_prompter, this);
+    bar->addWidget(checkPanel);
 }
 
 SerialTavo::~SerialTavo() = default;
@@ -273,6 +277,8 @@ void SerialTavo::saveAs()
 
 void SerialTavo::exportImage()
 {
+    if (!m_check->approve(QStringLiteral("Export")))
+        return;
     buildImage();
     ExportConfig();
 }
@@ -293,6 +299,8 @@ void SerialTavo::testUnit()
 
 void SerialTavo::downloadToUnit()
 {
+    if (!m_check->approve(QStringLiteral("Download")))
+        return;
     buildImage();
     if (m_units)
         m_units->ShowProgrammingDialog(m_config, this);
@@ -333,6 +341,7 @@ void SerialTavo::outputClicked()
 {
     m_config.ConfigModified = true;
     m_toolbar->SetButtonEnable(QStringLiteral("SAVE"), true);
+    m_check->check();
 }
 
 void SerialTavo::NewConfig()
@@ -351,6 +360,7 @@ void SerialTavo::NewConfig()
     m_currentFileName.clear();
     UpdateCaption();
     UpdateSettingsDisplay();
+    m_check->check();
 }
 
 bool SerialTavo::QuerySave()
@@ -427,6 +437,7 @@ void SerialTavo::OpenConfig(QString fileName)
     // off part-way leaves the panels showing exactly what was loaded.
     const tavo::ConfigReadResult read = tavo::readConfigFile(
         fileName, m_config, [this](int n) { m_outputs[static_cast<std::size_t>(n)]->SetIndex(n); });
+    m_check->check();
     if (!read.ok()) {
         using Status = tavo::ConfigReadResult::Status;
         const char *why = read.status == Status::MissingLine ? "the file ends before line"

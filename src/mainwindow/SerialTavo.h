@@ -8,6 +8,7 @@
 #include <memory>
 #include <span>
 
+class CheckStatus;
 class CommonDialog;
 class OutputControl;
 class Prompter;
@@ -122,4 +123,5 @@ private:
     std::array<OutputControl *, ConfigData::OutputCount> m_outputs{};
     QLabel *m_fileNamePanel;
     QLabel *m_settingsPanel;
+    CheckStatus *m_check = nullptr;
 };

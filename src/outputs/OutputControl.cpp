@@ -7,6 +7,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QRadioButton>
+#include <QStyle>
 
 #include <stdexcept>
 
@@ -32,6 +33,7 @@ OutputControl::OutputControl(ConfigData &config, QWidget *parent)
     , m_serialEditorOn(new SerialEditor(m_mainFrame))
     , m_labelSerialOff(new QLabel(QStringLiteral("Serial code for OFF"), m_mainFrame))
     , m_serialEditorOff(new SerialEditor(m_mainFrame))
+    , m_findingsMark(new QLabel(m_mainFrame))
 {
     using tavo::twipsRect;
     place(m_mainFrame, QStringLiteral("MainFrame"), twipsRect(0, 0, 5775, 1695));
@@ -50,6 +52,9 @@ OutputControl::OutputControl(ConfigData &config, QWidget *parent)
     m_serialEditorOff->SetToolTipText(QStringLiteral("Seial code to turn output Off"));
     connect(m_serialEditorOn, &SerialEditor::Changed, this, &OutputControl::messageChanged);
     connect(m_serialEditorOff, &SerialEditor::Changed, this, &OutputControl::messageChanged);
+    // In the corner of the frame, where the title leaves room.
+    place(m_findingsMark, QStringLiteral("FindingsMark"), twipsRect(5400, 0, 300, 300));
+    m_findingsMark->setVisible(false);
 
     setFixedSize(sizeHint());
 }
@@ -102,9 +107,25 @@ void OutputControl::SetIndex(int index)
 
 void OutputControl::ColateSerialData()
 {
+    collateInto(m_config);
+}
+
+void OutputControl::collateInto(ConfigData &config) const
+{
     const auto i = static_cast<std::size_t>(m_outputNumber);
-    m_config.OnMessages.at(i).SetAllDataTo(m_serialEditorOn->ReturnCurrentMessage());
-    m_config.OffMessages.at(i).SetAllDataTo(m_serialEditorOff->ReturnCurrentMessage());
+    config.OnMessages.at(i).SetAllDataTo(m_serialEditorOn->ReturnCurrentMessage());
+    config.OffMessages.at(i).SetAllDataTo(m_serialEditorOff->ReturnCurrentMessage());
+}
+
+void OutputControl::setFindings(const QStringList &messages, bool error)
+{
+    m_findingsMark->setVisible(!messages.isEmpty());
+    if (messages.isEmpty())
+        return;
+    const QStyle::StandardPixmap icon = error ? QStyle::SP_MessageBoxCritical : QStyle::SP_MessageBoxWarning;
+    m_findingsMark->setPixmap(style()->standardIcon(icon).pixmap(m_findingsMark->size()));
+    m_findingsMark->setToolTip(messages.join(QLatin1Char('\n')));
+    m_findingsMark->setProperty("error", error);
 }
 
 QRadioButton *OutputControl::option(Operation operation) const

@@ -43,6 +43,13 @@ public:
     // Copies both editors' messages into the configuration's code slots of
     // the bound output (output 0 before the first SetIndex).
     void ColateSerialData();
+    // The same into another configuration (a copy to check).
+    void collateInto(ConfigData &config) const;
+
+    // The configuration check's findings for this output: a warning mark
+    // (an error mark when `error`) beside the title, the findings as its
+    // tooltip; no mark without findings.
+    void setFindings(const QStringList &messages, bool error);
 
     int OutputNumber() const { return m_outputNumber; }
 
@@ -74,4 +81,5 @@ private:
     SerialEditor *m_serialEditorOn;
     QLabel *m_labelSerialOff;
     SerialEditor *m_serialEditorOff;
+    QLabel *m_findingsMark;
 };

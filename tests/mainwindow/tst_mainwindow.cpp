@@ -383,6 +383,63 @@ private slots:
         QCOMPARE(bare.Config().ConfigImage[0], 1);
     }
 
+    // The check follows the user's typing: marks on the panels, the count
+    // in the status bar, and DOWNLOAD asks while there are errors.
+    void checkFollowsTheEdits()
+    {
+        Window w;
+        const auto type = [&](int n, const char *editor, const char *text) {
+            auto *display = w.window.OutputControl1(n)
+                                ->findChild<SerialEditor *>(QString::fromLatin1(editor))
+                                ->findChild<QWidget *>(QStringLiteral("DisplayImage"));
+            display->setFocus();
+            QTest::keyClicks(display, QString::fromLatin1(text));
+        };
+        const auto mark = [&](int n) {
+            return w.window.OutputControl1(n)->findChild<QLabel *>(QStringLiteral("FindingsMark"));
+        };
+        auto *count = w.window.findChild<QLabel *>(QStringLiteral("CHECK"));
+        QVERIFY(!count->isVisible() && !mark(0)->isVisible());
+
+        type(0, "SerialEditorOn", "GO");
+        QCOMPARE(count->text(), QStringLiteral("1 warning")); // no Off code yet
+        QVERIFY(mark(0)->isVisible() && !mark(0)->property("error").toBool());
+
+        type(0, "SerialEditorOff", "GO");
+        QCOMPARE(count->text(), QStringLiteral("1 error"));
+        QVERIFY(mark(0)->property("error").toBool());
+        QVERIFY(
+            mark(0)->toolTip().contains(QStringLiteral("Output 1 On and Output 1 Off are the same code")));
+        QVERIFY(!mark(1)->isVisible());
+
+        // TAVO_SCREENSHOT_DIR=dir keeps the window with its marks.
+        const QString shots = qEnvironmentVariable("TAVO_SCREENSHOT_DIR");
+        if (!shots.isEmpty())
+            QVERIFY(QDir().mkpath(shots) && w.window.grab().save(shots + QStringLiteral("/check-marks.png")));
+
+        w.prompter.SetNextAnswer(Answer::No);
+        w.click("DOWNLOAD");
+        QVERIFY(w.units.programmed.isEmpty());
+        QVERIFY(w.prompter.shown().constLast().text.startsWith(
+            QStringLiteral("The configuration has 1 error: Output 1 On and Output 1 Off are the same code")));
+        QVERIFY(w.prompter.shown().constLast().text.endsWith(QStringLiteral("Download anyway?")));
+        w.prompter.SetNextAnswer(Answer::Yes);
+        w.click("DOWNLOAD");
+        QCOMPARE(w.units.programmed.size(), 1);
+
+        // A click on the count lists the findings.
+        QTest::mouseClick(count, Qt::LeftButton);
+        QCOMPARE(w.prompter.shown().constLast().title, QStringLiteral("Configuration check"));
+
+        // Off becomes GOT: GO is inside it, a warning only, and nothing asks.
+        type(0, "SerialEditorOff", "T");
+        QCOMPARE(count->text(), QStringLiteral("1 warning"));
+        const qsizetype asked = w.prompter.shown().size();
+        w.click("DOWNLOAD");
+        QCOMPARE(w.units.programmed.size(), 2);
+        QCOMPARE(w.prompter.shown().size(), asked);
+    }
+
     void shortcutsRunTheCommands_data()
     {
         // clang-format off
