@@ -1,10 +1,10 @@
 #include "TestStrings.h"
 
 #include "ConfigData.h"
-#include "SerialSettings.h"
-#include "SerialEditorData.h"
 #include "LineSettings.h"
+#include "SerialEditorData.h"
 #include "SerialLink.h"
+#include "SerialSettings.h"
 #include "Waiter.h"
 
 #include <stdexcept>
@@ -178,15 +178,15 @@ QByteArray SendBytes(int mode, const SerialEditorData &message)
     return bytes;
 }
 
-int DrainMs(int count, const QString &settings)
+std::chrono::milliseconds DrainMs(int count, const QString &settings)
 {
-    constexpr int SettleMs = 20;
+    constexpr std::chrono::milliseconds Settle{20};
     if (count <= 0)
-        return 0;
+        return {};
     const LineSettings s = LineSettings::parse(settings).value_or(LineSettings{});
     const int bitsPerByte = 1 + s.dataBits + (s.parity == LineSettings::Parity::None ? 0 : 1) + s.stopBits;
     const qint64 bits = qint64(count) * bitsPerByte;
-    return static_cast<int>((bits * 1000 + s.baud - 1) / s.baud) + SettleMs;
+    return std::chrono::milliseconds((bits * 1000 + s.baud - 1) / s.baud) + Settle;
 }
 
 bool Send(SerialLink &link, int port, int mode, const SerialEditorData &message, const ConfigData &config,

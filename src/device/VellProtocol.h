@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 
@@ -168,7 +169,7 @@ public:
 
 private:
     bool aborted() const;
-    bool wait(int ms, int enoughBytes = 0);
+    bool wait(std::chrono::milliseconds duration, int enoughBytes = 0);
     bool dumbRestart();
     bool sendRestartCommand();
     void setSettings(const QString &settings);

@@ -1,16 +1,17 @@
-#include "device/LineBench.h"
-#include "VellProtocol.h"
 #include "ConfigImage.h"
 #include "EventLoopWaiter.h"
+#include "PtyUnit.h"
 #include "QtSerialLink.h"
 #include "ScriptedPrompter.h"
-#include "PtyUnit.h"
+#include "VellProtocol.h"
+#include "device/LineBench.h"
 
 #include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -70,7 +71,8 @@ private slots:
         QCOMPARE(host.protocol.program_unit(), VellProtocol::ProgramResult::Finished);
         qInfo("programming run (search, 32 blocks, restart): %lld ms (%lld ms of it in waits, %lld ms asked "
               "for)",
-              clock.elapsed(), host.waiter.waitedMs(), host.waiter.requestedMs());
+              clock.elapsed(), qint64(host.waiter.waitedMs().count()),
+              qint64(host.waiter.requestedMs().count()));
         QCOMPARE(host.prompter.shown().size(), 1);
         QCOMPARE(host.prompter.shown().front().title, u"All sent ok"_s);
         QVERIFY(unit.unit().image() == config.ConfigImage);
@@ -79,7 +81,7 @@ private slots:
         QSignalSpy outputs(&unit, &PtyUnit::OutputsChanged);
         host.link.SetSettings(u"19200,e,8,1"_s);
         host.link.Output("ON1");
-        host.waiter.Wait(2000, [&] { return !outputs.isEmpty(); });
+        host.waiter.Wait(2s, [&] { return !outputs.isEmpty(); });
         QCOMPARE(unit.unit().outputs(), 0x01);
     }
 
@@ -101,7 +103,8 @@ private slots:
         clock.start();
         host.protocol.search_for_vell();
         qInfo("search of a port where nothing answers: %lld ms (%lld ms of it in waits, %lld ms asked for)",
-              clock.elapsed(), host.waiter.waitedMs(), host.waiter.requestedMs());
+              clock.elapsed(), qint64(host.waiter.waitedMs().count()),
+              qint64(host.waiter.requestedMs().count()));
         QCOMPARE(host.protocol.Slots()[0].text, u"--------------"_s);
         // The unit saw every setting of the search on the line, the rates
         // without a standard constant included, and only one pass.

@@ -23,6 +23,7 @@
 #endif
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -213,20 +214,20 @@ private slots:
                 waiter.RequestAbort();
             } else {
                 QTimer::singleShot(0, &waiter, [&] { waiter.RequestAbort(); });
-                inner = waiter.Wait(60000);
+                inner = waiter.Wait(60s);
             }
         });
         QElapsedTimer clock;
         clock.start();
-        QCOMPARE(waiter.Wait(60000, [&] { return arrived; }), result);
+        QCOMPARE(waiter.Wait(60s, [&] { return arrived; }), result);
         QVERIFY(clock.elapsed() < 60000);
         QCOMPARE(inner, how != 2);
         if (result)
             return;
         // Once set, the flag stops every later wait before it starts.
-        QVERIFY(!waiter.Wait(60000, [] { return true; }));
+        QVERIFY(!waiter.Wait(60s, [] { return true; }));
         waiter.ClearAbort();
-        QVERIFY(waiter.Wait(60000, [] { return true; }));
+        QVERIFY(waiter.Wait(60s, [] { return true; }));
     }
 
     // A port another program holds, and one the user may not open: each
