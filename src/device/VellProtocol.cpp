@@ -217,65 +217,73 @@ void VellProtocol::search_for_vell()
         changed(i);
     }
 
-    for (int port = 1; port <= SlotCount; ++port) {
-        const int i = port - 1;
-        SearchSlot &s = m_slots[static_cast<std::size_t>(i)];
-        s.portName = m_link.PortName(port);
-        s.portDescription = m_link.PortDescription(port);
-        s.found = 0;
-
-        // A port that is missing, busy or misbehaving is no message box:
-        // the slot shows nothing on it, and says why beside it.
-        try {
-            m_link.SetCommPort(port);
-        } catch (const std::exception &e) {
-            qCInfo(lcSerial) << "slot" << port << "cannot be chosen:" << e.what();
-        }
-        try {
-            if (!aborted())
-                m_link.SetPortOpen(true);
-        } catch (const std::exception &e) {
-            qCInfo(lcSerial) << "slot" << port << "cannot be opened:" << e.what();
-        }
-
-        s.openError.clear();
-        if (!m_link.PortOpen()) {
-            s.text = NothingFound();
-            s.optionEnabled = false;
-            s.textVisible = false;
-            // A slot without a port, or a port left alone because the user
-            // gave up, has no reason to show.
-            if (!aborted() && !s.portName.isEmpty())
-                s.openError = m_link.lastError();
-        } else {
-            std::int32_t v = 0;
-            try {
-                v = Find_vell(true);
-            } catch (const std::exception &e) {
-                qCInfo(lcSerial) << "search of" << s.portName << "abandoned:" << e.what();
-                v = 0;
-            }
-            s.found = v;
-            s.textVisible = true;
-            const bool serialTavo = (v & 255) == VellTypes::SerialTavoReply;
-            s.textEnabled = serialTavo;
-            s.optionEnabled = serialTavo;
-            s.text = UnitText(v);
-        }
-
-        if (m_link.PortOpen())
-            m_link.SetPortOpen(false);
-        s.covered = false;
-        changed(i);
-        if (SlotSearched)
-            SlotSearched(i, s);
-    }
+    for (int port = 1; port <= SlotCount; ++port)
+        searchSlot(port);
 
     for (int i = 0; i < SlotCount; ++i) {
         SearchSlot &s = m_slots[static_cast<std::size_t>(i)];
         s.optionVisible = s.textVisible;
         s.optionValue = false;
         changed(i);
+    }
+}
+
+void VellProtocol::searchSlot(int port)
+{
+    const int i = port - 1;
+    SearchSlot &s = m_slots[static_cast<std::size_t>(i)];
+    s.portName = m_link.PortName(port);
+    s.portDescription = m_link.PortDescription(port);
+    s.found = 0;
+
+    openSlotPort(port);
+    s.openError.clear();
+    if (!m_link.PortOpen()) {
+        s.text = NothingFound();
+        s.optionEnabled = false;
+        s.textVisible = false;
+        // A slot without a port, or a port left alone because the user
+        // gave up, has no reason to show.
+        if (!aborted() && !s.portName.isEmpty())
+            s.openError = m_link.lastError();
+    } else {
+        std::int32_t v = 0;
+        try {
+            v = Find_vell(true);
+        } catch (const std::exception &e) {
+            qCInfo(lcSerial) << "search of" << s.portName << "abandoned:" << e.what();
+            v = 0;
+        }
+        s.found = v;
+        s.textVisible = true;
+        const bool serialTavo = (v & 255) == VellTypes::SerialTavoReply;
+        s.textEnabled = serialTavo;
+        s.optionEnabled = serialTavo;
+        s.text = UnitText(v);
+    }
+
+    if (m_link.PortOpen())
+        m_link.SetPortOpen(false);
+    s.covered = false;
+    changed(i);
+    if (SlotSearched)
+        SlotSearched(i, s);
+}
+
+void VellProtocol::openSlotPort(int port)
+{
+    // A port that is missing, busy or misbehaving is no message box: the
+    // slot shows nothing on it, and says why beside it.
+    try {
+        m_link.SetCommPort(port);
+    } catch (const std::exception &e) {
+        qCInfo(lcSerial) << "slot" << port << "cannot be chosen:" << e.what();
+    }
+    try {
+        if (!aborted())
+            m_link.SetPortOpen(true);
+    } catch (const std::exception &e) {
+        qCInfo(lcSerial) << "slot" << port << "cannot be opened:" << e.what();
     }
 }
 

@@ -171,6 +171,11 @@ private:
     bool aborted() const;
     bool wait(std::chrono::milliseconds duration, int enoughBytes = 0);
     bool dumbRestart();
+    // One port of search_for_vell: searched, its slot filled and reported.
+    void searchSlot(int port);
+    // Chooses and opens the port of a slot, quietly leaving it closed when
+    // it cannot be had.
+    void openSlotPort(int port);
     bool sendRestartCommand();
     void setSettings(const QString &settings);
     void output(const QByteArray &bytes);
