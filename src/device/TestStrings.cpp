@@ -2,6 +2,7 @@
 
 #include "ConfigData.h"
 #include "LineSettings.h"
+#include "Logging.h"
 #include "SerialEditorData.h"
 #include "SerialLink.h"
 #include "SerialSettings.h"
@@ -207,14 +208,18 @@ bool Send(SerialLink &link, int port, int mode, const SerialEditorData &message,
             if (drain)
                 drain->Wait(DrainMs(static_cast<int>(bytes.size()), *settings));
         }
-    } catch (const std::exception &) {
+    } catch (const SerialLinkError &e) {
         // A test string that cannot go out is simply not sent; the user
         // sees the unit not react.
+        qCInfo(lcSerial) << "test string for port" << port << "not sent:" << e.what();
+    } catch (const std::exception &e) {
+        qCInfo(lcSerial) << "no test string in the message for mode" << mode << "-" << e.what();
     }
     try {
         if (link.PortOpen())
             link.SetPortOpen(false);
-    } catch (const std::exception &) {
+    } catch (const std::exception &e) {
+        qCInfo(lcSerial) << "port" << port << "not closed after a test string:" << e.what();
     }
     return sent;
 }

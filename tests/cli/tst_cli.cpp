@@ -3,12 +3,12 @@
 // `tavo program` and `tavo send`. Nothing here sleeps: every wait is on a
 // process's output or exit, with generous limits.
 
-#include "VellTypes.h"
 #include "ConfigData.h"
 #include "ConfigFile.h"
 #include "ConfigImage.h"
 #include "ExportFile.h"
 #include "SettingsKeyValueStore.h"
+#include "VellTypes.h"
 
 #include <QFile>
 #include <QFileInfo>
@@ -93,6 +93,7 @@ private:
         // The device-type table goes to a file of the test's own.
         env.insert(u"TAVO_TYPES_STORE"_s, path(u"types.ini"_s));
         env.remove(u"TAVO_PORTS"_s);
+        env.remove(u"QT_LOGGING_RULES"_s);
         return env;
     }
 
@@ -248,6 +249,11 @@ private slots:
             "is the file being read; nothing was written");
         row("program a port that does not exist", "program SAMPLE --port DIR/ttyNone", 3, "there is no port");
         row("send to a port that does not exist", "send --port DIR/ttyNone --map 1", 3, "there is no port");
+        // What is kept quiet otherwise: --verbose is tavo's, wherever it stands.
+        row("verbose before the command", "--verbose send --port DIR/ttyNone --map 1", 3,
+            "tavo.serial: cannot open");
+        row("verbose after the command", "send --port DIR/ttyNone --map 1 --verbose", 3,
+            "tavo.serial: cannot open");
         row("send empty code", "send --port /dev/null --code SAMPLE --output 4 --on", 1,
             "output 4 has no On code");
         row("send off code of a pulse output", "send --port /dev/null --code SAMPLE --output 3 --off", 1,
