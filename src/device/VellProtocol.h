@@ -150,8 +150,6 @@ public:
 
     void SetConfigImage(const ConfigImage &image) { m_image = image; }
     const ConfigImage &configImage() const { return m_image; }
-    // Blocks of the current (or last) download.
-    int BlockCount() const { return m_blockCount; }
 
     const std::array<SearchSlot, SlotCount> &Slots() const { return m_slots; }
     // Presses slot's option button: it alone is chosen.

@@ -15,7 +15,6 @@ bool EventLoopWaiter::Wait(std::chrono::milliseconds duration, const std::functi
 {
     if (AbortRequested())
         return false;
-    ++m_waitCount;
     m_requested += duration;
     if (enough && enough())
         return true;
@@ -78,11 +77,4 @@ void EventLoopWaiter::OnAbortRequested()
 {
     if (m_loop)
         m_loop->quit();
-}
-
-void EventLoopWaiter::resetTotals()
-{
-    m_requested = {};
-    m_waited = {};
-    m_waitCount = 0;
 }

@@ -35,8 +35,6 @@ public:
     // asked for and what it actually spent waiting.
     std::chrono::milliseconds requestedMs() const { return m_requested; }
     std::chrono::milliseconds waitedMs() const { return m_waited; }
-    int waitCount() const { return m_waitCount; }
-    void resetTotals();
 
 public slots:
     void InputMayHaveArrived();
@@ -50,5 +48,4 @@ private:
     bool m_checking = false;
     std::chrono::milliseconds m_requested{0};
     std::chrono::milliseconds m_waited{0};
-    int m_waitCount = 0;
 };

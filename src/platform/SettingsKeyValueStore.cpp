@@ -136,11 +136,6 @@ SettingsKeyValueStore::~SettingsKeyValueStore()
     m_settings->sync();
 }
 
-QString SettingsKeyValueStore::fileName() const
-{
-    return m_settings->fileName();
-}
-
 std::optional<QString> SettingsKeyValueStore::group(const QString &path) const
 {
     const QString root = rootPath();

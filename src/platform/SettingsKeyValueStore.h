@@ -36,8 +36,6 @@ public:
     SettingsKeyValueStore(std::unique_ptr<QSettings> settings, bool typedValues);
     ~SettingsKeyValueStore() override;
 
-    QString fileName() const;
-
     bool OpenKey(const QString &path) override;
     std::optional<QString> EnumKey(const QString &path, int index) override;
     Value QueryValue(const QString &path, const QString &name, int bufferSize) override;

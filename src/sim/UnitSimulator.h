@@ -149,11 +149,8 @@ public:
     std::uint8_t outputs() const { return m_outputs; }
     // The configuration in force.
     const Image &image() const { return m_image; }
-    // Blocks received since the last complete download (bit k: block k).
-    std::uint32_t blocksReceived() const { return m_blocksReceived; }
     int imagesReceived() const { return m_imagesReceived; }
     int restarts() const { return m_restarts; }
-    bool vanished() const { return m_vanished; }
     // A command byte has come and its data is expected next.
     bool awaitingCommandData() const { return m_command != Command::None; }
 

@@ -33,11 +33,3 @@ bool VirtualWaiter::Wait(std::chrono::milliseconds duration, const std::function
             return finish(false, true);
     }
 }
-
-std::chrono::milliseconds VirtualWaiter::requestedMs() const
-{
-    std::chrono::milliseconds total{0};
-    for (const Record &r : m_waits)
-        total += r.requestedMs;
-    return total;
-}

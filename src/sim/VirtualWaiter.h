@@ -36,8 +36,6 @@ public:
     VirtualClock &clock() { return m_clock; }
     const std::vector<Record> &waits() const { return m_waits; }
     void clearWaits() { m_waits.clear(); }
-    // Sum of what the waits asked for.
-    std::chrono::milliseconds requestedMs() const;
 
 private:
     VirtualClock &m_clock;
