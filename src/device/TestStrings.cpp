@@ -205,8 +205,12 @@ bool Send(SerialLink &link, int port, int mode, const SerialEditorData &message,
             link.SetPortOpen(true);
             link.Output(bytes);
             sent = true;
-            if (drain)
-                drain->Wait(DrainMs(static_cast<int>(bytes.size()), *settings));
+            if (drain) {
+                const std::chrono::milliseconds held = DrainMs(static_cast<int>(bytes.size()), *settings);
+                qCDebug(lcSerial) << "holding port" << port << "open" << held.count()
+                                  << "ms for the bytes to leave";
+                drain->Wait(held);
+            }
         }
     } catch (const SerialLinkError &e) {
         // A test string that cannot go out is simply not sent; the user

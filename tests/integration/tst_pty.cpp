@@ -85,6 +85,38 @@ private slots:
         QCOMPARE(unit.unit().outputs(), 0x01);
     }
 
+    // A unit in a process of its own may get to a command byte only after
+    // the host has switched to the data setting, 10 ms after writing it.
+    // Here the host writes both parts before the unit reads at all: the
+    // unit must still take the command, and no test string.
+    void commandReadAfterTheSwitchToData_data()
+    {
+        QTest::addColumn<QByteArray>("command"); // the command byte, then the rest
+        QTest::newRow("restart") << QByteArray("\x33\xFF", 2);
+        QTest::newRow("block") << QByteArray(1, '\x11') + VellProtocol::DownloadBlock({}, 3);
+    }
+
+    void commandReadAfterTheSwitchToData()
+    {
+        QFETCH(QByteArray, command);
+        PtyUnit unit;
+        QString error;
+        if (!unit.start(&error))
+            QSKIP(qPrintable(u"no pseudo-terminal: "_s + error));
+        Host host(unit.slavePath());
+        host.link.SetCommPort(1);
+        host.link.SetPortOpen(true);
+        QSignalSpy outputs(&unit, &PtyUnit::OutputsChanged);
+
+        host.link.SetSettings(VellProtocol::CommandSetting());
+        host.link.Output(command.left(1));
+        host.link.SetSettings(VellProtocol::DataSetting());
+        host.link.Output(command.mid(1));
+        QVERIFY(host.waiter.Wait(2s, [&] { return host.link.InBufferCount() >= 2; }));
+        QCOMPARE(host.link.Input().left(1), QByteArray(1, char(VellProtocol::Acknowledge)));
+        QVERIFY(outputs.isEmpty());
+    }
+
     void searchOfASilentPort()
     {
         UnitConfig config;
