@@ -14,10 +14,10 @@ RecordingWaiter::RecordingWaiter(Waiter &inner, std::function<qint64()> nowNs)
     , m_nowNs(std::move(nowNs))
 {}
 
-bool RecordingWaiter::Wait(int ms, const std::function<bool()> &enough)
+bool RecordingWaiter::Wait(std::chrono::milliseconds duration, const std::function<bool()> &enough)
 {
     Record record;
-    record.requestedMs = ms;
+    record.requestedMs = duration;
     record.conditional = static_cast<bool>(enough);
     const qint64 start = m_nowNs();
     bool ok = false;
@@ -30,9 +30,9 @@ bool RecordingWaiter::Wait(int ms, const std::function<bool()> &enough)
             record.conditionMet = record.conditionMet || met;
             return met;
         };
-        ok = m_inner.Wait(ms, watched);
+        ok = m_inner.Wait(duration, watched);
     } else {
-        ok = m_inner.Wait(ms);
+        ok = m_inner.Wait(duration);
     }
     record.elapsedMs = static_cast<double>(m_nowNs() - start) / 1e6;
     m_records.push_back(record);
@@ -43,19 +43,20 @@ WaitSummary summarize(const std::vector<RecordingWaiter::Record> &records)
 {
     WaitSummary s;
     for (const RecordingWaiter::Record &r : records) {
+        const qint64 askedMs = r.requestedMs.count();
         if (!r.conditional || !r.conditionMet)
-            s.maxLateMs = std::max(s.maxLateMs, r.elapsedMs - r.requestedMs);
+            s.maxLateMs = std::max(s.maxLateMs, r.elapsedMs - static_cast<double>(askedMs));
         if (!r.conditional) {
             ++s.fixedCount;
-            s.fixedAskedMs += r.requestedMs;
+            s.fixedAskedMs += askedMs;
             s.fixedSpentMs += r.elapsedMs;
         } else if (!r.conditionMet) {
             ++s.ranOutCount;
-            s.ranOutAskedMs += r.requestedMs;
+            s.ranOutAskedMs += askedMs;
             s.ranOutSpentMs += r.elapsedMs;
         } else {
             ++s.earlyCount;
-            s.earlyAskedMs += r.requestedMs;
+            s.earlyAskedMs += askedMs;
             s.earlySpentMs += r.elapsedMs;
         }
     }

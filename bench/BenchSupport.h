@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <functional>
 #include <optional>
 #include <vector>
@@ -25,18 +26,19 @@ class RecordingWaiter : public Waiter
 {
 public:
     struct Record {
-        int requestedMs = 0;
+        std::chrono::milliseconds requestedMs{0};
         // A wait for "enough bytes", which can end before its time.
         bool conditional = false;
         // Its condition held at some check, so it ended early.
         bool conditionMet = false;
+        // Measured on the clock of the run.
         double elapsedMs = 0;
     };
 
     // `nowNs` reads the clock the waits run on, in nanoseconds.
     RecordingWaiter(Waiter &inner, std::function<qint64()> nowNs);
 
-    bool Wait(int ms, const std::function<bool()> &enough = {}) override;
+    bool Wait(std::chrono::milliseconds duration, const std::function<bool()> &enough = {}) override;
 
     const std::vector<Record> &records() const { return m_records; }
     void clear() { m_records.clear(); }

@@ -1,6 +1,7 @@
-// The device-type store as the program finds it at start-up: an INI file
-// that anybody (an older version, another tool, a text editor, a damaged
-// disk) may have written.
+// The device-type store as the program finds it at start-up: the values of
+// an INI file that anybody (an older version, another tool, a text editor,
+// a damaged disk) may have written, in the program's INI store kept in
+// memory.
 //
 // Invariants: start-up never crashes; every row of the table is
 // well-formed (texts without NUL characters and no longer than the read
@@ -9,17 +10,15 @@
 // built-in rows written; and once start-up has had its say, loading the
 // store again gives the same table every time.
 #include "FuzzCheck.h"
-#include "FuzzScratch.h"
-#include "VellTypes.h"
 #include "SettingsKeyValueStore.h"
+#include "VellTypes.h"
 
-#include <QCoreApplication>
-#include <QFile>
+#include <QByteArray>
+#include <QString>
+#include <QVariant>
 
 #include <array>
 #include <cstdint>
-#include <memory>
-#include <optional>
 
 namespace {
 
@@ -47,46 +46,52 @@ void checkRows(const VellTypes &types)
     }
 }
 
-// The INI store with its writes gathered up: the store writes the whole
-// file out at every closed key (25 times when it stores the built-in
-// table), which would make this target slow for no gain. Everything is
-// written when the store goes away, before the next start-up opens it.
-class GatheredStore : public KeyValueStore
+// A value as QSettings reads it from an INI line: in double quotes, a text
+// as it stands; otherwise trimmed, and split into a list at commas (which
+// the store takes for damage).
+QVariant iniValue(const QString &text)
 {
-public:
-    explicit GatheredStore(const QString &file)
-        : m_store(SettingsKeyValueStore::openIniFile(file))
-    {}
+    if (text.size() >= 2 && text.startsWith(u'"') && text.endsWith(u'"'))
+        return text.mid(1, text.size() - 2);
+    if (text.contains(u','))
+        return text.split(u',');
+    return text;
+}
 
-    bool OpenKey(const QString &path) override { return m_store->OpenKey(path); }
-    std::optional<QString> EnumKey(const QString &path, int index) override
-    {
-        return m_store->EnumKey(path, index);
-    }
-    Value QueryValue(const QString &path, const QString &name, int bufferSize) override
-    {
-        return m_store->QueryValue(path, name, bufferSize);
-    }
-    bool CreateKey(const QString &path) override { return m_store->CreateKey(path); }
-    bool SetNumber(const QString &path, const QString &name, std::uint32_t value) override
-    {
-        return m_store->SetNumber(path, name, value);
-    }
-    bool SetText(const QString &path, const QString &name, const QString &text) override
-    {
-        return m_store->SetText(path, name, text);
-    }
-    void CloseKey(const QString &) override {}
-
-private:
-    std::unique_ptr<SettingsKeyValueStore> m_store;
-};
-
-VellTypes startUp(const QString &file, bool *hadTable = nullptr)
+// The values of an INI text, for the lines that matter to the store:
+// "[Section]" opens a group ("[General]" is the top), "key=value" puts a
+// value in it, and a backslash in a key or a section separates subkeys.
+// Escapes and QSettings' "@" forms are left out: reading the file is Qt's
+// part, and what is fuzzed here is what the store and the table make of
+// the values. Reading them into memory, not through a file, keeps every
+// input at a fraction of a millisecond.
+SettingsKeyValueStore::Values iniValues(const std::uint8_t *data, std::size_t size)
 {
-    GatheredStore store(file);
-    if (hadTable)
-        *hadTable = store.OpenKey(VellTypes::KeyPath());
+    const QByteArray text(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
+    SettingsKeyValueStore::Values values;
+    QString section;
+    for (const QByteArray &bytes : text.split('\n')) {
+        const QString line = QString::fromUtf8(bytes).trimmed();
+        if (line.isEmpty() || line.startsWith(u';') || line.startsWith(u'#'))
+            continue;
+        if (line.startsWith(u'[')) {
+            const qsizetype end = line.indexOf(u']');
+            section = line.mid(1, end < 0 ? -1 : end - 1).replace(u'\\', u'/');
+            if (section == u"General")
+                section.clear();
+            continue;
+        }
+        const qsizetype equals = line.indexOf(u'=');
+        if (equals <= 0)
+            continue;
+        const QString key = line.left(equals).trimmed().replace(u'\\', u'/');
+        values.insert(section + u'/' + key, iniValue(line.mid(equals + 1).trimmed()));
+    }
+    return values;
+}
+
+VellTypes startUp(KeyValueStore &store)
+{
     VellTypes types;
     types.CheckVellTypes(store);
     return types;
@@ -94,41 +99,22 @@ VellTypes startUp(const QString &file, bool *hadTable = nullptr)
 
 } // namespace
 
-extern "C" int LLVMFuzzerInitialize(int *argc, char ***argv)
-{
-    // Never destroyed: Qt's own globals are gone by the time statics of
-    // ours would be, and tearing the application down then crashes.
-    new QCoreApplication(*argc, *argv);
-    return 0;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
-    // A new name each time: QSettings caches files by name and could hand
-    // back what an earlier input left behind.
-    static int serial = 0;
-    const QString file = fuzzScratchDir().filePath(QStringLiteral("types-%1.ini").arg(++serial));
-    {
-        QFile f(file);
-        FUZZ_CHECK(f.open(QIODevice::WriteOnly));
-        FUZZ_CHECK(f.write(reinterpret_cast<const char *>(data), static_cast<qint64>(size))
-                   == static_cast<qint64>(size));
-    }
-    bool hadTable = false;
-    const VellTypes first = startUp(file, &hadTable);
+    const auto store = SettingsKeyValueStore::inMemory(iniValues(data, size));
+    const bool hadTable = store->OpenKey(VellTypes::KeyPath());
+    const VellTypes first = startUp(*store);
     checkRows(first);
     if (!hadTable)
         FUZZ_CHECK(first.rows() == VellTypes().rows());
 
     // Start-up has written the built-in rows or left the store alone; from
     // now on every start-up reads the same table.
-    const VellTypes second = startUp(file);
+    const VellTypes second = startUp(*store);
     checkRows(second);
     if (!hadTable)
         FUZZ_CHECK(second.rows() == VellTypes().rows());
-    const VellTypes third = startUp(file);
+    const VellTypes third = startUp(*store);
     FUZZ_CHECK(third.rows() == second.rows());
-
-    QFile::remove(file);
     return 0;
 }

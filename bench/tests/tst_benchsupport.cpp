@@ -5,10 +5,10 @@
 #include "BenchSupport.h"
 #include "Launcher.h"
 #include "PtyHosts.h"
-#include "VellProtocol.h"
-#include "VellTypes.h"
 #include "ScriptedPrompter.h"
 #include "SimulatedLink.h"
+#include "VellProtocol.h"
+#include "VellTypes.h"
 #include "VirtualClock.h"
 #include "VirtualWaiter.h"
 
@@ -17,6 +17,7 @@
 
 using namespace bench;
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 class TestBenchSupport : public QObject
 {
@@ -50,11 +51,11 @@ private slots:
         if (arrivalMs >= 0)
             clock.schedule(arrivalMs, [&] { arrived = true; });
         const std::function<bool()> enough = [&] { return arrived; };
-        QVERIFY(waiter.Wait(100, withCondition ? enough : std::function<bool()>()));
+        QVERIFY(waiter.Wait(100ms, withCondition ? enough : std::function<bool()>()));
 
         QCOMPARE(waiter.records().size(), std::size_t(1));
         const RecordingWaiter::Record &r = waiter.records().front();
-        QCOMPARE(r.requestedMs, 100);
+        QCOMPARE(r.requestedMs, 100ms);
         QCOMPARE(r.conditional, withCondition);
         QCOMPARE(r.conditionMet, conditionMet);
         QCOMPARE(r.elapsedMs, elapsedMs);
@@ -66,9 +67,9 @@ private slots:
         VirtualWaiter inner(clock);
         RecordingWaiter waiter(inner, [&clock] { return clock.now() * 1'000'000; });
         clock.schedule(30, [&] { waiter.RequestAbort(); });
-        QVERIFY(!waiter.Wait(3000));
+        QVERIFY(!waiter.Wait(3000ms));
         QCOMPARE(clock.now(), 30);
-        QVERIFY(!waiter.Wait(10));
+        QVERIFY(!waiter.Wait(10ms));
     }
 
     // The floor worked out from a run's waits must be what the run takes

@@ -20,9 +20,6 @@ public:
     explicit SignalWatcher(QObject *parent = nullptr);
     ~SignalWatcher() override;
 
-    // False when the pipe or the handlers could not be set up.
-    bool isActive() const { return m_notifier != nullptr; }
-
     // The signal that came while a watcher was in place (0: none yet).
     static int caught();
     // Ends the process by the signal caught, as if it had never been

@@ -2,12 +2,12 @@
 // and the other commands without hardware.
 
 #include "Commands.h"
-#include "Console.h"
-#include "SignalWatcher.h"
 #include "ConfigData.h"
+#include "Console.h"
 #include "FileWriter.h"
 #include "LineSettings.h"
 #include "PtyUnit.h"
+#include "SignalWatcher.h"
 
 #include <QCoreApplication>
 
@@ -65,152 +65,165 @@ std::optional<QByteArray> hexBytes(QString text)
     return QByteArray::fromHex(text.toLatin1());
 }
 
-} // namespace
+// The options of `tavo sim`, in the order --help lists them.
+struct SimOptions {
+    QCommandLineOption type{QStringLiteral("type"),
+                            QStringLiteral("Type code the unit answers the search with (default 22, a "
+                                           "Serial Tavo)."),
+                            QStringLiteral("CODE")};
+    QCommandLineOption version{QStringLiteral("version"), QStringLiteral("Firmware version (default 1.0)."),
+                               QStringLiteral("A.B")};
+    QCommandLineOption baud{QStringLiteral("baud"),
+                            QStringLiteral("The only rate the unit answers the search at (default 9600)."),
+                            QStringLiteral("N")};
+    QCommandLineOption anyBaud{QStringLiteral("any-baud"), QStringLiteral("Answer the search at any rate.")};
+    QCommandLineOption startConfig{QStringLiteral("config"),
+                                   QStringLiteral("Start with this configuration instead of an empty one."),
+                                   QStringLiteral("FILE.OTS")};
+    QCommandLineOption imageOut{QStringLiteral("image-out"),
+                                QStringLiteral("Write each downloaded 256-byte image to FILE."),
+                                QStringLiteral("FILE")};
+    QCommandLineOption trace{QStringLiteral("trace"),
+                             QStringLiteral("Print every byte received and sent on stderr.")};
+    QCommandLineOption silent{QStringLiteral("silent"), QStringLiteral("Fault: never answer the search.")};
+    QCommandLineOption badCheck{QStringLiteral("bad-check"),
+                                QStringLiteral("Fault: answer the search with a wrong check byte.")};
+    QCommandLineOption restartFault{QStringLiteral("restart-fault"),
+                                    QStringLiteral("Fault: answer a restart not at all (silent), with a "
+                                                   "wrong byte (wrong) or with one byte only (single)."),
+                                    QStringLiteral("KIND")};
+    QCommandLineOption blockFault{QStringLiteral("block-fault"),
+                                  QStringLiteral("Fault: answer download blocks so (silent, wrong, single)."),
+                                  QStringLiteral("KIND")};
+    QCommandLineOption faultyAttempts{QStringLiteral("faulty-attempts"),
+                                      QStringLiteral("Only this many attempts of each restart or block go "
+                                                     "wrong (default: all)."),
+                                      QStringLiteral("N")};
+    QCommandLineOption faultyBlock{QStringLiteral("faulty-block"),
+                                   QStringLiteral("The block fault hits only this block (0 to 31)."),
+                                   QStringLiteral("K")};
+    QCommandLineOption vanishAfter{QStringLiteral("vanish-after-block"),
+                                   QStringLiteral("Fault: disappear after acknowledging this block."),
+                                   QStringLiteral("K")};
+    QCommandLineOption probeDelay{QStringLiteral("probe-delay"),
+                                  QStringLiteral("Answer the search after this many ms (default 2)."),
+                                  QStringLiteral("MS")};
+    QCommandLineOption ackDelay{QStringLiteral("ack-delay"),
+                                QStringLiteral("Acknowledge after this many ms (default 5)."),
+                                QStringLiteral("MS")};
+    QCommandLineOption prefix{QStringLiteral("probe-prefix"),
+                              QStringLiteral("Extra bytes (hexadecimal) before the search answer."),
+                              QStringLiteral("HEX")};
+    QCommandLineOption suffix{QStringLiteral("probe-suffix"),
+                              QStringLiteral("Extra bytes (hexadecimal) after the search answer."),
+                              QStringLiteral("HEX")};
 
-int runSim(const QStringList &args)
+    QList<QCommandLineOption> all() const
+    {
+        return {type,        version,     baud,       anyBaud,      startConfig, imageOut,
+                trace,       silent,      badCheck,   restartFault, blockFault,  faultyAttempts,
+                faultyBlock, vanishAfter, probeDelay, ackDelay,     prefix,      suffix};
+    }
+};
+
+using Option = QCommandLineOption SimOptions::*;
+
+// The numeric settings of the unit, in the order they are checked (the
+// first bad one is reported); --type, a byte, is checked before them.
+struct NumericSetting {
+    Option option;
+    int lowest;
+    int highest;
+    int UnitConfig::*target;
+};
+constexpr NumericSetting NumericSettings[] = {
+    {&SimOptions::faultyAttempts, 0, 1000, &UnitConfig::faultyAttempts},
+    {&SimOptions::faultyBlock, 0, 31, &UnitConfig::faultyBlock},
+    {&SimOptions::vanishAfter, 0, 31, &UnitConfig::vanishAfterBlock},
+    {&SimOptions::probeDelay, 0, 60000, &UnitConfig::probeDelayMs},
+    {&SimOptions::ackDelay, 0, 60000, &UnitConfig::ackDelayMs},
+    {&SimOptions::baud, 1, 1000000, &UnitConfig::ownBaud},
+};
+
+// How the unit answers restarts and blocks.
+constexpr std::pair<Option, UnitAckFault UnitConfig::*> AckFaults[] = {
+    {&SimOptions::restartFault, &UnitConfig::restartFault},
+    {&SimOptions::blockFault, &UnitConfig::blockFault},
+};
+
+// Bytes around the search answer.
+constexpr std::pair<Option, QByteArray UnitConfig::*> ProbeExtras[] = {
+    {&SimOptions::prefix, &UnitConfig::probePrefix},
+    {&SimOptions::suffix, &UnitConfig::probeSuffix},
+};
+
+// Switches without a value.
+constexpr std::pair<Option, bool UnitConfig::*> Switches[] = {
+    {&SimOptions::anyBaud, &UnitConfig::anyBaud},
+    {&SimOptions::silent, &UnitConfig::probeSilent},
+    {&SimOptions::badCheck, &UnitConfig::badCheckByte},
+};
+
+// The value of a numeric option in `target`, left alone when the option is
+// not given; a usage error for a value outside lowest to highest.
+std::optional<int> readNumber(CommandParser &cmd, const QCommandLineOption &option, int lowest, int highest,
+                              int &target)
 {
-    CommandParser cmd(
-        QStringLiteral("sim"), QStringLiteral("[options]"),
-        QStringLiteral(
-            "Runs a simulated unit on a pseudo-terminal until interrupted. The first line printed is the "
-            "terminal's path: give it to the editor or to the other commands as the port. Then one "
-            "line per change of the outputs (\"outputs on: 1,8\") and per completed download "
-            "(\"image received\")."));
-    const QCommandLineOption type(QStringLiteral("type"),
-                                  QStringLiteral("Type code the unit answers the search with (default 22, a "
-                                                 "Serial Tavo)."),
-                                  QStringLiteral("CODE"));
-    const QCommandLineOption version(
-        QStringLiteral("version"), QStringLiteral("Firmware version (default 1.0)."), QStringLiteral("A.B"));
-    const QCommandLineOption baud(
-        QStringLiteral("baud"),
-        QStringLiteral("The only rate the unit answers the search at (default 9600)."), QStringLiteral("N"));
-    const QCommandLineOption anyBaud(QStringLiteral("any-baud"),
-                                     QStringLiteral("Answer the search at any rate."));
-    const QCommandLineOption startConfig(
-        QStringLiteral("config"), QStringLiteral("Start with this configuration instead of an empty one."),
-        QStringLiteral("FILE.OTS"));
-    const QCommandLineOption imageOut(QStringLiteral("image-out"),
-                                      QStringLiteral("Write each downloaded 256-byte image to FILE."),
-                                      QStringLiteral("FILE"));
-    const QCommandLineOption trace(QStringLiteral("trace"),
-                                   QStringLiteral("Print every byte received and sent on stderr."));
-    const QCommandLineOption silent(QStringLiteral("silent"),
-                                    QStringLiteral("Fault: never answer the search."));
-    const QCommandLineOption badCheck(QStringLiteral("bad-check"),
-                                      QStringLiteral("Fault: answer the search with a wrong check byte."));
-    const QCommandLineOption restartFault(
-        QStringLiteral("restart-fault"),
-        QStringLiteral("Fault: answer a restart not at all (silent), with a "
-                       "wrong byte (wrong) or with one byte only (single)."),
-        QStringLiteral("KIND"));
-    const QCommandLineOption blockFault(
-        QStringLiteral("block-fault"),
-        QStringLiteral("Fault: answer download blocks so (silent, wrong, single)."), QStringLiteral("KIND"));
-    const QCommandLineOption faultyAttempts(
-        QStringLiteral("faulty-attempts"),
-        QStringLiteral("Only this many attempts of each restart or block go "
-                       "wrong (default: all)."),
-        QStringLiteral("N"));
-    const QCommandLineOption faultyBlock(QStringLiteral("faulty-block"),
-                                         QStringLiteral("The block fault hits only this block (0 to 31)."),
-                                         QStringLiteral("K"));
-    const QCommandLineOption vanishAfter(QStringLiteral("vanish-after-block"),
-                                         QStringLiteral("Fault: disappear after acknowledging this block."),
-                                         QStringLiteral("K"));
-    const QCommandLineOption probeDelay(QStringLiteral("probe-delay"),
-                                        QStringLiteral("Answer the search after this many ms (default 2)."),
-                                        QStringLiteral("MS"));
-    const QCommandLineOption ackDelay(QStringLiteral("ack-delay"),
-                                      QStringLiteral("Acknowledge after this many ms (default 5)."),
-                                      QStringLiteral("MS"));
-    const QCommandLineOption prefix(QStringLiteral("probe-prefix"),
-                                    QStringLiteral("Extra bytes (hexadecimal) before the search answer."),
-                                    QStringLiteral("HEX"));
-    const QCommandLineOption suffix(QStringLiteral("probe-suffix"),
-                                    QStringLiteral("Extra bytes (hexadecimal) after the search answer."),
-                                    QStringLiteral("HEX"));
-    cmd->addOptions({type, version, baud, anyBaud, startConfig, imageOut, trace, silent, badCheck,
-                     restartFault, blockFault, faultyAttempts, faultyBlock, vanishAfter, probeDelay, ackDelay,
-                     prefix, suffix});
-    cmd.addReadingOption();
-    if (const auto stop = cmd.parse(args, 0))
-        return *stop;
+    if (!cmd->isSet(option))
+        return std::nullopt;
+    const auto n = number(cmd->value(option), lowest, highest);
+    if (!n)
+        return cmd.usageError(QStringLiteral("--%1 takes a number from %2 to %3")
+                                  .arg(option.names().constFirst())
+                                  .arg(lowest)
+                                  .arg(highest));
+    target = *n;
+    return std::nullopt;
+}
 
-    UnitConfig unit;
-    // Each numeric option: its value, or nothing when it is not given; a
-    // bad value ends the command with a usage error.
-    std::optional<int> badOption;
-    const auto numeric = [&](const QCommandLineOption &option, int lowest, int highest, int &target) {
-        if (!cmd->isSet(option))
-            return true;
-        const auto n = number(cmd->value(option), lowest, highest);
-        if (!n) {
-            badOption = cmd.usageError(QStringLiteral("--%1 takes a number from %2 to %3")
-                                           .arg(option.names().constFirst())
-                                           .arg(lowest)
-                                           .arg(highest));
-            return false;
-        }
-        target = *n;
-        return true;
-    };
+// The unit the options describe, or the exit code of a usage error.
+std::optional<int> readUnit(CommandParser &cmd, const SimOptions &o, UnitConfig &unit)
+{
     int replyCode = unit.replyCode;
-    if (!numeric(type, 0, 255, replyCode) || !numeric(faultyAttempts, 0, 1000, unit.faultyAttempts)
-        || !numeric(faultyBlock, 0, 31, unit.faultyBlock)
-        || !numeric(vanishAfter, 0, 31, unit.vanishAfterBlock)
-        || !numeric(probeDelay, 0, 60000, unit.probeDelayMs) || !numeric(ackDelay, 0, 60000, unit.ackDelayMs)
-        || !numeric(baud, 1, 1000000, unit.ownBaud))
-        return *badOption;
+    if (const auto stop = readNumber(cmd, o.type, 0, 255, replyCode))
+        return stop;
+    for (const NumericSetting &setting : NumericSettings) {
+        if (const auto stop =
+                readNumber(cmd, o.*setting.option, setting.lowest, setting.highest, unit.*setting.target))
+            return stop;
+    }
     unit.replyCode = static_cast<std::uint8_t>(replyCode);
-    if (cmd->isSet(baud) && !LineSettings::isSupportedBaud(unit.ownBaud))
+    if (cmd->isSet(o.baud) && !LineSettings::isSupportedBaud(unit.ownBaud))
         return cmd.usageError(
             QStringLiteral("--baud: %1 is not a rate a serial port offers").arg(unit.ownBaud));
-    if (cmd->isSet(version) && !unit.setVersion(cmd->value(version)))
+    if (cmd->isSet(o.version) && !unit.setVersion(cmd->value(o.version)))
         return cmd.usageError(QStringLiteral("--version takes A.B with A and B from 0 to 255"));
-    for (const auto &[option, target] :
-         {std::pair{&restartFault, &unit.restartFault}, {&blockFault, &unit.blockFault}}) {
-        if (!cmd->isSet(*option))
+    for (const auto &[option, target] : AckFaults) {
+        if (!cmd->isSet(o.*option))
             continue;
-        const auto fault = ackFault(cmd->value(*option));
+        const auto fault = ackFault(cmd->value(o.*option));
         if (!fault)
             return cmd.usageError(
-                QStringLiteral("--%1 takes silent, wrong or single").arg(option->names().constFirst()));
-        *target = *fault;
+                QStringLiteral("--%1 takes silent, wrong or single").arg((o.*option).names().constFirst()));
+        unit.*target = *fault;
     }
-    for (const auto &[option, target] :
-         {std::pair{&prefix, &unit.probePrefix}, {&suffix, &unit.probeSuffix}}) {
-        if (!cmd->isSet(*option))
+    for (const auto &[option, target] : ProbeExtras) {
+        if (!cmd->isSet(o.*option))
             continue;
-        const auto bytes = hexBytes(cmd->value(*option));
+        const auto bytes = hexBytes(cmd->value(o.*option));
         if (!bytes)
             return cmd.usageError(
-                QStringLiteral("--%1 takes hexadecimal bytes").arg(option->names().constFirst()));
-        *target = *bytes;
+                QStringLiteral("--%1 takes hexadecimal bytes").arg((o.*option).names().constFirst()));
+        unit.*target = *bytes;
     }
-    unit.anyBaud = cmd->isSet(anyBaud);
-    unit.probeSilent = cmd->isSet(silent);
-    unit.badCheckByte = cmd->isSet(badCheck);
-    if (cmd->isSet(startConfig)) {
-        ConfigData config;
-        if (!loadConfigImage(cmd->value(startConfig), config, cmd.reading()))
-            return ExitFailed;
-        unit.image = config.ConfigImage;
-    }
-    const QString imagePath = cmd->value(imageOut);
-    const QString configPath = cmd->value(startConfig);
+    for (const auto &[option, target] : Switches)
+        unit.*target = cmd->isSet(o.*option);
+    return std::nullopt;
+}
 
-    // Watching before the path is printed: whoever reads it may stop the
-    // simulator at once.
-    SignalWatcher watcher;
-    QObject::connect(&watcher, &SignalWatcher::Interrupted, &watcher, [] { QCoreApplication::exit(ExitOk); });
-
-    PtyUnit pty(unit);
-    QString why;
-    if (!pty.start(&why))
-        return fail(why);
-    out() << pty.slavePath() << Qt::endl;
-
+// What the unit does, on stdout (and with --trace every byte on stderr).
+void reportUnit(PtyUnit &pty, const QString &imagePath, const QString &configPath, bool trace)
+{
     QObject::connect(&pty, &PtyUnit::OutputsChanged, &pty,
                      [](quint8 outputs) { out() << "outputs on: " << outputsText(outputs) << Qt::endl; });
     QObject::connect(&pty, &PtyUnit::ImageReceived, &pty, [imagePath, configPath](const QByteArray &image) {
@@ -225,15 +238,57 @@ int runSim(const QStringList &args)
         out() << "unit vanished" << Qt::endl;
         QCoreApplication::exit(ExitOk);
     });
-    if (cmd->isSet(trace)) {
-        QObject::connect(&pty, &PtyUnit::BytesReceived, &pty,
-                         [](const QByteArray &bytes, const QString &settings) {
-                             err() << "<- " << settings << ": " << bytes.toHex(' ').toUpper() << Qt::endl;
-                         });
-        QObject::connect(&pty, &PtyUnit::BytesSent, &pty, [](const QByteArray &bytes) {
-            err() << "-> " << bytes.toHex(' ').toUpper() << Qt::endl;
-        });
+    if (!trace)
+        return;
+    QObject::connect(&pty, &PtyUnit::BytesReceived, &pty,
+                     [](const QByteArray &bytes, const QString &settings) {
+                         err() << "<- " << settings << ": " << bytes.toHex(' ').toUpper() << Qt::endl;
+                     });
+    QObject::connect(&pty, &PtyUnit::BytesSent, &pty, [](const QByteArray &bytes) {
+        err() << "-> " << bytes.toHex(' ').toUpper() << Qt::endl;
+    });
+}
+
+} // namespace
+
+int runSim(const QStringList &args)
+{
+    CommandParser cmd(
+        QStringLiteral("sim"), QStringLiteral("[options]"),
+        QStringLiteral(
+            "Runs a simulated unit on a pseudo-terminal until interrupted. The first line printed is the "
+            "terminal's path: give it to the editor or to the other commands as the port. Then one "
+            "line per change of the outputs (\"outputs on: 1,8\") and per completed download "
+            "(\"image received\")."));
+    const SimOptions o;
+    cmd->addOptions(o.all());
+    cmd.addReadingOption();
+    if (const auto stop = cmd.parse(args, 0))
+        return *stop;
+
+    UnitConfig unit;
+    if (const auto stop = readUnit(cmd, o, unit))
+        return *stop;
+    const QString imagePath = cmd->value(o.imageOut);
+    const QString configPath = cmd->value(o.startConfig);
+    if (cmd->isSet(o.startConfig)) {
+        ConfigData config;
+        if (!loadConfigImage(configPath, config, cmd.reading()))
+            return ExitFailed;
+        unit.image = config.ConfigImage;
     }
+
+    // Watching before the path is printed: whoever reads it may stop the
+    // simulator at once.
+    SignalWatcher watcher;
+    QObject::connect(&watcher, &SignalWatcher::Interrupted, &watcher, [] { QCoreApplication::exit(ExitOk); });
+
+    PtyUnit pty(unit);
+    QString why;
+    if (!pty.start(&why))
+        return fail(why);
+    out() << pty.slavePath() << Qt::endl;
+    reportUnit(pty, imagePath, configPath, cmd->isSet(o.trace));
 
     const int code = QCoreApplication::exec();
     pty.stop();

@@ -2,18 +2,18 @@
 // a console, through the same protocol code and the same real serial port.
 
 #include "Commands.h"
+#include "ConfigData.h"
 #include "Console.h"
 #include "ConsolePrompter.h"
+#include "EventLoopWaiter.h"
+#include "PortSlots.h"
+#include "QtSerialLink.h"
+#include "SerialEditorData.h"
+#include "SettingsKeyValueStore.h"
 #include "SignalWatcher.h"
 #include "TestStrings.h"
 #include "VellProtocol.h"
 #include "VellTypes.h"
-#include "ConfigData.h"
-#include "SerialEditorData.h"
-#include "EventLoopWaiter.h"
-#include "PortSlots.h"
-#include "QtSerialLink.h"
-#include "SettingsKeyValueStore.h"
 
 #include <exception>
 #include <optional>
@@ -148,6 +148,32 @@ bool allSent(const ConsolePrompter &prompter)
     return false;
 }
 
+// How a programming run that was not interrupted ends: what is left to
+// say about it, and the exit code.
+int programExitCode(VellProtocol::ProgramResult result, const UnitSession &session, const QString &portName)
+{
+    using Result = VellProtocol::ProgramResult;
+    switch (result) {
+    case Result::Finished:
+    case Result::ProgramAnother:
+        if (!allSent(session.prompter))
+            return ExitUnitFailed; // the download's own message has been printed
+        out() << "All sent ok" << Qt::endl;
+        return ExitOk;
+    case Result::PortNotOpen:
+        if (!session.link.lastError().isEmpty())
+            fail(session.link.lastError());
+        return ExitNoTavo;
+    case Result::NotResponding: return ExitNoTavo;
+    case Result::NotSerialTavo:
+        fail(QStringLiteral("%1: \"%2\" is not a Serial Tavo; nothing was sent")
+                 .arg(portName, session.protocol.UnitText(session.protocol.LastFound())));
+        return ExitNoTavo;
+    case Result::RestartFailed: return ExitUnitFailed;
+    }
+    return ExitUnitFailed;
+}
+
 } // namespace
 
 int runProgram(const QStringList &args)
@@ -195,132 +221,102 @@ int runProgram(const QStringList &args)
 
     if (session.interrupted)
         return fail(interruptedRun(portName, protocol));
-    using Result = VellProtocol::ProgramResult;
-    switch (result) {
-    case Result::Finished:
-    case Result::ProgramAnother:
-        if (!allSent(session.prompter))
-            return ExitUnitFailed; // the download's own message has been printed
-        out() << "All sent ok" << Qt::endl;
-        return ExitOk;
-    case Result::PortNotOpen:
-        if (!session.link.lastError().isEmpty())
-            fail(session.link.lastError());
-        return ExitNoTavo;
-    case Result::NotResponding: return ExitNoTavo;
-    case Result::NotSerialTavo:
-        fail(QStringLiteral("%1: \"%2\" is not a Serial Tavo; nothing was sent")
-                 .arg(portName, protocol.UnitText(protocol.LastFound())));
-        return ExitNoTavo;
-    case Result::RestartFailed: return ExitUnitFailed;
-    }
-    return ExitUnitFailed;
+    return programExitCode(result, session, portName);
 }
 
-int runSend(const QStringList &args)
-{
-    CommandParser cmd(
-        QStringLiteral("send"),
-        QStringLiteral("--port PORT (--map LIST | --mask N --on|--off | --bit N --on|--off | "
-                       "--code FILE.OTS --output N --on|--off)"),
-        QStringLiteral("Sends one test string, the same bytes at the same line setting as the test "
-                       "dialog's Send: Map switches the listed outputs on and the others off, Mask and "
-                       "Bit switch one output, and Code sends the On or Off code a configuration holds "
-                       "for an output, at the unit's own setting.\n\n"
-                       "Map and Mask are one byte each, and the unit cannot tell them apart: a map "
-                       "with exactly one output (--map 3) is the byte of --mask 3 --on, and a map of "
-                       "all outputs but one (--map 1,2,4,5,6,7,8) the byte of --mask 3 --off. The "
-                       "unit reads such a byte as a mask: it switches that one output and leaves the "
-                       "others as they are."));
-    const QCommandLineOption port(QStringLiteral("port"), QStringLiteral("The unit's system port."),
-                                  QStringLiteral("PORT"));
-    const QCommandLineOption map(QStringLiteral("map"),
-                                 QStringLiteral("Map: the outputs (1 to 8, comma separated) to be on."),
-                                 QStringLiteral("LIST"));
-    const QCommandLineOption mask(
-        QStringLiteral("mask"), QStringLiteral("Mask: the output (1 to 8) to switch."), QStringLiteral("N"));
-    const QCommandLineOption bit(QStringLiteral("bit"), QStringLiteral("Bit: the output (1 to 8) to switch."),
-                                 QStringLiteral("N"));
-    const QCommandLineOption code(QStringLiteral("code"),
-                                  QStringLiteral("Send a configured code from this configuration file."),
-                                  QStringLiteral("FILE.OTS"));
-    const QCommandLineOption output(QStringLiteral("output"),
-                                    QStringLiteral("With --code: the output (1 to 8) whose code is sent."),
-                                    QStringLiteral("N"));
-    const QCommandLineOption on(QStringLiteral("on"), QStringLiteral("Switch on (the On code)."));
-    const QCommandLineOption off(QStringLiteral("off"), QStringLiteral("Switch off (the Off code)."));
-    cmd->addOptions({port, map, mask, bit, code, output, on, off});
-    cmd.addReadingOption();
-    cmd.setExitCodes({ExitOk, ExitFailed, ExitUsage, ExitNoTavo});
-    if (const auto stop = cmd.parse(args, 0))
-        return *stop;
+namespace {
 
-    const QString portName = cmd->value(port);
-    if (portName.isEmpty())
+// The options of `tavo send`, in the order --help lists them.
+struct SendOptions {
+    QCommandLineOption port{QStringLiteral("port"), QStringLiteral("The unit's system port."),
+                            QStringLiteral("PORT")};
+    QCommandLineOption map{QStringLiteral("map"),
+                           QStringLiteral("Map: the outputs (1 to 8, comma separated) to be on."),
+                           QStringLiteral("LIST")};
+    QCommandLineOption mask{QStringLiteral("mask"), QStringLiteral("Mask: the output (1 to 8) to switch."),
+                            QStringLiteral("N")};
+    QCommandLineOption bit{QStringLiteral("bit"), QStringLiteral("Bit: the output (1 to 8) to switch."),
+                           QStringLiteral("N")};
+    QCommandLineOption code{QStringLiteral("code"),
+                            QStringLiteral("Send a configured code from this configuration file."),
+                            QStringLiteral("FILE.OTS")};
+    QCommandLineOption output{QStringLiteral("output"),
+                              QStringLiteral("With --code: the output (1 to 8) whose code is sent."),
+                              QStringLiteral("N")};
+    QCommandLineOption on{QStringLiteral("on"), QStringLiteral("Switch on (the On code).")};
+    QCommandLineOption off{QStringLiteral("off"), QStringLiteral("Switch off (the Off code).")};
+
+    QList<QCommandLineOption> all() const { return {port, map, mask, bit, code, output, on, off}; }
+};
+
+// The options that do not go together, as usage errors.
+std::optional<int> checkSendOptions(CommandParser &cmd, const SendOptions &o)
+{
+    if (cmd->value(o.port).isEmpty())
         return cmd.usageError(QStringLiteral("--port is required"));
     const int modes =
-        int(cmd->isSet(map)) + int(cmd->isSet(mask)) + int(cmd->isSet(bit)) + int(cmd->isSet(code));
+        int(cmd->isSet(o.map)) + int(cmd->isSet(o.mask)) + int(cmd->isSet(o.bit)) + int(cmd->isSet(o.code));
     if (modes != 1)
         return cmd.usageError(QStringLiteral("give exactly one of --map, --mask, --bit and --code"));
-    if (cmd->isSet(output) && !cmd->isSet(code))
+    if (cmd->isSet(o.output) && !cmd->isSet(o.code))
         return cmd.usageError(QStringLiteral("--output goes with --code"));
-    if (cmd->isSet(map) && (cmd->isSet(on) || cmd->isSet(off)))
+    if (cmd->isSet(o.map) && (cmd->isSet(o.on) || cmd->isSet(o.off)))
         return cmd.usageError(
             QStringLiteral("--map lists the outputs to be on; --on and --off do not apply"));
-    if (!cmd->isSet(map) && int(cmd->isSet(on)) + int(cmd->isSet(off)) != 1)
+    if (!cmd->isSet(o.map) && int(cmd->isSet(o.on)) + int(cmd->isSet(o.off)) != 1)
         return cmd.usageError(QStringLiteral("give either --on or --off"));
+    return std::nullopt;
+}
 
-    TestStrings::Selection selection;
+// What the test dialog would have picked for these options, or the exit
+// code of a usage error.
+std::optional<int> readSelection(CommandParser &cmd, const SendOptions &o, TestStrings::Selection &selection)
+{
     selection.port = 1;
-    selection.on = cmd->isSet(on);
-    selection.off = cmd->isSet(off);
-    ConfigData config;
-    if (cmd->isSet(map)) {
-        const auto checked = outputList(cmd->value(map));
+    selection.on = cmd->isSet(o.on);
+    selection.off = cmd->isSet(o.off);
+    if (cmd->isSet(o.map)) {
+        const auto checked = outputList(cmd->value(o.map));
         if (!checked)
             return cmd.usageError(QStringLiteral("--map takes outputs 1 to 8, comma separated"));
         selection.mode = TestStrings::Map;
         selection.checked = *checked;
-    } else {
-        const QCommandLineOption &which = cmd->isSet(mask) ? mask : cmd->isSet(bit) ? bit : output;
-        if (cmd->isSet(code) && !cmd->isSet(output))
-            return cmd.usageError(QStringLiteral("--code needs --output"));
-        const auto n = outputNumber(cmd->value(which));
-        if (!n)
-            return cmd.usageError(
-                QStringLiteral("--%1 takes an output 1 to 8").arg(which.names().constFirst()));
-        selection.output = *n - 1;
-        selection.mode = cmd->isSet(mask)  ? TestStrings::Mask
-                         : cmd->isSet(bit) ? TestStrings::Bit
-                                           : TestStrings::Tavo;
+        return std::nullopt;
     }
+    const QCommandLineOption &which = cmd->isSet(o.mask) ? o.mask : cmd->isSet(o.bit) ? o.bit : o.output;
+    if (cmd->isSet(o.code) && !cmd->isSet(o.output))
+        return cmd.usageError(QStringLiteral("--code needs --output"));
+    const auto n = outputNumber(cmd->value(which));
+    if (!n)
+        return cmd.usageError(QStringLiteral("--%1 takes an output 1 to 8").arg(which.names().constFirst()));
+    selection.output = *n - 1;
+    selection.mode = cmd->isSet(o.mask)  ? TestStrings::Mask
+                     : cmd->isSet(o.bit) ? TestStrings::Bit
+                                         : TestStrings::Tavo;
+    return std::nullopt;
+}
 
-    if (selection.mode == TestStrings::Tavo) {
-        if (!loadConfig(cmd->value(code), config, cmd.reading()))
-            return ExitFailed;
-        const auto i = static_cast<std::size_t>(selection.output);
-        // The dialog quietly switches to the On code here; a script asked
-        // for something that does not exist and should hear about it.
-        if (selection.off && config.PulseModes[i])
-            return fail(
-                QStringLiteral("output %1 is in pulse mode: it has no Off code").arg(selection.output + 1));
+// The configuration whose code is sent; false, after saying why, when it
+// cannot be read or the output has no such code.
+bool loadCodeConfig(const QString &path, Reading reading, const TestStrings::Selection &selection,
+                    ConfigData &config)
+{
+    if (!loadConfig(path, config, reading))
+        return false;
+    // The dialog quietly switches to the On code here; a script asked for
+    // something that does not exist and should hear about it.
+    if (selection.off && config.PulseModes[static_cast<std::size_t>(selection.output)]) {
+        fail(QStringLiteral("output %1 is in pulse mode: it has no Off code").arg(selection.output + 1));
+        return false;
     }
+    return true;
+}
 
-    SerialEditorData message;
-    const TestStrings::Composition composition = TestStrings::Compose(selection, config, message);
-    if (!composition.sendEnabled.value_or(false))
-        return fail(QStringLiteral("output %1 has no %2 code")
-                        .arg(selection.output + 1)
-                        .arg(selection.on ? QStringLiteral("On") : QStringLiteral("Off")));
-
-    QByteArray bytes;
-    try {
-        bytes = TestStrings::SendBytes(selection.mode, message);
-    } catch (const std::exception &) {
-        return fail(QStringLiteral("the code holds a value that is not a byte"));
-    }
+// Sends the composed message on the port, as the dialog's Send does.
+int sendOnPort(const QString &portName, const TestStrings::Selection &selection,
+               const SerialEditorData &message, const ConfigData &config, const QByteArray &bytes)
+{
     const QString settings = TestStrings::SendSettings(selection.mode, config).value_or(QString());
-
     QtSerialLink link(PortSlots(QStringList{portName}));
     EventLoopWaiter waiter;
     SignalWatcher watcher;
@@ -338,6 +334,54 @@ int runSend(const QStringList &args)
         return fail(QStringLiteral("interrupted; %1 closed").arg(portName));
     out() << "Sent " << bytes.toHex(' ').toUpper() << " at " << settings << Qt::endl;
     return ExitOk;
+}
+
+} // namespace
+
+int runSend(const QStringList &args)
+{
+    CommandParser cmd(
+        QStringLiteral("send"),
+        QStringLiteral("--port PORT (--map LIST | --mask N --on|--off | --bit N --on|--off | "
+                       "--code FILE.OTS --output N --on|--off)"),
+        QStringLiteral("Sends one test string, the same bytes at the same line setting as the test "
+                       "dialog's Send: Map switches the listed outputs on and the others off, Mask and "
+                       "Bit switch one output, and Code sends the On or Off code a configuration holds "
+                       "for an output, at the unit's own setting.\n\n"
+                       "Map and Mask are one byte each, and the unit cannot tell them apart: a map "
+                       "with exactly one output (--map 3) is the byte of --mask 3 --on, and a map of "
+                       "all outputs but one (--map 1,2,4,5,6,7,8) the byte of --mask 3 --off. The "
+                       "unit reads such a byte as a mask: it switches that one output and leaves the "
+                       "others as they are."));
+    const SendOptions o;
+    cmd->addOptions(o.all());
+    cmd.addReadingOption();
+    cmd.setExitCodes({ExitOk, ExitFailed, ExitUsage, ExitNoTavo});
+    if (const auto stop = cmd.parse(args, 0))
+        return *stop;
+    if (const auto stop = checkSendOptions(cmd, o))
+        return *stop;
+    TestStrings::Selection selection;
+    if (const auto stop = readSelection(cmd, o, selection))
+        return *stop;
+    ConfigData config;
+    if (selection.mode == TestStrings::Tavo
+        && !loadCodeConfig(cmd->value(o.code), cmd.reading(), selection, config))
+        return ExitFailed;
+
+    SerialEditorData message;
+    const TestStrings::Composition composition = TestStrings::Compose(selection, config, message);
+    if (!composition.sendEnabled.value_or(false))
+        return fail(QStringLiteral("output %1 has no %2 code")
+                        .arg(selection.output + 1)
+                        .arg(selection.on ? QStringLiteral("On") : QStringLiteral("Off")));
+    QByteArray bytes;
+    try {
+        bytes = TestStrings::SendBytes(selection.mode, message);
+    } catch (const std::exception &) {
+        return fail(QStringLiteral("the code holds a value that is not a byte"));
+    }
+    return sendOnPort(cmd->value(o.port), selection, message, config, bytes);
 }
 
 } // namespace cli

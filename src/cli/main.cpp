@@ -4,10 +4,11 @@
 
 #include "Commands.h"
 #include "Console.h"
-#include "SignalWatcher.h"
 #include "Product.h"
+#include "SignalWatcher.h"
 
 #include <QCoreApplication>
+#include <QLoggingCategory>
 
 #include <array>
 
@@ -38,8 +39,29 @@ QString overview()
                            "written;\n2 a wrong command line; 3 no Serial Tavo to program (the port cannot "
                            "be opened\nor is busy, nothing answered, or the unit is of another type); 4 "
                            "the unit failed\nduring the download or the restart. Ctrl+C or SIGTERM closes "
-                           "the port and ends\nthe command by that signal.\n");
+                           "the port and ends\nthe command by that signal.\n\n"
+                           "--verbose, before or after the command, also prints on the standard error what\n"
+                           "the commands keep quiet about (a port that failed, a file that could not be\n"
+                           "replaced).\n");
     return text;
+}
+
+// --verbose is tavo's own, not the command's: it may stand anywhere before
+// a "--", and is taken out before the command sees its words.
+bool takeVerbose(QStringList &args)
+{
+    const QString verbose = QStringLiteral("--verbose");
+    qsizetype end = args.indexOf(QStringLiteral("--"));
+    if (end < 0)
+        end = args.size();
+    bool found = false;
+    for (qsizetype i = end - 1; i >= 0; --i) {
+        if (args.at(i) == verbose) {
+            args.removeAt(i);
+            found = true;
+        }
+    }
+    return found;
 }
 
 } // namespace
@@ -51,6 +73,10 @@ int main(int argc, char *argv[])
     QCoreApplication::setApplicationVersion(tavo::versionText());
 
     QStringList args = QCoreApplication::arguments().mid(1);
+    // The messages of the tavo.* categories, which are off by default. Rules
+    // in QT_LOGGING_RULES still take precedence over these.
+    if (takeVerbose(args))
+        QLoggingCategory::setFilterRules(QStringLiteral("tavo.*=true"));
     if (args.isEmpty()) {
         cli::err() << overview() << Qt::flush;
         return cli::ExitUsage;

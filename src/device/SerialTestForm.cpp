@@ -1,7 +1,7 @@
 #include "SerialTestForm.h"
 
-#include "SerialEditor.h"
 #include "ConfigData.h"
+#include "SerialEditor.h"
 #include "SerialSettings.h"
 
 #include <QCheckBox>
@@ -45,96 +45,11 @@ SerialTestForm::SerialTestForm(const ConfigData &config, const Parts &parts, QWi
     setObjectName(QStringLiteral("SerialTestForm"));
     setWindowTitle(QStringLiteral("Serial test"));
 
-    // Target: the ports, and what answered on each.
-    QGroupBox *frame7 = frame(QStringLiteral("Frame7"), QStringLiteral("Target Tavo"), this);
-    auto *command1 = button(QStringLiteral("Command1"), QStringLiteral("Search for Tavo"), frame7);
-    m_searchButton = command1;
-    connect(command1, &QPushButton::clicked, this, &SerialTestForm::Command1_Click);
-    auto *frame7Layout = new QVBoxLayout(frame7);
-    frame7Layout->addWidget(command1, 0, Qt::AlignLeft);
-    for (int i = 0; i < SlotCount; ++i) {
-        const auto n = static_cast<std::size_t>(i);
-        auto *option =
-            named<QRadioButton>(QStringLiteral("Option1_%1").arg(i), QString::number(i + 1), nullptr);
-        // The search clears every choice; the protocol says which is chosen.
-        option->setAutoExclusive(false);
-        connect(option, &QRadioButton::clicked, this, [this, i] { Option1_Click(i); });
-        m_option1[n] = option;
-        m_vellType[n] = named<QLabel>(QStringLiteral("VellType%1").arg(i), QString(), nullptr);
-        m_vellType[n]->setMinimumWidth(
-            m_vellType[n]->fontMetrics().horizontalAdvance(QStringLiteral("Serial Tavo 4351.255")));
-        const SlotRow row = makeSlotRow(i, option, m_vellType[n]);
-        m_portName[n] = row.portName;
-        m_blanking[n] = row.blanking;
-        frame7Layout->addWidget(row.row);
-    }
-    frame7Layout->addWidget(portProblems());
-
-    QGroupBox *frame6 = frame(QStringLiteral("Frame6"), QStringLiteral("Serial message"), this);
-    m_serialEditor1 = new SerialEditor(frame6);
-    m_serialEditor1->setObjectName(QStringLiteral("SerialEditor1"));
-    (new QVBoxLayout(frame6))->addWidget(m_serialEditor1);
-
+    QGroupBox *frame7 = makeTargetFrame();
+    QGroupBox *frame6 = makeMessageFrame();
     m_serialSettingLabel = new QLabel(this);
     m_serialSettingLabel->setObjectName(QStringLiteral("SerialSettingLabel"));
-
-    // Settings: mode, On/Off and the outputs.
-    QGroupBox *frame1 = frame(QStringLiteral("Frame1"), QStringLiteral("Settings"), this);
-    QGroupBox *frame5 = frame(QStringLiteral("Frame5"), QStringLiteral("Mode"), frame1);
-    auto *modeLayout = new QGridLayout(frame5);
-    const QString modeNames[] = {QStringLiteral("Map"), QStringLiteral("Mask"), QStringLiteral("Bit"),
-                                 QStringLiteral("Tavo")};
-    for (int i = 0; i < 4; ++i) {
-        auto *option = named<QRadioButton>(QStringLiteral("ModeOption%1").arg(i), modeNames[i], frame5);
-        connect(option, &QRadioButton::clicked, this, [this, i] { ModeOption_Click(i); });
-        m_modeOption[static_cast<std::size_t>(i)] = option;
-        modeLayout->addWidget(option, i / 2, i % 2);
-    }
-
-    m_onOffFrame = frame(QStringLiteral("OnOffFrame"), QStringLiteral("Switch  Output"), frame1);
-    auto *onOffLayout = new QHBoxLayout(m_onOffFrame);
-    const QString onOffNames[] = {QStringLiteral("On"), QStringLiteral("Off")};
-    for (int i = 0; i < 2; ++i) {
-        auto *option =
-            named<QRadioButton>(QStringLiteral("OnOffOption%1").arg(i), onOffNames[i], m_onOffFrame);
-        connect(option, &QRadioButton::clicked, this, &SerialTestForm::compose);
-        m_onOffOption[static_cast<std::size_t>(i)] = option;
-        onOffLayout->addWidget(option);
-    }
-    onOffLayout->addStretch();
-
-    m_outputCheckFrame =
-        frame(QStringLiteral("OutputCheckFrame"), QStringLiteral("Select outputs on"), frame1);
-    auto *checkLayout = new QGridLayout(m_outputCheckFrame);
-    m_outputOptionFrame =
-        frame(QStringLiteral("OutputOptionFrame"), QStringLiteral("Select output to switch"), frame1);
-    auto *whichLayout = new QGridLayout(m_outputOptionFrame);
-    for (int i = 0; i < OutputCount; ++i) {
-        const auto n = static_cast<std::size_t>(i);
-        auto *check = named<QCheckBox>(QStringLiteral("WhichCheck%1").arg(i), QString::number(i + 1),
-                                       m_outputCheckFrame);
-        connect(check, &QCheckBox::clicked, this, &SerialTestForm::compose);
-        m_whichCheck[n] = check;
-        checkLayout->addWidget(check, i / 4, i % 4);
-
-        // The eighth button has always been captioned "1"; users know it so.
-        const QString caption = QString::number(i < OutputCount - 1 ? i + 1 : 1);
-        auto *option =
-            named<QRadioButton>(QStringLiteral("WhichOption%1").arg(i), caption, m_outputOptionFrame);
-        connect(option, &QRadioButton::clicked, this, [this, i] { WhichOption_Click(i); });
-        m_whichOption[n] = option;
-        whichLayout->addWidget(option, i / 4, i % 4);
-    }
-
-    auto *outputs = new QGridLayout;
-    // Only one of the two output frames shows at a time; they share a cell.
-    outputs->addWidget(m_outputCheckFrame, 0, 0);
-    outputs->addWidget(m_outputOptionFrame, 0, 0);
-    auto *frame1Layout = new QVBoxLayout(frame1);
-    frame1Layout->addWidget(frame5);
-    frame1Layout->addWidget(m_onOffFrame);
-    frame1Layout->addLayout(outputs);
-    frame1Layout->addStretch();
+    QGroupBox *frame1 = makeSettingsFrame();
 
     m_send = button(QStringLiteral("Send"), QStringLiteral("Send"), this);
     auto *done = button(QStringLiteral("Done"), QStringLiteral("Done"), this);
@@ -160,7 +75,125 @@ SerialTestForm::SerialTestForm(const ConfigData &config, const Parts &parts, QWi
 
     for (int i = 0; i < SlotCount; ++i)
         applySlot(i, protocol().Slots()[static_cast<std::size_t>(i)]);
+    showOpeningState();
+}
 
+QGroupBox *SerialTestForm::makeTargetFrame()
+{
+    // The ports, and what answered on each.
+    QGroupBox *frame7 = frame(QStringLiteral("Frame7"), QStringLiteral("Target Tavo"), this);
+    auto *command1 = button(QStringLiteral("Command1"), QStringLiteral("Search for Tavo"), frame7);
+    m_searchButton = command1;
+    connect(command1, &QPushButton::clicked, this, &SerialTestForm::Command1_Click);
+    auto *frame7Layout = new QVBoxLayout(frame7);
+    frame7Layout->addWidget(command1, 0, Qt::AlignLeft);
+    for (int i = 0; i < SlotCount; ++i) {
+        const auto n = static_cast<std::size_t>(i);
+        auto *option =
+            named<QRadioButton>(QStringLiteral("Option1_%1").arg(i), QString::number(i + 1), nullptr);
+        // The search clears every choice; the protocol says which is chosen.
+        option->setAutoExclusive(false);
+        connect(option, &QRadioButton::clicked, this, [this, i] { Option1_Click(i); });
+        m_option1[n] = option;
+        m_vellType[n] = named<QLabel>(QStringLiteral("VellType%1").arg(i), QString(), nullptr);
+        m_vellType[n]->setMinimumWidth(
+            m_vellType[n]->fontMetrics().horizontalAdvance(QStringLiteral("Serial Tavo 4351.255")));
+        const SlotRow row = makeSlotRow(i, option, m_vellType[n]);
+        m_portName[n] = row.portName;
+        m_blanking[n] = row.blanking;
+        frame7Layout->addWidget(row.row);
+    }
+    frame7Layout->addWidget(portProblems());
+    return frame7;
+}
+
+QGroupBox *SerialTestForm::makeMessageFrame()
+{
+    QGroupBox *frame6 = frame(QStringLiteral("Frame6"), QStringLiteral("Serial message"), this);
+    m_serialEditor1 = new SerialEditor(frame6);
+    m_serialEditor1->setObjectName(QStringLiteral("SerialEditor1"));
+    (new QVBoxLayout(frame6))->addWidget(m_serialEditor1);
+    return frame6;
+}
+
+QGroupBox *SerialTestForm::makeSettingsFrame()
+{
+    // Mode, On/Off and the outputs.
+    QGroupBox *frame1 = frame(QStringLiteral("Frame1"), QStringLiteral("Settings"), this);
+    QGroupBox *frame5 = makeModeFrame(frame1);
+    makeOnOffFrame(frame1);
+    makeOutputFrames(frame1);
+
+    auto *outputs = new QGridLayout;
+    // Only one of the two output frames shows at a time; they share a cell.
+    outputs->addWidget(m_outputCheckFrame, 0, 0);
+    outputs->addWidget(m_outputOptionFrame, 0, 0);
+    auto *frame1Layout = new QVBoxLayout(frame1);
+    frame1Layout->addWidget(frame5);
+    frame1Layout->addWidget(m_onOffFrame);
+    frame1Layout->addLayout(outputs);
+    frame1Layout->addStretch();
+    return frame1;
+}
+
+QGroupBox *SerialTestForm::makeModeFrame(QWidget *frame1)
+{
+    QGroupBox *frame5 = frame(QStringLiteral("Frame5"), QStringLiteral("Mode"), frame1);
+    auto *modeLayout = new QGridLayout(frame5);
+    const QString modeNames[] = {QStringLiteral("Map"), QStringLiteral("Mask"), QStringLiteral("Bit"),
+                                 QStringLiteral("Tavo")};
+    for (int i = 0; i < 4; ++i) {
+        auto *option = named<QRadioButton>(QStringLiteral("ModeOption%1").arg(i), modeNames[i], frame5);
+        connect(option, &QRadioButton::clicked, this, [this, i] { ModeOption_Click(i); });
+        m_modeOption[static_cast<std::size_t>(i)] = option;
+        modeLayout->addWidget(option, i / 2, i % 2);
+    }
+    return frame5;
+}
+
+void SerialTestForm::makeOnOffFrame(QWidget *frame1)
+{
+    m_onOffFrame = frame(QStringLiteral("OnOffFrame"), QStringLiteral("Switch  Output"), frame1);
+    auto *onOffLayout = new QHBoxLayout(m_onOffFrame);
+    const QString onOffNames[] = {QStringLiteral("On"), QStringLiteral("Off")};
+    for (int i = 0; i < 2; ++i) {
+        auto *option =
+            named<QRadioButton>(QStringLiteral("OnOffOption%1").arg(i), onOffNames[i], m_onOffFrame);
+        connect(option, &QRadioButton::clicked, this, &SerialTestForm::compose);
+        m_onOffOption[static_cast<std::size_t>(i)] = option;
+        onOffLayout->addWidget(option);
+    }
+    onOffLayout->addStretch();
+}
+
+void SerialTestForm::makeOutputFrames(QWidget *frame1)
+{
+    m_outputCheckFrame =
+        frame(QStringLiteral("OutputCheckFrame"), QStringLiteral("Select outputs on"), frame1);
+    auto *checkLayout = new QGridLayout(m_outputCheckFrame);
+    m_outputOptionFrame =
+        frame(QStringLiteral("OutputOptionFrame"), QStringLiteral("Select output to switch"), frame1);
+    auto *whichLayout = new QGridLayout(m_outputOptionFrame);
+    for (int i = 0; i < OutputCount; ++i) {
+        const auto n = static_cast<std::size_t>(i);
+        auto *check = named<QCheckBox>(QStringLiteral("WhichCheck%1").arg(i), QString::number(i + 1),
+                                       m_outputCheckFrame);
+        connect(check, &QCheckBox::clicked, this, &SerialTestForm::compose);
+        m_whichCheck[n] = check;
+        checkLayout->addWidget(check, i / 4, i % 4);
+
+        // The eighth button has always been captioned "1"; users know it so.
+        const QString caption = QString::number(i < OutputCount - 1 ? i + 1 : 1);
+        auto *option =
+            named<QRadioButton>(QStringLiteral("WhichOption%1").arg(i), caption, m_outputOptionFrame);
+        connect(option, &QRadioButton::clicked, this, [this, i] { WhichOption_Click(i); });
+        m_whichOption[n] = option;
+        whichLayout->addWidget(option, i / 4, i % 4);
+    }
+}
+
+void SerialTestForm::showOpeningState()
+{
     // Opening: the configured codes of the first output, switched on.
     m_modeOption[TestStrings::Tavo]->setChecked(true);
     m_mode = TestStrings::Tavo;
@@ -169,7 +202,7 @@ SerialTestForm::SerialTestForm(const ConfigData &config, const Parts &parts, QWi
     m_onOffOption[0]->setChecked(true);
     m_outputOptionFrame->setVisible(true);
     m_outputCheckFrame->setVisible(false);
-    m_serialSettingLabel->setText(tavo::SerialSettingsText(config));
+    m_serialSettingLabel->setText(tavo::SerialSettingsText(m_config));
     for (QFrame *blanking : m_blanking) {
         blanking->raise();
         blanking->setVisible(true);

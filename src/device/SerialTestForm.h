@@ -41,6 +41,16 @@ protected:
     void applySlot(int slot, const SearchSlot &state) override;
 
 private:
+    // The frames of the window, each with its controls.
+    QGroupBox *makeTargetFrame();
+    QGroupBox *makeMessageFrame();
+    QGroupBox *makeSettingsFrame();
+    QGroupBox *makeModeFrame(QWidget *frame1);
+    void makeOnOffFrame(QWidget *frame1);
+    void makeOutputFrames(QWidget *frame1);
+    // What the dialog shows when it opens.
+    void showOpeningState();
+
     void Command1_Click();
     void Option1_Click(int index);
     void ModeOption_Click(int index);

@@ -1,10 +1,11 @@
 #include "TestStrings.h"
 
 #include "ConfigData.h"
-#include "SerialSettings.h"
-#include "SerialEditorData.h"
 #include "LineSettings.h"
+#include "Logging.h"
+#include "SerialEditorData.h"
 #include "SerialLink.h"
+#include "SerialSettings.h"
 #include "Waiter.h"
 
 #include <stdexcept>
@@ -178,15 +179,15 @@ QByteArray SendBytes(int mode, const SerialEditorData &message)
     return bytes;
 }
 
-int DrainMs(int count, const QString &settings)
+std::chrono::milliseconds DrainMs(int count, const QString &settings)
 {
-    constexpr int SettleMs = 20;
+    constexpr std::chrono::milliseconds Settle{20};
     if (count <= 0)
-        return 0;
+        return {};
     const LineSettings s = LineSettings::parse(settings).value_or(LineSettings{});
     const int bitsPerByte = 1 + s.dataBits + (s.parity == LineSettings::Parity::None ? 0 : 1) + s.stopBits;
     const qint64 bits = qint64(count) * bitsPerByte;
-    return static_cast<int>((bits * 1000 + s.baud - 1) / s.baud) + SettleMs;
+    return std::chrono::milliseconds((bits * 1000 + s.baud - 1) / s.baud) + Settle;
 }
 
 bool Send(SerialLink &link, int port, int mode, const SerialEditorData &message, const ConfigData &config,
@@ -204,17 +205,25 @@ bool Send(SerialLink &link, int port, int mode, const SerialEditorData &message,
             link.SetPortOpen(true);
             link.Output(bytes);
             sent = true;
-            if (drain)
-                drain->Wait(DrainMs(static_cast<int>(bytes.size()), *settings));
+            if (drain) {
+                const std::chrono::milliseconds held = DrainMs(static_cast<int>(bytes.size()), *settings);
+                qCDebug(lcSerial) << "holding port" << port << "open" << held.count()
+                                  << "ms for the bytes to leave";
+                drain->Wait(held);
+            }
         }
-    } catch (const std::exception &) {
+    } catch (const SerialLinkError &e) {
         // A test string that cannot go out is simply not sent; the user
         // sees the unit not react.
+        qCInfo(lcSerial) << "test string for port" << port << "not sent:" << e.what();
+    } catch (const std::exception &e) {
+        qCInfo(lcSerial) << "no test string in the message for mode" << mode << "-" << e.what();
     }
     try {
         if (link.PortOpen())
             link.SetPortOpen(false);
-    } catch (const std::exception &) {
+    } catch (const std::exception &e) {
+        qCInfo(lcSerial) << "port" << port << "not closed after a test string:" << e.what();
     }
     return sent;
 }

@@ -4,6 +4,7 @@
 #include <QString>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <optional>
 
@@ -75,7 +76,7 @@ QByteArray SendBytes(int mode, const SerialEditorData &message);
 
 // How long `count` bytes take on the line at `settings`, with a moment
 // for the far end to read them.
-int DrainMs(int count, const QString &settings);
+std::chrono::milliseconds DrainMs(int count, const QString &settings);
 
 // Sends the message on `port`: closes the link if it is open, opens the
 // port at the mode's setting, writes, closes. Nothing is reported: a send

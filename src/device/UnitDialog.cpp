@@ -1,5 +1,6 @@
 #include "UnitDialog.h"
 
+#include "Logging.h"
 #include "Prompter.h"
 #include "SerialLink.h"
 #include "Waiter.h"
@@ -85,7 +86,8 @@ void UnitDialog::closePort()
     try {
         if (m_link.PortOpen())
             m_link.SetPortOpen(false);
-    } catch (const std::exception &) {
+    } catch (const std::exception &e) {
+        qCInfo(lcSerial) << "the dialog's port did not close:" << e.what();
     }
 }
 
@@ -105,9 +107,12 @@ bool UnitDialog::run(const std::function<void(VellProtocol &)> &work)
     m_busy = true;
     try {
         work(session->protocol);
-    } catch (const std::exception &) {
-        // The protocol handles the line's own failures; anything left is a
-        // program error, which must not take the dialog down with it.
+    } catch (const SerialLinkError &e) {
+        // The protocol handles the line's own failures; anything left
+        // must not take the dialog down with it.
+        qCInfo(lcSerial) << "the port failed under the dialog's routine:" << e.what();
+    } catch (const std::exception &e) {
+        qCInfo(lcUi) << "program error in the dialog's routine:" << e.what();
     }
     if (!self)
         return false;

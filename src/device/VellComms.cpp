@@ -32,8 +32,32 @@ VellComms::VellComms(const ConfigData &config, const Parts &parts, QWidget *pare
     setObjectName(QStringLiteral("VellComms"));
     setWindowTitle(QStringLiteral("Tavo program"));
 
-    // The slots, one row per port, each with its cover; the progress panel
-    // lies over all of them while programming.
+    // The progress panel lies over all the slots while programming.
+    QWidget *rows = makeSlotRows();
+    QFrame *pleaseWait = makePleaseWait();
+    QWidget *slotArea = stacked(rows, pleaseWait, this);
+    pleaseWait->setVisible(false);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->addWidget(slotArea);
+    layout->addLayout(makeButtons());
+    layout->setSizeConstraint(QLayout::SetFixedSize);
+
+    for (int i = 0; i < SlotCount; ++i)
+        applySlot(i, protocol().Slots()[static_cast<std::size_t>(i)]);
+
+    const QPointer<VellComms> self(this);
+    protocol().Progress = [self](const QString &label, int value) {
+        if (!self)
+            return;
+        self->m_label2->setText(label);
+        self->m_progressBar1->setValue(value);
+    };
+}
+
+QWidget *VellComms::makeSlotRows()
+{
+    // One row per port, each with its cover.
     auto *rows = new QWidget;
     rows->setObjectName(QStringLiteral("Slots"));
     auto *rowsLayout = new QVBoxLayout(rows);
@@ -62,7 +86,11 @@ VellComms::VellComms(const ConfigData &config, const Parts &parts, QWidget *pare
         rowsLayout->addWidget(row.row);
     }
     rowsLayout->addWidget(portProblems());
+    return rows;
+}
 
+QFrame *VellComms::makePleaseWait()
+{
     m_pleaseWait = new QFrame;
     m_pleaseWait->setObjectName(QStringLiteral("PleaseWait"));
     m_pleaseWait->setFrameShape(QFrame::StyledPanel);
@@ -87,9 +115,11 @@ VellComms::VellComms(const ConfigData &config, const Parts &parts, QWidget *pare
     waitLayout->addLayout(percentRow);
     waitLayout->addWidget(m_progressBar1);
     waitLayout->addStretch();
-    QWidget *slotArea = stacked(rows, m_pleaseWait, this);
-    m_pleaseWait->setVisible(false);
+    return m_pleaseWait;
+}
 
+QLayout *VellComms::makeButtons()
+{
     auto *command1 = button(QStringLiteral("Command1"), QStringLiteral("Search for Tavo"), this);
     m_programVell = button(QStringLiteral("ProgramVell"), QStringLiteral("Program Tavo"), this);
     m_programVell->setEnabled(false);
@@ -104,22 +134,7 @@ VellComms::VellComms(const ConfigData &config, const Parts &parts, QWidget *pare
     buttons->addWidget(m_programVell);
     buttons->addStretch();
     buttons->addWidget(command2);
-
-    auto *layout = new QVBoxLayout(this);
-    layout->addWidget(slotArea);
-    layout->addLayout(buttons);
-    layout->setSizeConstraint(QLayout::SetFixedSize);
-
-    for (int i = 0; i < SlotCount; ++i)
-        applySlot(i, protocol().Slots()[static_cast<std::size_t>(i)]);
-
-    const QPointer<VellComms> self(this);
-    protocol().Progress = [self](const QString &label, int value) {
-        if (!self)
-            return;
-        self->m_label2->setText(label);
-        self->m_progressBar1->setValue(value);
-    };
+    return buttons;
 }
 
 void VellComms::applySlot(int slot, const SearchSlot &state)

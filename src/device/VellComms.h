@@ -6,6 +6,7 @@
 
 class QFrame;
 class QLabel;
+class QLayout;
 class QLineEdit;
 class QProgressBar;
 class QPushButton;
@@ -35,6 +36,11 @@ protected:
     void applySlot(int slot, const SearchSlot &state) override;
 
 private:
+    // The parts of the window, top to bottom.
+    QWidget *makeSlotRows();
+    QFrame *makePleaseWait();
+    QLayout *makeButtons();
+
     void Command1_Click();
     void Option1_Click(int index);
     void ProgramVell_Click();

@@ -1,9 +1,9 @@
 #include "VellProtocol.h"
 
-#include "VellTypes.h"
 #include "Logging.h"
 #include "Prompter.h"
 #include "SerialLink.h"
+#include "VellTypes.h"
 #include "Waiter.h"
 
 #include <cmath>
@@ -11,12 +11,14 @@
 
 namespace {
 
-constexpr int ResetWaitMs = 200;
-constexpr int ByteGapMs = 10;
-constexpr int ProbeReplyWaitMs = 100;
-constexpr int RestartBootMs = 3000;
-constexpr int AckWaitMs = 500;
-constexpr int PortSettleMs = 100;
+using namespace std::chrono_literals;
+
+constexpr auto ResetWait = 200ms;
+constexpr auto ByteGap = 10ms;
+constexpr auto ProbeReplyWait = 100ms;
+constexpr auto RestartBoot = 3000ms;
+constexpr auto AckWait = 500ms;
+constexpr auto PortSettle = 100ms;
 constexpr int Passes = 3;
 
 constexpr char RestartCommand = 0x33;
@@ -117,11 +119,11 @@ void VellProtocol::discardInput()
     m_link.Input();
 }
 
-bool VellProtocol::wait(int ms, int enoughBytes)
+bool VellProtocol::wait(std::chrono::milliseconds duration, int enoughBytes)
 {
     if (enoughBytes <= 0)
-        return m_waiter.Wait(ms);
-    return m_waiter.Wait(ms, [this, enoughBytes] { return m_link.InBufferCount() >= enoughBytes; });
+        return m_waiter.Wait(duration);
+    return m_waiter.Wait(duration, [this, enoughBytes] { return m_link.InBufferCount() >= enoughBytes; });
 }
 
 void VellProtocol::showError(const QString &text, const QString &title)
@@ -147,7 +149,7 @@ bool VellProtocol::reset_line()
 {
     setSettings(ResetSetting());
     output(QByteArray(1, '\0'));
-    return wait(ResetWaitMs);
+    return wait(ResetWait);
 }
 
 std::int32_t VellProtocol::Find_vell(bool restart)
@@ -168,10 +170,10 @@ std::int32_t VellProtocol::Find_vell(bool restart)
                 if (i == probe.size() - 1)
                     discardInput();
                 output(probe.mid(i, 1));
-                if (!wait(ByteGapMs))
+                if (!wait(ByteGap))
                     return 0;
             }
-            if (!wait(ProbeReplyWaitMs, 5))
+            if (!wait(ProbeReplyWait, 5))
                 return 0;
 
             const int count = m_link.InBufferCount();
@@ -215,65 +217,73 @@ void VellProtocol::search_for_vell()
         changed(i);
     }
 
-    for (int port = 1; port <= SlotCount; ++port) {
-        const int i = port - 1;
-        SearchSlot &s = m_slots[static_cast<std::size_t>(i)];
-        s.portName = m_link.PortName(port);
-        s.portDescription = m_link.PortDescription(port);
-        s.found = 0;
-
-        // A port that is missing, busy or misbehaving is no message box:
-        // the slot shows nothing on it, and says why beside it.
-        try {
-            m_link.SetCommPort(port);
-        } catch (const std::exception &e) {
-            qCInfo(lcSerial) << "slot" << port << "cannot be chosen:" << e.what();
-        }
-        try {
-            if (!aborted())
-                m_link.SetPortOpen(true);
-        } catch (const std::exception &e) {
-            qCInfo(lcSerial) << "slot" << port << "cannot be opened:" << e.what();
-        }
-
-        s.openError.clear();
-        if (!m_link.PortOpen()) {
-            s.text = NothingFound();
-            s.optionEnabled = false;
-            s.textVisible = false;
-            // A slot without a port, or a port left alone because the user
-            // gave up, has no reason to show.
-            if (!aborted() && !s.portName.isEmpty())
-                s.openError = m_link.lastError();
-        } else {
-            std::int32_t v = 0;
-            try {
-                v = Find_vell(true);
-            } catch (const std::exception &e) {
-                qCInfo(lcSerial) << "search of" << s.portName << "abandoned:" << e.what();
-                v = 0;
-            }
-            s.found = v;
-            s.textVisible = true;
-            const bool serialTavo = (v & 255) == VellTypes::SerialTavoReply;
-            s.textEnabled = serialTavo;
-            s.optionEnabled = serialTavo;
-            s.text = UnitText(v);
-        }
-
-        if (m_link.PortOpen())
-            m_link.SetPortOpen(false);
-        s.covered = false;
-        changed(i);
-        if (SlotSearched)
-            SlotSearched(i, s);
-    }
+    for (int port = 1; port <= SlotCount; ++port)
+        searchSlot(port);
 
     for (int i = 0; i < SlotCount; ++i) {
         SearchSlot &s = m_slots[static_cast<std::size_t>(i)];
         s.optionVisible = s.textVisible;
         s.optionValue = false;
         changed(i);
+    }
+}
+
+void VellProtocol::searchSlot(int port)
+{
+    const int i = port - 1;
+    SearchSlot &s = m_slots[static_cast<std::size_t>(i)];
+    s.portName = m_link.PortName(port);
+    s.portDescription = m_link.PortDescription(port);
+    s.found = 0;
+
+    openSlotPort(port);
+    s.openError.clear();
+    if (!m_link.PortOpen()) {
+        s.text = NothingFound();
+        s.optionEnabled = false;
+        s.textVisible = false;
+        // A slot without a port, or a port left alone because the user
+        // gave up, has no reason to show.
+        if (!aborted() && !s.portName.isEmpty())
+            s.openError = m_link.lastError();
+    } else {
+        std::int32_t v = 0;
+        try {
+            v = Find_vell(true);
+        } catch (const std::exception &e) {
+            qCInfo(lcSerial) << "search of" << s.portName << "abandoned:" << e.what();
+            v = 0;
+        }
+        s.found = v;
+        s.textVisible = true;
+        const bool serialTavo = (v & 255) == VellTypes::SerialTavoReply;
+        s.textEnabled = serialTavo;
+        s.optionEnabled = serialTavo;
+        s.text = UnitText(v);
+    }
+
+    if (m_link.PortOpen())
+        m_link.SetPortOpen(false);
+    s.covered = false;
+    changed(i);
+    if (SlotSearched)
+        SlotSearched(i, s);
+}
+
+void VellProtocol::openSlotPort(int port)
+{
+    // A port that is missing, busy or misbehaving is no message box: the
+    // slot shows nothing on it, and says why beside it.
+    try {
+        m_link.SetCommPort(port);
+    } catch (const std::exception &e) {
+        qCInfo(lcSerial) << "slot" << port << "cannot be chosen:" << e.what();
+    }
+    try {
+        if (!aborted())
+            m_link.SetPortOpen(true);
+    } catch (const std::exception &e) {
+        qCInfo(lcSerial) << "slot" << port << "cannot be opened:" << e.what();
     }
 }
 
@@ -305,7 +315,7 @@ void VellProtocol::set_active_port()
             return;
         m_link.SetCommPort(i + 1);
         m_link.SetPortOpen(true);
-        wait(PortSettleMs);
+        wait(PortSettle);
     }
 }
 
@@ -335,7 +345,7 @@ bool VellProtocol::sendRestartCommand()
     discardInput();
     setSettings(CommandSetting());
     output(QByteArray(1, RestartCommand));
-    if (!wait(ByteGapMs))
+    if (!wait(ByteGap))
         return false;
     setSettings(DataSetting());
     output(QByteArray(1, '\xFF'));
@@ -344,7 +354,7 @@ bool VellProtocol::sendRestartCommand()
 
 bool VellProtocol::dumbRestart()
 {
-    return sendRestartCommand() && wait(RestartBootMs);
+    return sendRestartCommand() && wait(RestartBoot);
 }
 
 void VellProtocol::dumb_restart_unit()
@@ -357,7 +367,7 @@ bool VellProtocol::restart_unit()
     for (int attemptsLeft = Attempts - 1;; --attemptsLeft) {
         if (!sendRestartCommand())
             return false;
-        if (!wait(AckWaitMs, 2))
+        if (!wait(AckWait, 2))
             return false;
         if (m_link.InBufferCount() > 1) {
             const QByteArray b = m_link.Input();
@@ -388,11 +398,11 @@ bool VellProtocol::Configure_Vell(int length)
         for (int attemptsLeft = Attempts - 1;; --attemptsLeft) {
             setSettings(CommandSetting());
             output(QByteArray(1, DownloadCommand));
-            if (!wait(ByteGapMs))
+            if (!wait(ByteGap))
                 return false;
             setSettings(DataSetting());
             output(block);
-            if (!wait(AckWaitMs, 2))
+            if (!wait(AckWait, 2))
                 return false;
             // Nothing is flushed between attempts: a lone byte from one
             // attempt is still there to be read as the first byte of the

@@ -5,6 +5,7 @@
 #include <QStringList>
 
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 
@@ -149,8 +150,6 @@ public:
 
     void SetConfigImage(const ConfigImage &image) { m_image = image; }
     const ConfigImage &configImage() const { return m_image; }
-    // Blocks of the current (or last) download.
-    int BlockCount() const { return m_blockCount; }
 
     const std::array<SearchSlot, SlotCount> &Slots() const { return m_slots; }
     // Presses slot's option button: it alone is chosen.
@@ -168,8 +167,13 @@ public:
 
 private:
     bool aborted() const;
-    bool wait(int ms, int enoughBytes = 0);
+    bool wait(std::chrono::milliseconds duration, int enoughBytes = 0);
     bool dumbRestart();
+    // One port of search_for_vell: searched, its slot filled and reported.
+    void searchSlot(int port);
+    // Chooses and opens the port of a slot, quietly leaving it closed when
+    // it cannot be had.
+    void openSlotPort(int port);
     bool sendRestartCommand();
     void setSettings(const QString &settings);
     void output(const QByteArray &bytes);

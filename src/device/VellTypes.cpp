@@ -1,7 +1,8 @@
 #include "VellTypes.h"
 
-#include "NumericText.h"
 #include "KeyValueStore.h"
+#include "Logging.h"
+#include "NumericText.h"
 
 #include <stdexcept>
 
@@ -182,9 +183,10 @@ std::int16_t VellTypes::LoadVellType(KeyValueStore &store, const QString &name)
         row.BootName = *bootName;
         store.CloseKey(rowKey);
         return RowRead;
-    } catch (const std::exception &) {
+    } catch (const std::exception &e) {
         // A name beyond 16 bits or below 0 cannot be a row; the row is
         // skipped like any other damaged entry.
+        qCInfo(lcFile) << "device type" << name << "skipped:" << e.what();
         return RowFault;
     }
 }

@@ -5,16 +5,17 @@
 #include <QEventLoop>
 #include <QTimer>
 
+#include <algorithm>
+
 EventLoopWaiter::EventLoopWaiter(QObject *parent)
     : QObject(parent)
 {}
 
-bool EventLoopWaiter::Wait(int ms, const std::function<bool()> &enough)
+bool EventLoopWaiter::Wait(std::chrono::milliseconds duration, const std::function<bool()> &enough)
 {
     if (AbortRequested())
         return false;
-    ++m_waitCount;
-    m_requestedMs += ms;
+    m_requested += duration;
     if (enough && enough())
         return true;
 
@@ -46,13 +47,13 @@ bool EventLoopWaiter::Wait(int ms, const std::function<bool()> &enough)
                            &EventLoopWaiter::InputMayHaveArrived);
     }
 
-    timer.start(ms < 0 ? 0 : ms);
+    timer.start(std::max(duration, std::chrono::milliseconds(0)));
     loop.exec();
     disconnect(idle);
 
     m_loop = outerLoop;
     m_enough = outerEnough;
-    m_waitedMs += clock.elapsed();
+    m_waited += std::chrono::milliseconds(clock.elapsed());
     // An abort must end the outer wait too, not only the innermost one.
     if (AbortRequested() && m_loop)
         m_loop->quit();
@@ -76,11 +77,4 @@ void EventLoopWaiter::OnAbortRequested()
 {
     if (m_loop)
         m_loop->quit();
-}
-
-void EventLoopWaiter::resetTotals()
-{
-    m_requestedMs = 0;
-    m_waitedMs = 0;
-    m_waitCount = 0;
 }

@@ -21,7 +21,7 @@ class EventLoopWaiter : public QObject, public Waiter
 public:
     explicit EventLoopWaiter(QObject *parent = nullptr);
 
-    bool Wait(int ms, const std::function<bool()> &enough = {}) override;
+    bool Wait(std::chrono::milliseconds duration, const std::function<bool()> &enough = {}) override;
 
     // Ends the current wait early when `sender` emits `signal`, provided the
     // wait's condition holds by then.
@@ -33,10 +33,8 @@ public:
 
     // Totals over every wait so far, for measurements: what the protocol
     // asked for and what it actually spent waiting.
-    qint64 requestedMs() const { return m_requestedMs; }
-    qint64 waitedMs() const { return m_waitedMs; }
-    int waitCount() const { return m_waitCount; }
-    void resetTotals();
+    std::chrono::milliseconds requestedMs() const { return m_requested; }
+    std::chrono::milliseconds waitedMs() const { return m_waited; }
 
 public slots:
     void InputMayHaveArrived();
@@ -48,7 +46,6 @@ private:
     QEventLoop *m_loop = nullptr;
     const std::function<bool()> *m_enough = nullptr;
     bool m_checking = false;
-    qint64 m_requestedMs = 0;
-    qint64 m_waitedMs = 0;
-    int m_waitCount = 0;
+    std::chrono::milliseconds m_requested{0};
+    std::chrono::milliseconds m_waited{0};
 };

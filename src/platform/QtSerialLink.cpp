@@ -146,6 +146,12 @@ void QtSerialLink::Output(const QByteArray &bytes)
         throw SerialLinkError(m_port.errorString().toStdString());
     // Hand the bytes to the driver now: the protocol changes the line
     // setting soon after a write, and the byte must leave at the old one.
+    // That is all it takes: every change of setting (and the closing,
+    // which puts the old one back) comes after a wait of the protocol's
+    // own that is several times what the bytes need on the line (10 ms
+    // after a one-byte command, the answer after a block, the drain after
+    // a test string), so no tcdrain() is needed, which could also hold the
+    // window up on an adapter that stalls.
     m_port.flush();
 }
 

@@ -24,7 +24,6 @@ public:
     explicit QtSerialLink(PortSlots ports = PortSlots::fromEnvironment(), QObject *parent = nullptr);
     ~QtSerialLink() override;
 
-    const PortSlots &portSlots() const { return m_slots; }
     void setPortSlots(const PortSlots &ports) { m_slots = ports; }
 
     void SetCommPort(int port) override;

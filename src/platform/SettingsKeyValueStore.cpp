@@ -58,6 +58,21 @@ bool isHexDigit(QChar c)
            || (c >= QLatin1Char('A') && c <= QLatin1Char('F'));
 }
 
+// A key the way QSettings keeps it: without empty parts, so without
+// leading, trailing or doubled slashes.
+QString normalizedKey(const QString &key)
+{
+    const QLatin1Char slash('/');
+    if (!key.startsWith(slash) && !key.endsWith(slash) && !key.contains(QLatin1String("//")))
+        return key;
+    return key.split(slash, Qt::SkipEmptyParts).join(slash);
+}
+
+QString keyIn(const QString &group, const QString &name)
+{
+    return normalizedKey(group.isEmpty() ? name : group + QLatin1Char('/') + name);
+}
+
 // An INI value: only our own two prefixed forms count.
 KeyValueStore::Value decodePrefixed(const QVariant &raw, int bufferSize)
 {
@@ -101,6 +116,17 @@ std::unique_ptr<SettingsKeyValueStore> SettingsKeyValueStore::openIniFile(const 
         std::make_unique<QSettings>(fileName, QSettings::IniFormat), false);
 }
 
+std::unique_ptr<SettingsKeyValueStore> SettingsKeyValueStore::inMemory(const Values &values)
+{
+    auto store = std::make_unique<SettingsKeyValueStore>(nullptr, false);
+    for (auto it = values.begin(); it != values.end(); ++it) {
+        const QString key = normalizedKey(it.key());
+        if (!key.isEmpty())
+            store->m_memory.insert(key, it.value());
+    }
+    return store;
+}
+
 std::unique_ptr<SettingsKeyValueStore> SettingsKeyValueStore::openDefault()
 {
     const QString override = qEnvironmentVariable("TAVO_TYPES_STORE");
@@ -133,12 +159,63 @@ SettingsKeyValueStore::SettingsKeyValueStore(std::unique_ptr<QSettings> settings
 
 SettingsKeyValueStore::~SettingsKeyValueStore()
 {
-    m_settings->sync();
+    if (m_settings)
+        m_settings->sync();
 }
 
-QString SettingsKeyValueStore::fileName() const
+bool SettingsKeyValueStore::hasKeysUnder(const QString &group) const
 {
-    return m_settings->fileName();
+    if (m_settings) {
+        m_settings->beginGroup(group);
+        const bool any = !m_settings->allKeys().isEmpty();
+        m_settings->endGroup();
+        return any;
+    }
+    const QString prefix = normalizedKey(group);
+    if (prefix.isEmpty())
+        return !m_memory.isEmpty();
+    const auto next = m_memory.lowerBound(prefix + QLatin1Char('/'));
+    return next != m_memory.end() && next.key().startsWith(prefix + QLatin1Char('/'));
+}
+
+QStringList SettingsKeyValueStore::childGroups(const QString &group) const
+{
+    if (m_settings) {
+        m_settings->beginGroup(group);
+        const QStringList names = m_settings->childGroups();
+        m_settings->endGroup();
+        return names;
+    }
+    QString prefix = normalizedKey(group);
+    if (!prefix.isEmpty())
+        prefix += QLatin1Char('/');
+    // Keys with the same first part lie next to each other in the map.
+    QStringList names;
+    for (auto it = m_memory.lowerBound(prefix); it != m_memory.end() && it.key().startsWith(prefix); ++it) {
+        const QStringView rest = QStringView(it.key()).mid(prefix.size());
+        const qsizetype slash = rest.indexOf(QLatin1Char('/'));
+        if (slash > 0 && (names.isEmpty() || names.constLast() != rest.left(slash)))
+            names.append(rest.left(slash).toString());
+    }
+    return names;
+}
+
+std::optional<QVariant> SettingsKeyValueStore::rawValue(const QString &group, const QString &name) const
+{
+    if (m_settings) {
+        m_settings->beginGroup(group);
+        const bool present = m_settings->contains(name);
+        const QVariant raw = present ? m_settings->value(name) : QVariant();
+        m_settings->endGroup();
+        return present ? std::optional(raw) : std::nullopt;
+    }
+    const auto it = m_memory.constFind(keyIn(group, name));
+    return it == m_memory.cend() ? std::nullopt : std::optional(it.value());
+}
+
+bool SettingsKeyValueStore::writable() const
+{
+    return !m_settings || m_settings->isWritable();
 }
 
 std::optional<QString> SettingsKeyValueStore::group(const QString &path) const
@@ -157,12 +234,7 @@ std::optional<QString> SettingsKeyValueStore::group(const QString &path) const
 bool SettingsKeyValueStore::OpenKey(const QString &path)
 {
     const auto g = group(path);
-    if (!g)
-        return false;
-    m_settings->beginGroup(*g);
-    const bool exists = !m_settings->allKeys().isEmpty();
-    m_settings->endGroup();
-    return exists;
+    return g && hasKeysUnder(*g);
 }
 
 std::optional<QString> SettingsKeyValueStore::EnumKey(const QString &path, int index)
@@ -170,14 +242,16 @@ std::optional<QString> SettingsKeyValueStore::EnumKey(const QString &path, int i
     const auto g = group(path);
     if (!g || index < 0)
         return std::nullopt;
-    m_settings->beginGroup(*g);
-    QStringList names = m_settings->childGroups();
-    m_settings->endGroup();
-    // The registry lists subkeys by name, ignoring letter case; keep that
-    // order so that which of two rows with the same index wins is the same
-    // everywhere.
-    std::sort(names.begin(), names.end(),
-              [](const QString &a, const QString &b) { return a.compare(b, Qt::CaseInsensitive) < 0; });
+    if (!m_listed || m_listed->first != *g) {
+        QStringList names = childGroups(*g);
+        // The registry lists subkeys by name, ignoring letter case; keep
+        // that order so that which of two rows with the same index wins is
+        // the same everywhere.
+        std::sort(names.begin(), names.end(),
+                  [](const QString &a, const QString &b) { return a.compare(b, Qt::CaseInsensitive) < 0; });
+        m_listed.emplace(*g, std::move(names));
+    }
+    const QStringList &names = m_listed->second;
     if (index >= names.size())
         return std::nullopt;
     return names.at(index);
@@ -189,26 +263,28 @@ KeyValueStore::Value SettingsKeyValueStore::QueryValue(const QString &path, cons
     const auto g = group(path);
     if (!g || name.isEmpty())
         return {};
-    m_settings->beginGroup(*g);
-    const bool present = m_settings->contains(name);
-    const QVariant raw = present ? m_settings->value(name) : QVariant();
-    m_settings->endGroup();
-    if (!present)
+    const std::optional<QVariant> raw = rawValue(*g, name);
+    if (!raw)
         return {};
-    return m_typedValues ? decodeTyped(raw, bufferSize) : decodePrefixed(raw, bufferSize);
+    return m_typedValues ? decodeTyped(*raw, bufferSize) : decodePrefixed(*raw, bufferSize);
 }
 
 bool SettingsKeyValueStore::CreateKey(const QString &path)
 {
     // QSettings makes groups as values are put into them.
-    return group(path).has_value() && m_settings->isWritable();
+    return group(path).has_value() && writable();
 }
 
 bool SettingsKeyValueStore::setRaw(const QString &path, const QString &name, const QVariant &value)
 {
     const auto g = group(path);
-    if (!g || name.isEmpty() || !m_settings->isWritable())
+    if (!g || name.isEmpty() || !writable())
         return false;
+    m_listed.reset();
+    if (!m_settings) {
+        m_memory.insert(keyIn(*g, name), value);
+        return true;
+    }
     m_settings->beginGroup(*g);
     m_settings->setValue(name, value);
     m_settings->endGroup();
@@ -231,5 +307,9 @@ bool SettingsKeyValueStore::SetText(const QString &path, const QString &name, co
 void SettingsKeyValueStore::CloseKey(const QString &path)
 {
     Q_UNUSED(path);
-    m_settings->sync();
+    // Writing out reads the file again, with whatever others put there.
+    if (m_settings) {
+        m_settings->sync();
+        m_listed.reset();
+    }
 }

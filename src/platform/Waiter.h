@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 
 // The waits of the serial protocol: "wait up to N ms, or until enough bytes
@@ -13,10 +14,10 @@ class Waiter
 public:
     virtual ~Waiter() = default;
 
-    // Returns after `ms` milliseconds, or as soon as `enough` (checked at the
-    // start and whenever input may have arrived) returns true, or at once
-    // when an abort has been requested. Returns false only when aborted.
-    virtual bool Wait(int ms, const std::function<bool()> &enough = {}) = 0;
+    // Returns after `duration`, or as soon as `enough` (checked at the start
+    // and whenever input may have arrived) returns true, or at once when an
+    // abort has been requested. Returns false only when aborted.
+    virtual bool Wait(std::chrono::milliseconds duration, const std::function<bool()> &enough = {}) = 0;
 
     // The form-level abort flag: once set, every wait returns at once. It
     // is usually set from a slot that runs inside a wait (the dialog being

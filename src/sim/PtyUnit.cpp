@@ -3,6 +3,9 @@
 #include <QSocketNotifier>
 #include <QTimer>
 
+#include <utility>
+#include <vector>
+
 #ifdef Q_OS_UNIX
 #include <cerrno>
 #include <fcntl.h>
@@ -48,6 +51,22 @@ int speedOf(const termios &t, int fd)
     }
 }
 #endif
+
+// What the host sent `bytes` at, read at `settings` (see PtyUnit::feed()).
+// A command byte read together with all of the rest of its command, at
+// the data setting (which a pseudo-terminal cannot tell from no parity),
+// came at the command setting before the host switched.
+std::vector<std::pair<QByteArray, LineSettings>> sentAt(const QByteArray &bytes, const LineSettings &settings,
+                                                        bool awaitingCommandData)
+{
+    const LineSettings data = UnitSimulator::DataSetting;
+    const bool dataLine =
+        settings.baud == data.baud && settings.dataBits == data.dataBits && settings.stopBits == data.stopBits
+        && (settings.parity == data.parity || settings.parity == LineSettings::Parity::None);
+    if (dataLine && !awaitingCommandData && UnitSimulator::isWholeCommand(bytes))
+        return {{bytes.left(1), UnitSimulator::CommandSetting}, {bytes.mid(1), data}};
+    return {{bytes, settings}};
+}
 
 } // namespace
 
@@ -185,18 +204,7 @@ void PtyUnit::readAvailable()
     for (;;) {
         const ssize_t n = ::read(m_master, buffer, sizeof buffer);
         if (n > 0) {
-            const QByteArray bytes(buffer, static_cast<qsizetype>(n));
-            // The host changes its setting only after its bytes are out, so
-            // what is set now is what these bytes were sent at.
-            const QString settingsText = currentSettings();
-            emit BytesReceived(bytes, settingsText);
-            const auto settings = LineSettings::parse(settingsText);
-            if (settings) {
-                for (const UnitSimulator::Reply &reply : m_unit->feed(bytes, *settings, m_clock.elapsed())) {
-                    QTimer::singleShot(reply.delayMs, Qt::PreciseTimer, this, [this, reply] { send(reply); });
-                }
-            }
-            scheduleDeadline();
+            feed(QByteArray(buffer, static_cast<qsizetype>(n)));
             continue;
         }
         if (n < 0 && errno == EINTR)
@@ -253,6 +261,37 @@ void PtyUnit::send(const UnitSimulator::Reply &reply)
 }
 
 #endif
+
+void PtyUnit::feed(const QByteArray &bytes)
+{
+    // A pseudo-terminal keeps no line setting with its bytes: all the unit
+    // can learn is the setting the host's end has now. A host changes it
+    // only after waiting for its bytes to leave, and on a pseudo-terminal
+    // that wait cannot be for us (tcdrain() returns at once), so the unit
+    // must read before the wait is over.
+    //
+    // In the host's own thread (the tests, the editor's simulated unit)
+    // it always does: the kernel makes written bytes readable at once, and
+    // the event loop serves this notifier before the timer of the host's
+    // wait, even when both are due. In a process of its own (tavo sim) on
+    // a busy machine it may not get to run in time. Then it finds a command
+    // byte and the rest of the command together, after the host's switch
+    // to the data setting: sentAt() reads that as the command it is. What
+    // it cannot mend is a test string read only after the host closed its
+    // port, which puts back the setting the port had before.
+    const QString settingsText = currentSettings();
+    const auto settings = LineSettings::parse(settingsText);
+    if (!settings)
+        emit BytesReceived(bytes, settingsText);
+    const auto parts = settings ? sentAt(bytes, *settings, m_unit->awaitingCommandData())
+                                : std::vector<std::pair<QByteArray, LineSettings>>{};
+    for (const auto &[part, partSettings] : parts) {
+        emit BytesReceived(part, partSettings.toString());
+        for (const UnitSimulator::Reply &reply : m_unit->feed(part, partSettings, m_clock.elapsed()))
+            QTimer::singleShot(reply.delayMs, Qt::PreciseTimer, this, [this, reply] { send(reply); });
+    }
+    scheduleDeadline();
+}
 
 void PtyUnit::vanish()
 {

@@ -16,8 +16,9 @@ class QTimer;
 // hardware: start() creates the terminal pair, and any serial program
 // (this one with --ports, a terminal emulator) opens slavePath() as its
 // port. Every byte the host writes is fed to the UnitSimulator with the
-// line setting the host has put on its end at the moment the byte comes
-// in; the answers are written back after their delay.
+// line setting the host has put on its end when the unit reads the byte
+// (see feed() for what that means); the answers are written back after
+// their delay.
 //
 // Runs in the thread's event loop. Unix only: on Windows start() fails
 // with an explanation.
@@ -54,6 +55,7 @@ signals:
 
 private:
     void readAvailable();
+    void feed(const QByteArray &bytes);
     void send(const UnitSimulator::Reply &reply);
     void scheduleDeadline();
 

@@ -34,11 +34,6 @@ void SimulatedLink::SetPortKind(int number, PortKind kind)
         p.unit.reset();
 }
 
-SimulatedLink::PortKind SimulatedLink::portKind(int number) const
-{
-    return port(number).kind;
-}
-
 UnitSimulator &SimulatedLink::AttachUnit(int number, const UnitConfig &config)
 {
     Port &p = port(number);

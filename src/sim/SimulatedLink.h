@@ -40,7 +40,6 @@ public:
     ~SimulatedLink() override;
 
     void SetPortKind(int port, PortKind kind);
-    PortKind portKind(int port) const;
     // Attaches a unit to the port (replacing any other) and returns it.
     UnitSimulator &AttachUnit(int port, const UnitConfig &config = {});
     UnitSimulator *unit(int port);

@@ -17,12 +17,6 @@ constexpr int CodeStride = 15;
 constexpr int MaxCodeLength = 14;
 constexpr int Outputs = 8;
 
-constexpr std::uint8_t RestartCommand = 0x33;
-constexpr std::uint8_t BlockCommand = 0x11;
-constexpr int BlockLength = 11;
-
-const LineSettings CommandSetting{9600, LineSettings::Parity::Odd, 8, 1};
-const LineSettings DataSetting{9600, LineSettings::Parity::Even, 8, 1};
 const LineSettings TestSetting{9600, LineSettings::Parity::None, 8, 1};
 
 const QByteArray Probe("\xFFSETVEL", 7);
@@ -63,6 +57,21 @@ LineSettings UnitSimulator::configuredSettings(const Image &image)
     else if (image[ParityCode] == 2)
         s.parity = LineSettings::Parity::Even;
     return s;
+}
+
+bool UnitSimulator::isWholeCommand(const QByteArray &bytes)
+{
+    if (bytes.isEmpty())
+        return false;
+    const auto first = static_cast<std::uint8_t>(bytes.front());
+    if (first == RestartCommand)
+        return bytes.size() == 2 && static_cast<std::uint8_t>(bytes.back()) == 0xFF;
+    if (first != BlockCommand || bytes.size() != 1 + BlockLength)
+        return false;
+    int sum = 0;
+    for (qsizetype i = 1; i < bytes.size(); ++i)
+        sum += static_cast<std::uint8_t>(bytes.at(i));
+    return (sum & 0xFF) == 0xFF;
 }
 
 UnitSimulator::UnitSimulator()

@@ -115,6 +115,12 @@ public:
     static constexpr int BitGapMs = 20;
     static constexpr std::uint8_t Ack = 0xF0;
     static constexpr std::uint8_t Nak = 0x0F;
+    // A command: its byte at CommandSetting, then the rest at DataSetting.
+    static constexpr std::uint8_t RestartCommand = 0x33;
+    static constexpr std::uint8_t BlockCommand = 0x11;
+    static constexpr int BlockLength = 11;
+    static constexpr LineSettings CommandSetting{9600, LineSettings::Parity::Odd, 8, 1};
+    static constexpr LineSettings DataSetting{9600, LineSettings::Parity::Even, 8, 1};
     using Image = std::array<std::uint8_t, ImageSize>;
 
     using AckFault = UnitAckFault;
@@ -131,6 +137,10 @@ public:
 
     // The setting an image tells the unit to listen for its codes at.
     static LineSettings configuredSettings(const Image &image);
+    // `bytes` are one whole command: the command byte and all of the rest
+    // (FF after a restart; after a block command, eleven bytes with a good
+    // check byte).
+    static bool isWholeCommand(const QByteArray &bytes);
 
     UnitSimulator();
     explicit UnitSimulator(Config config);
@@ -149,11 +159,8 @@ public:
     std::uint8_t outputs() const { return m_outputs; }
     // The configuration in force.
     const Image &image() const { return m_image; }
-    // Blocks received since the last complete download (bit k: block k).
-    std::uint32_t blocksReceived() const { return m_blocksReceived; }
     int imagesReceived() const { return m_imagesReceived; }
     int restarts() const { return m_restarts; }
-    bool vanished() const { return m_vanished; }
     // A command byte has come and its data is expected next.
     bool awaitingCommandData() const { return m_command != Command::None; }
 

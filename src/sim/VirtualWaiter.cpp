@@ -1,12 +1,14 @@
 #include "VirtualWaiter.h"
 
-bool VirtualWaiter::Wait(int ms, const std::function<bool()> &enough)
+#include <algorithm>
+
+bool VirtualWaiter::Wait(std::chrono::milliseconds duration, const std::function<bool()> &enough)
 {
     Record record;
     record.startMs = m_clock.now();
-    record.requestedMs = ms;
+    record.requestedMs = duration;
     const auto finish = [&](bool early, bool aborted) {
-        record.elapsedMs = m_clock.now() - record.startMs;
+        record.elapsedMs = std::chrono::milliseconds(m_clock.now() - record.startMs);
         record.endedEarly = early;
         record.aborted = aborted;
         m_waits.push_back(record);
@@ -15,7 +17,7 @@ bool VirtualWaiter::Wait(int ms, const std::function<bool()> &enough)
 
     if (AbortRequested())
         return finish(false, true);
-    const qint64 deadline = record.startMs + (ms < 0 ? 0 : ms);
+    const qint64 deadline = record.startMs + std::max<qint64>(duration.count(), 0);
     for (;;) {
         if (enough && enough())
             return finish(true, false);
@@ -30,12 +32,4 @@ bool VirtualWaiter::Wait(int ms, const std::function<bool()> &enough)
         if (AbortRequested())
             return finish(false, true);
     }
-}
-
-qint64 VirtualWaiter::requestedMs() const
-{
-    qint64 total = 0;
-    for (const Record &r : m_waits)
-        total += r.requestedMs;
-    return total;
 }

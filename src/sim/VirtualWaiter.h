@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Waiter.h"
 #include "VirtualClock.h"
+#include "Waiter.h"
 
 #include <vector>
 
@@ -13,9 +13,9 @@ class VirtualWaiter : public Waiter
 {
 public:
     struct Record {
-        qint64 startMs = 0;
-        int requestedMs = 0;
-        qint64 elapsedMs = 0;
+        qint64 startMs = 0; // a reading of the clock
+        std::chrono::milliseconds requestedMs{0};
+        std::chrono::milliseconds elapsedMs{0};
         // The wait ended because its condition held (possibly right at
         // the deadline), not because the time ran out.
         bool endedEarly = false;
@@ -26,7 +26,7 @@ public:
         : m_clock(clock)
     {}
 
-    bool Wait(int ms, const std::function<bool()> &enough = {}) override;
+    bool Wait(std::chrono::milliseconds duration, const std::function<bool()> &enough = {}) override;
 
     // Runs `action` at virtual time `atMs`, inside whatever wait is in
     // progress then, the way a click or a closed window arrives while the
@@ -36,8 +36,6 @@ public:
     VirtualClock &clock() { return m_clock; }
     const std::vector<Record> &waits() const { return m_waits; }
     void clearWaits() { m_waits.clear(); }
-    // Sum of what the waits asked for.
-    qint64 requestedMs() const;
 
 private:
     VirtualClock &m_clock;

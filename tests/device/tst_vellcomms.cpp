@@ -1,7 +1,7 @@
-#include "DialogBench.h"
 #include "DeviceUnitServices.h"
-#include "VellComms.h"
+#include "DialogBench.h"
 #include "SettingsKeyValueStore.h"
+#include "VellComms.h"
 
 #include <QLabel>
 #include <QLineEdit>
@@ -11,6 +11,7 @@
 #include <QTemporaryDir>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -216,7 +217,7 @@ private slots:
         QCOMPARE(question.defaultAnswer, Prompter::Answer::No);
         // The opened port settles for 100 ms; the search before the download
         // restarts nothing, so the only restart is the one after it.
-        QCOMPARE(p.waiter.waits().front().requestedMs, 100);
+        QCOMPARE(p.waiter.waits().front().requestedMs, 100ms);
         QCOMPARE(p.writesOf("3", u"9600,o,8,1"_s), 1);
     }
 

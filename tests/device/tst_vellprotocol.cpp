@@ -4,6 +4,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -136,7 +137,7 @@ private slots:
         QCOMPARE(rig.writesOf("3", Odd), restarts);
         QCOMPARE(rig.writesOf("\xFF", Even), restarts);
         // Five bytes end the 100 ms wait after the probe early, four do not.
-        QCOMPARE(rig.waiter.waits().at(8).requestedMs, 100);
+        QCOMPARE(rig.waiter.waits().at(8).requestedMs, 100ms);
         QCOMPARE(rig.waiter.waits().at(8).endedEarly, !(prefix + suffix).isEmpty());
         // A restart without an answer waits 3 s for the unit to boot.
         if (!found && prefix.isEmpty() && suffix.isEmpty())
@@ -221,7 +222,7 @@ private slots:
             QCOMPARE(shown.icon, Prompter::Icon::Exclamation);
         // Every attempt: 10 ms between command and data, then up to 500 ms.
         for (std::size_t i = 0; i < rig.waiter.waits().size(); ++i)
-            QCOMPARE(rig.waiter.waits()[i].requestedMs, i % 2 ? 500 : 10);
+            QCOMPARE(rig.waiter.waits()[i].requestedMs, i % 2 ? 500ms : 10ms);
     }
 
     // The command line's guard: after the search, a unit of another type

@@ -1,16 +1,17 @@
-#include "device/LineBench.h"
-#include "VellProtocol.h"
 #include "ConfigImage.h"
 #include "EventLoopWaiter.h"
+#include "PtyUnit.h"
 #include "QtSerialLink.h"
 #include "ScriptedPrompter.h"
-#include "PtyUnit.h"
+#include "VellProtocol.h"
+#include "device/LineBench.h"
 
 #include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -70,7 +71,8 @@ private slots:
         QCOMPARE(host.protocol.program_unit(), VellProtocol::ProgramResult::Finished);
         qInfo("programming run (search, 32 blocks, restart): %lld ms (%lld ms of it in waits, %lld ms asked "
               "for)",
-              clock.elapsed(), host.waiter.waitedMs(), host.waiter.requestedMs());
+              clock.elapsed(), qint64(host.waiter.waitedMs().count()),
+              qint64(host.waiter.requestedMs().count()));
         QCOMPARE(host.prompter.shown().size(), 1);
         QCOMPARE(host.prompter.shown().front().title, u"All sent ok"_s);
         QVERIFY(unit.unit().image() == config.ConfigImage);
@@ -79,8 +81,40 @@ private slots:
         QSignalSpy outputs(&unit, &PtyUnit::OutputsChanged);
         host.link.SetSettings(u"19200,e,8,1"_s);
         host.link.Output("ON1");
-        host.waiter.Wait(2000, [&] { return !outputs.isEmpty(); });
+        host.waiter.Wait(2s, [&] { return !outputs.isEmpty(); });
         QCOMPARE(unit.unit().outputs(), 0x01);
+    }
+
+    // A unit in a process of its own may get to a command byte only after
+    // the host has switched to the data setting, 10 ms after writing it.
+    // Here the host writes both parts before the unit reads at all: the
+    // unit must still take the command, and no test string.
+    void commandReadAfterTheSwitchToData_data()
+    {
+        QTest::addColumn<QByteArray>("command"); // the command byte, then the rest
+        QTest::newRow("restart") << QByteArray("\x33\xFF", 2);
+        QTest::newRow("block") << QByteArray(1, '\x11') + VellProtocol::DownloadBlock({}, 3);
+    }
+
+    void commandReadAfterTheSwitchToData()
+    {
+        QFETCH(QByteArray, command);
+        PtyUnit unit;
+        QString error;
+        if (!unit.start(&error))
+            QSKIP(qPrintable(u"no pseudo-terminal: "_s + error));
+        Host host(unit.slavePath());
+        host.link.SetCommPort(1);
+        host.link.SetPortOpen(true);
+        QSignalSpy outputs(&unit, &PtyUnit::OutputsChanged);
+
+        host.link.SetSettings(VellProtocol::CommandSetting());
+        host.link.Output(command.left(1));
+        host.link.SetSettings(VellProtocol::DataSetting());
+        host.link.Output(command.mid(1));
+        QVERIFY(host.waiter.Wait(2s, [&] { return host.link.InBufferCount() >= 2; }));
+        QCOMPARE(host.link.Input().left(1), QByteArray(1, char(VellProtocol::Acknowledge)));
+        QVERIFY(outputs.isEmpty());
     }
 
     void searchOfASilentPort()
@@ -101,7 +135,8 @@ private slots:
         clock.start();
         host.protocol.search_for_vell();
         qInfo("search of a port where nothing answers: %lld ms (%lld ms of it in waits, %lld ms asked for)",
-              clock.elapsed(), host.waiter.waitedMs(), host.waiter.requestedMs());
+              clock.elapsed(), qint64(host.waiter.waitedMs().count()),
+              qint64(host.waiter.requestedMs().count()));
         QCOMPARE(host.protocol.Slots()[0].text, u"--------------"_s);
         // The unit saw every setting of the search on the line, the rates
         // without a standard constant included, and only one pass.

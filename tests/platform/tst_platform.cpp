@@ -23,6 +23,7 @@
 #endif
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -168,13 +169,26 @@ private slots:
         QCOMPARE(cut.text.size(), 255);
     }
 
+    void subkeysAreListedByNameIgnoringCase_data()
+    {
+        QTest::addColumn<bool>("inMemory");
+        QTest::newRow("INI file") << false;
+        QTest::newRow("in memory") << true;
+    }
+
     void subkeysAreListedByNameIgnoringCase()
     {
+        QFETCH(bool, inMemory);
         QTemporaryDir dir;
         const QString file = dir.filePath(QStringLiteral("types.ini"));
         writeFile(file, "[Types]\n10\\Type=dword:00000001\nB\\Type=dword:00000001\n2\\Type=dword:00000001\n"
-                        "a\\Type=dword:00000001\n0\\Type=dword:00000001\n");
-        auto store = SettingsKeyValueStore::openIniFile(file);
+                        "a\\Type=dword:00000001\n0\\Type=dword:00000001\n10\\Name=dword:00000001\n");
+        // The same values, as QSettings reads them from that file.
+        SettingsKeyValueStore::Values values;
+        for (const char *key : {"10/Type", "B/Type", "2/Type", "a/Type", "0/Type", "10/Name"})
+            values.insert(u"Types/"_s + QLatin1String(key), u"dword:00000001"_s);
+        auto store =
+            inMemory ? SettingsKeyValueStore::inMemory(values) : SettingsKeyValueStore::openIniFile(file);
         QStringList names;
         for (int i = 0;; ++i) {
             const auto name = store->EnumKey(Types, i);
@@ -184,6 +198,10 @@ private slots:
         }
         QCOMPARE(names, QStringList({u"0"_s, u"10"_s, u"2"_s, u"a"_s, u"B"_s}));
         QVERIFY(!store->EnumKey(Types, -1));
+        // A subkey written since is listed too.
+        QVERIFY(store->SetNumber(Types + u"\\1"_s, u"Type"_s, 1));
+        QCOMPARE(store->EnumKey(Types, 1), u"1"_s);
+        QCOMPARE(store->EnumKey(Types, 5), u"B"_s);
     }
 
     // Every wait here would last a minute; what ends it decides the result.
@@ -213,20 +231,20 @@ private slots:
                 waiter.RequestAbort();
             } else {
                 QTimer::singleShot(0, &waiter, [&] { waiter.RequestAbort(); });
-                inner = waiter.Wait(60000);
+                inner = waiter.Wait(60s);
             }
         });
         QElapsedTimer clock;
         clock.start();
-        QCOMPARE(waiter.Wait(60000, [&] { return arrived; }), result);
+        QCOMPARE(waiter.Wait(60s, [&] { return arrived; }), result);
         QVERIFY(clock.elapsed() < 60000);
         QCOMPARE(inner, how != 2);
         if (result)
             return;
         // Once set, the flag stops every later wait before it starts.
-        QVERIFY(!waiter.Wait(60000, [] { return true; }));
+        QVERIFY(!waiter.Wait(60s, [] { return true; }));
         waiter.ClearAbort();
-        QVERIFY(waiter.Wait(60000, [] { return true; }));
+        QVERIFY(waiter.Wait(60s, [] { return true; }));
     }
 
     // A port another program holds, and one the user may not open: each

@@ -1,10 +1,10 @@
 // A unit that floods the line with garbage, in virtual time: the search
 // must give up on it within its passes, and a download or restart it
 // garbles must end with the message for it.
-#include "VellProtocol.h"
-#include "VellTypes.h"
 #include "ScriptedPrompter.h"
 #include "SimulatedLink.h"
+#include "VellProtocol.h"
+#include "VellTypes.h"
 #include "VirtualWaiter.h"
 
 #include <QTest>
@@ -200,7 +200,7 @@ private slots:
         // Each attempt ends as soon as two bytes are in, so garbage makes a
         // failure quick rather than slow.
         for (const auto &w : rig.waiter.waits())
-            QVERIFY(w.elapsedMs <= 200);
+            QVERIFY(w.elapsedMs <= std::chrono::milliseconds(200));
     }
 };
 

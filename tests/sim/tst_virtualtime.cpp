@@ -5,6 +5,7 @@
 #include <QTest>
 
 using namespace Qt::StringLiterals;
+using namespace std::chrono_literals;
 
 class TestVirtualTime : public QObject
 {
@@ -62,10 +63,10 @@ private slots:
             waiter.At(1000 + arrivalMs, [&] { arrived = true; });
         if (abortMs >= 0)
             waiter.At(1000 + abortMs, [&] { waiter.RequestAbort(); });
-        QCOMPARE(waiter.Wait(500, [&] { return arrived; }), result);
+        QCOMPARE(waiter.Wait(500ms, [&] { return arrived; }), result);
         const auto &w = waiter.waits().front();
         QCOMPARE(w.startMs, 1000);
-        QCOMPARE(w.elapsedMs, elapsed);
+        QCOMPARE(w.elapsedMs.count(), elapsed);
         QCOMPARE(w.endedEarly, early);
         QCOMPARE(w.aborted, !result);
         QCOMPARE(clock.now(), 1000 + elapsed);
