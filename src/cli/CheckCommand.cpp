@@ -22,12 +22,14 @@ std::vector<tavo::ConfigFinding> findingsOf(const QString &path, const QByteArra
 {
     std::vector<tavo::ConfigFinding> findings;
     for (const tavo::ConfigDamage &d : tavo::findConfigDamage(bytes))
-        findings.push_back({tavo::ConfigFinding::Severity::Error, QStringLiteral("damaged"), d.line, {}, d.what, {}});
+        findings.push_back(
+            {tavo::ConfigFinding::Severity::Error, QStringLiteral("damaged"), d.line, {}, d.what, {}});
     // What could be read is checked too, as the editor would load it.
     for (tavo::ConfigFinding &f : tavo::checkConfig(readAsTheEditorDoes(path)))
         findings.push_back(std::move(f));
-    std::stable_sort(findings.begin(), findings.end(),
-                     [](const tavo::ConfigFinding &a, const tavo::ConfigFinding &b) { return a.line < b.line; });
+    std::stable_sort(
+        findings.begin(), findings.end(),
+        [](const tavo::ConfigFinding &a, const tavo::ConfigFinding &b) { return a.line < b.line; });
     return findings;
 }
 
@@ -61,9 +63,9 @@ int runCheck(const QStringList &args)
                        "the longer one switches both (inside); an On/Off output with only one of its codes "
                        "(no-off-code, no-on-code). A summary goes to the standard error."));
     cmd->addPositionalArgument(QStringLiteral("FILE.OTS"), QStringLiteral("Configuration file."));
-    const QCommandLineOption asJson(QStringLiteral("json"),
-                                    QStringLiteral("Print a JSON array of findings (severity, kind, line, codes, "
-                                                   "message) instead."));
+    const QCommandLineOption asJson(
+        QStringLiteral("json"), QStringLiteral("Print a JSON array of findings (severity, kind, line, codes, "
+                                               "message) instead."));
     cmd->addOption(asJson);
     cmd.setExitCodes({ExitOk, ExitFailed, ExitUsage});
     if (const auto stop = cmd.parse(args, 1))

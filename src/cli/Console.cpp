@@ -125,6 +125,19 @@ void CommandParser::addReadingOption()
                        "stops the command.")));
 }
 
+void CommandParser::addForceOption()
+{
+    m_parser.addOption(QCommandLineOption(
+        QStringLiteral("force"),
+        QStringLiteral("Go on although the configuration check finds errors (codes the unit cannot tell "
+                       "apart; see tavo check). Warnings never stop the command.")));
+}
+
+bool CommandParser::forced() const
+{
+    return m_parser.isSet(QStringLiteral("force"));
+}
+
 Reading CommandParser::reading() const
 {
     return m_parser.isSet(QStringLiteral("lenient")) ? Reading::Lenient : Reading::Strict;
@@ -185,7 +198,8 @@ ConfigData readAsTheEditorDoes(const QString &path)
 void printFindings(QTextStream &stream, const QString &path, const std::vector<tavo::ConfigFinding> &findings)
 {
     for (const tavo::ConfigFinding &f : findings)
-        stream << path << ':' << f.line << ": " << (f.isError() ? "error" : "warning") << ": " << f.message << '\n';
+        stream << path << ':' << f.line << ": " << (f.isError() ? "error" : "warning") << ": " << f.message
+               << '\n';
     stream.flush();
 }
 
@@ -203,13 +217,29 @@ bool loadConfig(const QString &path, ConfigData &config, Reading reading)
             err() << path << ':' << d.line << ": " << severity << ": " << d.what << '\n';
         err().flush();
         if (reading == Reading::Strict) {
-            err() << "tavo: " << path << " is damaged; nothing was done (--lenient reads it as the editor does)"
-                  << Qt::endl;
+            err() << "tavo: " << path
+                  << " is damaged; nothing was done (--lenient reads it as the editor does)" << Qt::endl;
             return false;
         }
     }
     config = readAsTheEditorDoes(path);
     return true;
+}
+
+bool passesCheck(const QString &path, const ConfigData &config, bool force)
+{
+    const std::vector<tavo::ConfigFinding> findings = tavo::checkConfig(config);
+    if (findings.empty())
+        return true;
+    out().flush();
+    endProgress();
+    printFindings(err(), path, findings);
+    const int errors = tavo::errorCount(findings);
+    if (errors == 0 || force)
+        return true;
+    err() << "tavo: " << path << " has " << tavo::findingsSummary(findings)
+          << " the unit cannot work with; nothing was done (--force goes on anyway)" << Qt::endl;
+    return false;
 }
 
 bool loadConfigImage(const QString &path, ConfigData &config, Reading reading)

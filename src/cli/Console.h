@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ConfigData.h"
+
 #include <QCommandLineParser>
 #include <QList>
 #include <QString>
@@ -8,9 +10,6 @@
 
 #include <initializer_list>
 #include <optional>
-
-#include "ConfigData.h"
-
 #include <vector>
 
 namespace tavo {
@@ -87,6 +86,10 @@ public:
     // --lenient, for commands that read a configuration file.
     void addReadingOption();
     Reading reading() const;
+    // --force, for commands that put a configuration into a unit or an
+    // export file: go on although the configuration check finds errors.
+    void addForceOption();
+    bool forced() const;
 
 private:
     QString m_command;
@@ -101,12 +104,18 @@ bool readConfigBytes(const QString &path, QByteArray &bytes);
 // The configuration in a file as the editor reads it, forgivingly.
 ConfigData readAsTheEditorDoes(const QString &path);
 // Findings as compilers report them: "FILE:LINE: error: MESSAGE".
-void printFindings(QTextStream &stream, const QString &path, const std::vector<tavo::ConfigFinding> &findings);
+void printFindings(QTextStream &stream, const QString &path,
+                   const std::vector<tavo::ConfigFinding> &findings);
 
 // Reads a configuration file into `config` (which starts as a new
 // configuration). Says on stderr why not and returns false when the file is
 // missing, unreadable, or (read strictly) damaged.
 bool loadConfig(const QString &path, ConfigData &config, Reading reading);
+
+// The configuration check before a configuration goes into a unit or an
+// export file: every finding is printed on stderr; with an error the
+// command must stop (false) unless `force`.
+bool passesCheck(const QString &path, const ConfigData &config, bool force);
 
 // Loads a configuration and builds its image into config.ConfigImage.
 bool loadConfigImage(const QString &path, ConfigData &config, Reading reading);

@@ -1,13 +1,13 @@
 // tavo show, image and export: what a configuration file holds and what the
 // unit gets from it, without a display and without a unit.
 
-#include "Commands.h"
-#include "Console.h"
 #include "ByteDisplay.h"
+#include "Commands.h"
 #include "ConfigData.h"
+#include "Console.h"
 #include "ExportFile.h"
-#include "SerialSettings.h"
 #include "FileWriter.h"
+#include "SerialSettings.h"
 
 namespace cli {
 
@@ -108,12 +108,13 @@ int runExport(const QStringList &args)
     cmd->addPositionalArgument(QStringLiteral("FILE.OTS"), QStringLiteral("Configuration file."));
     cmd->addPositionalArgument(QStringLiteral("OUT.BDX"), QStringLiteral("Export file to write, or -."));
     cmd.addReadingOption();
+    cmd.addForceOption();
     if (const auto stop = cmd.parse(args, 2))
         return *stop;
 
     const QString source = cmd->positionalArguments().at(0);
     ConfigData config;
-    if (!loadConfigImage(source, config, cmd.reading()))
+    if (!loadConfigImage(source, config, cmd.reading()) || !passesCheck(source, config, cmd.forced()))
         return ExitFailed;
     const QString target = cmd->positionalArguments().at(1);
     if (const auto written = tavo::writeExportFile(target, config, source); !written.ok())

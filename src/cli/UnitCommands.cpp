@@ -189,6 +189,7 @@ int runProgram(const QStringList &args)
                                   QStringLiteral("PORT"));
     cmd->addOption(port);
     cmd.addReadingOption();
+    cmd.addForceOption();
     cmd.setExitCodes({ExitOk, ExitFailed, ExitUsage, ExitNoTavo, ExitUnitFailed});
     if (const auto stop = cmd.parse(args, 1))
         return *stop;
@@ -198,7 +199,7 @@ int runProgram(const QStringList &args)
 
     const QString file = cmd->positionalArguments().at(0);
     ConfigData config;
-    if (!loadConfigImage(file, config, cmd.reading()))
+    if (!loadConfigImage(file, config, cmd.reading()) || !passesCheck(file, config, cmd.forced()))
         return ExitFailed;
 
     UnitSession session(PortSlots(QStringList{portName}));

@@ -12,6 +12,9 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -196,6 +199,9 @@ private slots:
         writeFile(path(u"sample.OTS"_s), good);
         writeFile(path(u"cut.OTS"_s), good.left(good.lastIndexOf("\r\n", good.size() - 3) + 2));
         writeFile(path(u"badmode.OTS"_s), QByteArray(good).replace("\r\n-1\r\n", "\r\nmaybe\r\n"));
+        ConfigData twice = sampleConfig(); // output 1's Off code the same as its On code
+        twice.OffMessages[0] = twice.OnMessages[0];
+        writeFile(path(u"twice.OTS"_s), tavo::configFileText(twice));
         writeFile(path(u"bigperiod.OTS"_s), QByteArray(good).replace("\r\n255\r\n", "\r\n256\r\n"));
         // The device-type table the commands find, with one row renamed.
         auto store = SettingsKeyValueStore::openIniFile(path(u"types.ini"_s));
@@ -221,7 +227,7 @@ private slots:
         row("no command", "", 2, "Commands:");
         row("overview", "--help", 0, "Commands:");
         row("unknown command", "frob", 2, "unknown command 'frob'");
-        for (const char *command : {"show", "image", "export", "search", "program", "send", "sim"}) {
+        for (const char *command : {"show", "image", "export", "search", "program", "send", "sim", "check"}) {
             QTest::addRow("%s --help", command) << QStringList{QString::fromLatin1(command), u"--help"_s} << 0
                                                 << u"Usage: tavo %1"_s.arg(QLatin1String(command));
         }
@@ -259,6 +265,10 @@ private slots:
         row("export into a missing folder", "export SAMPLE DIR/nowhere/x.BDX", 1,
             "No such file or directory");
         row("export onto a folder", "export SAMPLE DIR/", 1, "Is a directory");
+        row("program refuses an error", "program DIR/twice.OTS --port DIR/ttyNone", 1,
+            "twice.OTS:2: error: Output 1 On and Output 1 Off are the same code");
+        row("export refuses an error", "export DIR/twice.OTS DIR/twice.BDX", 1, "(--force goes on anyway)");
+        row("export with --force", "export DIR/twice.OTS - --force", 0, "");
         row("export onto its own configuration", "export SAMPLE SAMPLE", 1,
             "is the file being read; nothing was written");
         row("program a port that does not exist", "program SAMPLE --port DIR/ttyNone", 3, "there is no port");
@@ -470,6 +480,34 @@ private slots:
             QVERIFY2(line.startsWith(u"outputs on: "_s), qPrintable(line));
         }
         QCOMPARE(line, outputs);
+    }
+
+    void checkPrintsFindingsAsCompilersDo()
+    {
+        const QString file = path(u"twice.OTS"_s);
+        const Run text = tavo({u"check"_s, file});
+        QCOMPARE(text.code, 1);
+        QCOMPARE(text.err, file + u": 1 error\n"_s); // the summary
+        QCOMPARE(
+            text.out,
+            file
+                + u":2: error: Output 1 On and Output 1 Off are the same code: the unit cannot tell on from off\n"_s);
+        const Run json = tavo({u"check"_s, file, u"--json"_s});
+        QCOMPARE(json.code, 1);
+        const QJsonArray findings = QJsonDocument::fromJson(json.bytes).array();
+        QCOMPARE(findings.size(), 1);
+        const QJsonObject f = findings.at(0).toObject();
+        QCOMPARE(f.value(u"severity"_s).toString(), u"error"_s);
+        QCOMPARE(f.value(u"kind"_s).toString(), u"on-equals-off"_s);
+        QCOMPARE(f.value(u"line"_s).toInt(), 2);
+        QCOMPARE(f.value(u"codes"_s).toArray(), QJsonArray({u"Output 1 On"_s, u"Output 1 Off"_s}));
+        // Damaged lines are findings too.
+        const Run damaged = tavo({u"check"_s, path(u"badmode.OTS"_s)});
+        QCOMPARE(damaged.code, 1);
+        QVERIFY(damaged.out.contains(u"badmode.OTS:13: error: mode of output 3"_s));
+        // The example that comes with the program is clean.
+        QCOMPARE(tavo({u"check"_s, qEnvironmentVariable("TAVO_SOURCE_DIR") + u"/examples/demo.OTS"_s}).code,
+                 0);
     }
 
     void damagedFilesAreReadOnlyWhenAskedTo()
