@@ -14,7 +14,7 @@ RecordingWaiter::RecordingWaiter(Waiter &inner, std::function<qint64()> nowNs)
     , m_nowNs(std::move(nowNs))
 {}
 
-bool RecordingWaiter::Wait(std::chrono::milliseconds duration, const std::function<bool()> &enough)
+bool RecordingWaiter::wait(std::chrono::milliseconds duration, const std::function<bool()> &enough)
 {
     Record record;
     record.requestedMs = duration;
@@ -30,9 +30,9 @@ bool RecordingWaiter::Wait(std::chrono::milliseconds duration, const std::functi
             record.conditionMet = record.conditionMet || met;
             return met;
         };
-        ok = m_inner.Wait(duration, watched);
+        ok = m_inner.wait(duration, watched);
     } else {
-        ok = m_inner.Wait(duration);
+        ok = m_inner.wait(duration);
     }
     record.elapsedMs = static_cast<double>(m_nowNs() - start) / 1e6;
     m_records.push_back(record);
@@ -108,14 +108,14 @@ int TimedLink::InBufferCount()
     return timed(Count, [&] { return m_inner.InBufferCount(); });
 }
 
-QString TimedLink::PortName(int port) const
+QString TimedLink::portName(int port) const
 {
-    return timed(Name, [&] { return m_inner.PortName(port); });
+    return timed(Name, [&] { return m_inner.portName(port); });
 }
 
-QString TimedLink::PortDescription(int port) const
+QString TimedLink::portDescription(int port) const
 {
-    return timed(Description, [&] { return m_inner.PortDescription(port); });
+    return timed(Description, [&] { return m_inner.portDescription(port); });
 }
 
 QString TimedLink::describe() const

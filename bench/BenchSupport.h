@@ -38,13 +38,13 @@ public:
     // `nowNs` reads the clock the waits run on, in nanoseconds.
     RecordingWaiter(Waiter &inner, std::function<qint64()> nowNs);
 
-    bool Wait(std::chrono::milliseconds duration, const std::function<bool()> &enough = {}) override;
+    bool wait(std::chrono::milliseconds duration, const std::function<bool()> &enough = {}) override;
 
     const std::vector<Record> &records() const { return m_records; }
     void clear() { m_records.clear(); }
 
 protected:
-    void OnAbortRequested() override { m_inner.RequestAbort(); }
+    void onAbortRequested() override { m_inner.requestAbort(); }
 
 private:
     Waiter &m_inner;
@@ -106,8 +106,8 @@ public:
     void Output(const QByteArray &bytes) override;
     QByteArray Input() override;
     int InBufferCount() override;
-    QString PortName(int port) const override;
-    QString PortDescription(int port) const override;
+    QString portName(int port) const override;
+    QString portDescription(int port) const override;
 
     const Tally &tally(Op op) const { return m_tallies[static_cast<std::size_t>(op)]; }
     void clear() { m_tallies = {}; }

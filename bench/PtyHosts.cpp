@@ -27,7 +27,7 @@ UnitConfig instantUnit()
 InProcessUnit::InProcessUnit()
     : m_unit(std::make_unique<PtyUnit>(instantUnit()))
 {
-    connect(m_unit.get(), &PtyUnit::ImageReceived, this, [this](const QByteArray &image) {
+    connect(m_unit.get(), &PtyUnit::imageReceived, this, [this](const QByteArray &image) {
         ++m_images;
         m_lastImage = image;
     });

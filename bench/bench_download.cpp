@@ -79,13 +79,13 @@ RunResult virtualRun()
 {
     VirtualClock clock;
     SimulatedLink link(clock);
-    UnitSimulator &unit = link.AttachUnit(1, instantUnit());
+    UnitSimulator &unit = link.attachUnit(1, instantUnit());
     VirtualWaiter virtualWaiter(clock);
     RecordingWaiter waiter(virtualWaiter, [&clock] { return clock.now() * 1'000'000; });
     ScriptedPrompter prompter;
     const VellTypes types;
     VellProtocol protocol(link, waiter, prompter, types);
-    protocol.SetConfigImage(benchImage());
+    protocol.setConfigImage(benchImage());
     link.SetCommPort(1);
     link.SetPortOpen(true);
 
@@ -180,13 +180,13 @@ std::vector<RunResult> ptyRuns(UnitHost &host, int runs, int watchIntervalMs)
     std::vector<RunResult> results;
     QtSerialLink link(PortSlots(QStringList{host.portName()}));
     EventLoopWaiter loopWaiter;
-    loopWaiter.watch(&link, &QtSerialLink::InputArrived);
+    loopWaiter.watch(&link, &QtSerialLink::inputArrived);
     RecordingWaiter waiter(loopWaiter, monotonicNs);
     TimedLink timedLink(link);
     ScriptedPrompter prompter;
     const VellTypes types;
     VellProtocol protocol(timedLink, waiter, prompter, types);
-    protocol.SetConfigImage(benchImage());
+    protocol.setConfigImage(benchImage());
     link.SetCommPort(1);
     link.SetPortOpen(true);
     if (!link.PortOpen()) {

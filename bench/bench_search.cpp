@@ -40,7 +40,7 @@ struct RunResult {
 QStringList slotTexts(const VellProtocol &protocol)
 {
     QStringList texts;
-    for (const SearchSlot &s : protocol.Slots())
+    for (const SearchSlot &s : protocol.searchSlots())
         texts.append(s.textVisible ? s.text : QStringLiteral("(hidden)"));
     return texts;
 }
@@ -51,7 +51,7 @@ RunResult virtualSilentPort()
 {
     VirtualClock clock;
     SimulatedLink link(clock);
-    link.SetPortKind(1, SimulatedLink::PortKind::Empty);
+    link.setPortKind(1, SimulatedLink::PortKind::Empty);
     VirtualWaiter virtualWaiter(clock);
     RecordingWaiter waiter(virtualWaiter, [&clock] { return clock.now() * 1'000'000; });
     ScriptedPrompter prompter;
@@ -78,7 +78,7 @@ std::vector<RunResult> ptySilentPort(int runs)
 
     QtSerialLink link(PortSlots(QStringList{pty.portName()}));
     EventLoopWaiter loopWaiter;
-    loopWaiter.watch(&link, &QtSerialLink::InputArrived);
+    loopWaiter.watch(&link, &QtSerialLink::inputArrived);
     RecordingWaiter waiter(loopWaiter, monotonicNs);
     TimedLink timedLink(link);
     ScriptedPrompter prompter;
@@ -116,10 +116,10 @@ RunResult virtualFourSlots()
 {
     VirtualClock clock;
     SimulatedLink link(clock);
-    link.AttachUnit(1, instantUnit());
-    link.SetPortKind(2, SimulatedLink::PortKind::Empty);
-    link.SetPortKind(3, SimulatedLink::PortKind::Missing);
-    link.SetPortKind(4, SimulatedLink::PortKind::Missing);
+    link.attachUnit(1, instantUnit());
+    link.setPortKind(2, SimulatedLink::PortKind::Empty);
+    link.setPortKind(3, SimulatedLink::PortKind::Missing);
+    link.setPortKind(4, SimulatedLink::PortKind::Missing);
     VirtualWaiter virtualWaiter(clock);
     RecordingWaiter waiter(virtualWaiter, [&clock] { return clock.now() * 1'000'000; });
     ScriptedPrompter prompter;
@@ -150,7 +150,7 @@ std::vector<RunResult> ptyFourSlots(UnitHost &unit, int runs, const QStringList 
         // a link learns once about the system's ports is part of the cost.
         QtSerialLink link(ports);
         EventLoopWaiter loopWaiter;
-        loopWaiter.watch(&link, &QtSerialLink::InputArrived);
+        loopWaiter.watch(&link, &QtSerialLink::inputArrived);
         RecordingWaiter waiter(loopWaiter, monotonicNs);
         TimedLink timedLink(link);
         ScriptedPrompter prompter;

@@ -25,7 +25,7 @@ int main(int argc, char *argv[])
         std::fprintf(stderr, "bench_unit: %s\n", qPrintable(error));
         return 1;
     }
-    QObject::connect(&unit, &PtyUnit::ImageReceived, &app, [](const QByteArray &image) {
+    QObject::connect(&unit, &PtyUnit::imageReceived, &app, [](const QByteArray &image) {
         std::printf("image %s\n", image.toHex().constData());
         std::fflush(stdout);
     });

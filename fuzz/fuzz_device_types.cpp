@@ -42,7 +42,7 @@ void checkRows(const VellTypes &types)
     for (int code = 0; code < 256; ++code) {
         if (first[static_cast<std::size_t>(code)] < 0 && absentTried++ >= 3)
             continue;
-        FUZZ_CHECK(types.IndexOfReply(code) == first[static_cast<std::size_t>(code)]);
+        FUZZ_CHECK(types.indexOfReply(code) == first[static_cast<std::size_t>(code)]);
     }
 }
 
@@ -102,7 +102,7 @@ VellTypes startUp(KeyValueStore &store)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     const auto store = SettingsKeyValueStore::inMemory(iniValues(data, size));
-    const bool hadTable = store->OpenKey(VellTypes::KeyPath());
+    const bool hadTable = store->openKey(VellTypes::keyPath());
     const VellTypes first = startUp(*store);
     checkRows(first);
     if (!hadTable)

@@ -44,7 +44,7 @@ public:
         const std::size_t length = m_data[m_pos + 1] % 16;
         m_pos += 2;
         const std::size_t take = std::min(length, m_size - m_pos);
-        InjectInput(CommPort(), QByteArray(reinterpret_cast<const char *>(m_data + m_pos), qsizetype(take)),
+        injectInput(CommPort(), QByteArray(reinterpret_cast<const char *>(m_data + m_pos), qsizetype(take)),
                     delay);
         m_pos += take;
     }
@@ -57,7 +57,7 @@ private:
 
 bool isSearchSetting(const QString &settings)
 {
-    static const QStringList searchSettings = VellProtocol::SearchSettings();
+    static const QStringList searchSettings = VellProtocol::searchSettings();
     return searchSettings.contains(settings);
 }
 
@@ -85,7 +85,7 @@ int writesOf(const SimulatedLink &link, char command)
 {
     int n = 0;
     for (const SimulatedLink::Event &e : link.writes())
-        n += e.bytes == QByteArray(1, command) && e.settings == VellProtocol::CommandSetting();
+        n += e.bytes == QByteArray(1, command) && e.settings == VellProtocol::commandSetting();
     return n;
 }
 
@@ -103,7 +103,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     ScriptedPrompter prompter;
     const VellTypes types;
     VellProtocol protocol(line, waiter, prompter, types);
-    line.SetPortKind(1, SimulatedLink::PortKind::Empty);
+    line.setPortKind(1, SimulatedLink::PortKind::Empty);
     line.SetCommPort(1);
     line.SetPortOpen(true);
 
@@ -118,7 +118,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     FUZZ_CHECK(clock.now() <= MaxSearchMs);
     if (found != 0) {
         FUZZ_CHECK((found & ~0xFFFFFF) == 0);
-        FUZZ_CHECK(types.IndexOfReply(found & 0xFF) >= 0);
+        FUZZ_CHECK(types.indexOfReply(found & 0xFF) >= 0);
         FUZZ_CHECK(foundInAReply(line, found));
     }
     // Without a restart the search never sends a command byte.
@@ -129,7 +129,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     // --- download -----------------------------------------------------------
     const qsizetype messagesBefore = prompter.shown().size();
     QList<int> progress;
-    protocol.Progress = [&](const QString &, int value) { progress.append(value); };
+    protocol.onProgress = [&](const QString &, int value) { progress.append(value); };
     const qint64 downloadStart = clock.now();
     const bool downloaded = protocol.Configure_Vell(VellProtocol::ImageSize);
     FUZZ_CHECK(writesOf(line, 0x11) <= 32 * VellProtocol::Attempts);

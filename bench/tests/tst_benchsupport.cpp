@@ -51,7 +51,7 @@ private slots:
         if (arrivalMs >= 0)
             clock.schedule(arrivalMs, [&] { arrived = true; });
         const std::function<bool()> enough = [&] { return arrived; };
-        QVERIFY(waiter.Wait(100ms, withCondition ? enough : std::function<bool()>()));
+        QVERIFY(waiter.wait(100ms, withCondition ? enough : std::function<bool()>()));
 
         QCOMPARE(waiter.records().size(), std::size_t(1));
         const RecordingWaiter::Record &r = waiter.records().front();
@@ -66,10 +66,10 @@ private slots:
         VirtualClock clock;
         VirtualWaiter inner(clock);
         RecordingWaiter waiter(inner, [&clock] { return clock.now() * 1'000'000; });
-        clock.schedule(30, [&] { waiter.RequestAbort(); });
-        QVERIFY(!waiter.Wait(3000ms));
+        clock.schedule(30, [&] { waiter.requestAbort(); });
+        QVERIFY(!waiter.wait(3000ms));
         QCOMPARE(clock.now(), 30);
-        QVERIFY(!waiter.Wait(10ms));
+        QVERIFY(!waiter.wait(10ms));
     }
 
     // The floor worked out from a run's waits must be what the run takes
@@ -108,10 +108,10 @@ private slots:
         unit.ackDelayMs = answerDelayMs;
         unit.badCheckByte = scenario == u"rejected"_s;
         if (scenario == u"silent"_s) {
-            link.SetPortKind(1, SimulatedLink::PortKind::Empty);
+            link.setPortKind(1, SimulatedLink::PortKind::Empty);
         } else {
-            link.AttachUnit(1, unit);
-            link.SetPortKind(2, SimulatedLink::PortKind::Empty);
+            link.attachUnit(1, unit);
+            link.setPortKind(2, SimulatedLink::PortKind::Empty);
         }
         VirtualWaiter inner(clock);
         RecordingWaiter waiter(inner, [&clock] { return clock.now() * 1'000'000; });
@@ -145,7 +145,7 @@ private slots:
     {
         VirtualClock clock;
         SimulatedLink link(clock);
-        link.SetPortKind(1, SimulatedLink::PortKind::Empty);
+        link.setPortKind(1, SimulatedLink::PortKind::Empty);
         TimedLink timed(link);
         timed.SetCommPort(1);
         timed.SetPortOpen(true);

@@ -19,7 +19,7 @@ DeviceUnitServices::DeviceUnitServices(const PortSlots &ports)
 {
     // A wait for the unit's answer ends as soon as the bytes are in, not
     // at its time-out.
-    m_ownWaiter->watch(m_ownLink.get(), &QtSerialLink::InputArrived);
+    m_ownWaiter->watch(m_ownLink.get(), &QtSerialLink::inputArrived);
 }
 
 DeviceUnitServices::DeviceUnitServices(SerialLink &link, Waiter &waiter, Prompter &prompter,
@@ -32,18 +32,18 @@ DeviceUnitServices::DeviceUnitServices(SerialLink &link, Waiter &waiter, Prompte
 
 DeviceUnitServices::~DeviceUnitServices() = default;
 
-void DeviceUnitServices::CheckDeviceTypes()
+void DeviceUnitServices::checkDeviceTypes()
 {
     m_types.CheckVellTypes(*m_store);
 }
 
-void DeviceUnitServices::ShowTestDialog(ConfigData &config, QWidget *parent)
+void DeviceUnitServices::showTestDialog(ConfigData &config, QWidget *parent)
 {
     SerialTestForm dialog(config, {*m_link, *m_waiter, *m_prompter, m_types}, parent);
     runModal(dialog);
 }
 
-void DeviceUnitServices::ShowProgrammingDialog(ConfigData &config, QWidget *parent)
+void DeviceUnitServices::showProgrammingDialog(ConfigData &config, QWidget *parent)
 {
     VellComms dialog(config, {*m_link, *m_waiter, *m_prompter, m_types}, parent);
     runModal(dialog);
@@ -54,12 +54,12 @@ void DeviceUnitServices::runModal(UnitDialog &dialog)
     // Messages of the serial routines belong over the dialog that runs
     // them.
     if (m_ownPrompter)
-        m_ownPrompter->SetParent(&dialog);
-    if (DialogOpened)
-        DialogOpened(dialog);
+        m_ownPrompter->setParent(&dialog);
+    if (dialogOpened)
+        dialogOpened(dialog);
     // exec() returns only once every wait the dialog started has unwound,
     // so the dialog on the stack outlives the routines that use it.
     dialog.exec();
     if (m_ownPrompter)
-        m_ownPrompter->SetParent(nullptr);
+        m_ownPrompter->setParent(nullptr);
 }

@@ -30,13 +30,13 @@ public:
     DeviceUnitServices(SerialLink &link, Waiter &waiter, Prompter &prompter, KeyValueStore &store);
     ~DeviceUnitServices() override;
 
-    void CheckDeviceTypes() override;
-    void ShowTestDialog(ConfigData &config, QWidget *parent) override;
-    void ShowProgrammingDialog(ConfigData &config, QWidget *parent) override;
+    void checkDeviceTypes() override;
+    void showTestDialog(ConfigData &config, QWidget *parent) override;
+    void showProgrammingDialog(ConfigData &config, QWidget *parent) override;
 
     // Called with each dialog right before it runs modally, so a test can
     // drive it (and close it) from the dialog's own event loop.
-    std::function<void(UnitDialog &)> DialogOpened;
+    std::function<void(UnitDialog &)> dialogOpened;
 
 private:
     void runModal(UnitDialog &dialog);

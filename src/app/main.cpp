@@ -42,10 +42,10 @@ std::unique_ptr<PtyUnit> startSimulatedUnit()
         return nullptr;
     }
     err() << "simulated unit on " << unit->slavePath() << " (port slot 1)" << Qt::endl;
-    QObject::connect(unit.get(), &PtyUnit::OutputsChanged, unit.get(), [](quint8 outputs) {
+    QObject::connect(unit.get(), &PtyUnit::outputsChanged, unit.get(), [](quint8 outputs) {
         err() << "simulated unit: outputs on: " << outputsText(outputs) << Qt::endl;
     });
-    QObject::connect(unit.get(), &PtyUnit::ImageReceived, unit.get(), [](const QByteArray &) {
+    QObject::connect(unit.get(), &PtyUnit::imageReceived, unit.get(), [](const QByteArray &) {
         err() << "simulated unit: configuration received" << Qt::endl;
     });
     return unit;
@@ -146,7 +146,7 @@ int main(int argc, char *argv[])
     SerialTavo::Services services;
     services.units = &units;
     SerialTavo window(services);
-    window.Start(parser.positionalArguments());
+    window.start(parser.positionalArguments());
     window.show();
     return app.exec();
 }

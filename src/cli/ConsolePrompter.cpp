@@ -2,10 +2,10 @@
 
 #include "Console.h"
 
-Prompter::Answer ConsolePrompter::Show(const QString &text, const QString &title, Icon icon, Buttons buttons,
+Prompter::Answer ConsolePrompter::show(const QString &text, const QString &title, Icon icon, Buttons buttons,
                                        Answer defaultAnswer)
 {
-    const Answer answer = ScriptedPrompter::Show(text, title, icon, buttons, defaultAnswer);
+    const Answer answer = ScriptedPrompter::show(text, title, icon, buttons, defaultAnswer);
     if (buttons == Buttons::Ok) {
         cli::out().flush();
         cli::endProgress();

@@ -10,7 +10,7 @@
 class ConsolePrompter : public ScriptedPrompter
 {
 public:
-    Answer Show(const QString &text, const QString &title, Icon icon, Buttons buttons,
+    Answer show(const QString &text, const QString &title, Icon icon, Buttons buttons,
                 Answer defaultAnswer) override;
 
     // "TITLE: MESSAGE".

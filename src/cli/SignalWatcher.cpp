@@ -67,7 +67,7 @@ void SignalWatcher::readSignal()
 {
     char byte = 0;
     while (::read(signalPipe[0], &byte, 1) == 1)
-        emit Interrupted(static_cast<unsigned char>(byte));
+        emit interrupted(static_cast<unsigned char>(byte));
 }
 
 int SignalWatcher::caught()

@@ -28,7 +28,7 @@ public:
     static void endByCaughtSignal();
 
 signals:
-    void Interrupted(int signalNumber);
+    void interrupted(int signalNumber);
 
 private:
     void readSignal();

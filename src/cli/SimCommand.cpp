@@ -224,9 +224,9 @@ std::optional<int> readUnit(CommandParser &cmd, const SimOptions &o, UnitConfig 
 // What the unit does, on stdout (and with --trace every byte on stderr).
 void reportUnit(PtyUnit &pty, const QString &imagePath, const QString &configPath, bool trace)
 {
-    QObject::connect(&pty, &PtyUnit::OutputsChanged, &pty,
+    QObject::connect(&pty, &PtyUnit::outputsChanged, &pty,
                      [](quint8 outputs) { out() << "outputs on: " << outputsText(outputs) << Qt::endl; });
-    QObject::connect(&pty, &PtyUnit::ImageReceived, &pty, [imagePath, configPath](const QByteArray &image) {
+    QObject::connect(&pty, &PtyUnit::imageReceived, &pty, [imagePath, configPath](const QByteArray &image) {
         // The file first: whoever reads the line may open the file at once.
         if (!imagePath.isEmpty()) {
             if (const auto written = FileWriter::write(imagePath, image, configPath); !written.ok())
@@ -234,17 +234,17 @@ void reportUnit(PtyUnit &pty, const QString &imagePath, const QString &configPat
         }
         out() << "image received" << Qt::endl;
     });
-    QObject::connect(&pty, &PtyUnit::Vanished, &pty, [] {
+    QObject::connect(&pty, &PtyUnit::vanished, &pty, [] {
         out() << "unit vanished" << Qt::endl;
         QCoreApplication::exit(ExitOk);
     });
     if (!trace)
         return;
-    QObject::connect(&pty, &PtyUnit::BytesReceived, &pty,
+    QObject::connect(&pty, &PtyUnit::bytesReceived, &pty,
                      [](const QByteArray &bytes, const QString &settings) {
                          err() << "<- " << settings << ": " << bytes.toHex(' ').toUpper() << Qt::endl;
                      });
-    QObject::connect(&pty, &PtyUnit::BytesSent, &pty, [](const QByteArray &bytes) {
+    QObject::connect(&pty, &PtyUnit::bytesSent, &pty, [](const QByteArray &bytes) {
         err() << "-> " << bytes.toHex(' ').toUpper() << Qt::endl;
     });
 }
@@ -281,7 +281,7 @@ int runSim(const QStringList &args)
     // Watching before the path is printed: whoever reads it may stop the
     // simulator at once.
     SignalWatcher watcher;
-    QObject::connect(&watcher, &SignalWatcher::Interrupted, &watcher, [] { QCoreApplication::exit(ExitOk); });
+    QObject::connect(&watcher, &SignalWatcher::interrupted, &watcher, [] { QCoreApplication::exit(ExitOk); });
 
     PtyUnit pty(unit);
     QString why;

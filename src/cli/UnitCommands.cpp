@@ -36,9 +36,9 @@ public:
         // same way on first use), so a slot reads the same here and there.
         if (const auto store = SettingsKeyValueStore::openDefault())
             types.CheckVellTypes(*store);
-        QObject::connect(&watcher, &SignalWatcher::Interrupted, &link, [this] {
+        QObject::connect(&watcher, &SignalWatcher::interrupted, &link, [this] {
             interrupted = true;
-            waiter.RequestAbort();
+            waiter.requestAbort();
         });
     }
 
@@ -103,7 +103,7 @@ int runSearch(const QStringList &args)
 
     UnitSession session(cmd->isSet(ports) ? PortSlots::fromList(cmd->value(ports))
                                           : PortSlots::fromEnvironment());
-    session.protocol.SlotSearched = [&session](int slot, const SearchSlot &found) {
+    session.protocol.slotSearched = [&session](int slot, const SearchSlot &found) {
         // Once interrupted, the slot being searched and those after it were
         // not searched at all: they have nothing to report.
         if (session.interrupted)
@@ -122,7 +122,7 @@ namespace {
 // operator knows whether the unit still works.
 QString interruptedRun(const QString &portName, const VellProtocol &protocol)
 {
-    const int acknowledged = protocol.BlocksAcknowledged();
+    const int acknowledged = protocol.blocksAcknowledged();
     const int blocks = VellProtocol::ImageSize / 8;
     if (acknowledged == 0)
         return QStringLiteral(
@@ -167,7 +167,7 @@ int programExitCode(VellProtocol::ProgramResult result, const UnitSession &sessi
     case Result::NotResponding: return ExitNoTavo;
     case Result::NotSerialTavo:
         fail(QStringLiteral("%1: \"%2\" is not a Serial Tavo; nothing was sent")
-                 .arg(portName, session.protocol.UnitText(session.protocol.LastFound())));
+                 .arg(portName, session.protocol.unitText(session.protocol.lastFound())));
         return ExitNoTavo;
     case Result::RestartFailed: return ExitUnitFailed;
     }
@@ -204,19 +204,19 @@ int runProgram(const QStringList &args)
 
     UnitSession session(PortSlots(QStringList{portName}));
     VellProtocol &protocol = session.protocol;
-    protocol.SetConfigImage(config.ConfigImage);
-    protocol.SetRequireSerialTavo(true);
-    protocol.Progress = [](const QString &label, int) { progress(QStringLiteral("Programming: ") + label); };
+    protocol.setConfigImage(config.ConfigImage);
+    protocol.setRequireSerialTavo(true);
+    protocol.onProgress = [](const QString &label, int) { progress(QStringLiteral("Programming: ") + label); };
     err() << "Programming " << portName << " with " << file << Qt::endl;
-    protocol.ChooseSlot(0);
+    protocol.chooseSlot(0);
     VellProtocol::ProgramResult result = VellProtocol::ProgramResult::Finished;
     try {
-        result = protocol.ProgramChosenSlot();
+        result = protocol.programChosenSlot();
     } catch (const std::exception &e) {
         // The protocol handles the line's own failures; this is a program
         // error, reported rather than hidden.
         fail(QStringLiteral("%1: %2").arg(portName, QString::fromLocal8Bit(e.what())));
-        return protocol.BlocksAcknowledged() > 0 ? ExitUnitFailed : ExitNoTavo;
+        return protocol.blocksAcknowledged() > 0 ? ExitUnitFailed : ExitNoTavo;
     }
     endProgress();
 
@@ -317,11 +317,11 @@ bool loadCodeConfig(const QString &path, Reading reading, const TestStrings::Sel
 int sendOnPort(const QString &portName, const TestStrings::Selection &selection,
                const SerialEditorData &message, const ConfigData &config, const QByteArray &bytes)
 {
-    const QString settings = TestStrings::SendSettings(selection.mode, config).value_or(QString());
+    const QString settings = TestStrings::sendSettings(selection.mode, config).value_or(QString());
     QtSerialLink link(PortSlots(QStringList{portName}));
     EventLoopWaiter waiter;
     SignalWatcher watcher;
-    QObject::connect(&watcher, &SignalWatcher::Interrupted, &link, [&waiter] { waiter.RequestAbort(); });
+    QObject::connect(&watcher, &SignalWatcher::interrupted, &link, [&waiter] { waiter.requestAbort(); });
     // The waiter keeps the port open until the bytes are on the wire: closing
     // puts the port's old line setting back at once.
     if (!TestStrings::Send(link, selection.port, selection.mode, message, config, &waiter)) {
@@ -371,14 +371,14 @@ int runSend(const QStringList &args)
         return ExitFailed;
 
     SerialEditorData message;
-    const TestStrings::Composition composition = TestStrings::Compose(selection, config, message);
+    const TestStrings::Composition composition = TestStrings::compose(selection, config, message);
     if (!composition.sendEnabled.value_or(false))
         return fail(QStringLiteral("output %1 has no %2 code")
                         .arg(selection.output + 1)
                         .arg(selection.on ? QStringLiteral("On") : QStringLiteral("Off")));
     QByteArray bytes;
     try {
-        bytes = TestStrings::SendBytes(selection.mode, message);
+        bytes = TestStrings::sendBytes(selection.mode, message);
     } catch (const std::exception &) {
         return fail(QStringLiteral("the code holds a value that is not a byte"));
     }

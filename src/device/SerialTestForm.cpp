@@ -74,7 +74,7 @@ SerialTestForm::SerialTestForm(const ConfigData &config, const Parts &parts, QWi
     layout->setSizeConstraint(QLayout::SetFixedSize);
 
     for (int i = 0; i < SlotCount; ++i)
-        applySlot(i, protocol().Slots()[static_cast<std::size_t>(i)]);
+        applySlot(i, protocol().searchSlots()[static_cast<std::size_t>(i)]);
     showOpeningState();
 }
 
@@ -224,7 +224,7 @@ void SerialTestForm::Form_Activate()
 
 void SerialTestForm::Command1_Click()
 {
-    if (Busy())
+    if (busy())
         return;
     m_send->setEnabled(false);
     const QPointer<SerialTestForm> self(this);
@@ -237,10 +237,10 @@ void SerialTestForm::Command1_Click()
 
 void SerialTestForm::Option1_Click(int index)
 {
-    if (Busy())
+    if (busy())
         return;
     m_port = index + 1;
-    protocol().ChooseSlot(index);
+    protocol().chooseSlot(index);
     compose();
 }
 
@@ -273,7 +273,7 @@ void SerialTestForm::compose()
     selection.off = m_onOffOption[1]->isChecked();
 
     SerialEditorData &message = m_serialEditor1->ReturnCurrentMessage();
-    const TestStrings::Composition c = TestStrings::Compose(selection, m_config, message);
+    const TestStrings::Composition c = TestStrings::compose(selection, m_config, message);
     if (c.offVisible)
         m_onOffOption[1]->setVisible(*c.offVisible);
     if (selection.on && !m_onOffOption[0]->isChecked())

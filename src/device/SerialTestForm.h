@@ -34,7 +34,6 @@ public:
 
     // The port test strings go to: 0 (none) or 1 to 4. It is the last one
     // chosen, even after a new search has cleared the choice on screen.
-    int Port() const { return m_port; }
 
 protected:
     void Form_Activate() override;

@@ -119,7 +119,7 @@ Composition composeTavo(Selection &selection, const ConfigData &config, SerialEd
 
 } // namespace
 
-Composition Compose(Selection &selection, const ConfigData &config, SerialEditorData &message)
+Composition compose(Selection &selection, const ConfigData &config, SerialEditorData &message)
 {
     switch (selection.mode) {
     case Map: return composeMap(selection, message);
@@ -130,7 +130,7 @@ Composition Compose(Selection &selection, const ConfigData &config, SerialEditor
     }
 }
 
-QString UnitSettings(int baudIndex, int parityIndex)
+QString unitSettings(int baudIndex, int parityIndex)
 {
     QString text;
     if (baudIndex >= 0 && baudIndex < static_cast<int>(tavo::BaudRates.size()))
@@ -141,18 +141,18 @@ QString UnitSettings(int baudIndex, int parityIndex)
     return text + QStringLiteral(",8,1");
 }
 
-std::optional<QString> SendSettings(int mode, const ConfigData &config)
+std::optional<QString> sendSettings(int mode, const ConfigData &config)
 {
     switch (mode) {
     case Map:
     case Mask:
     case Bit: return QStringLiteral("9600,n,8,1");
-    case Tavo: return UnitSettings(config.BaudIndex, config.ParityIndex);
+    case Tavo: return unitSettings(config.BaudIndex, config.ParityIndex);
     default: return std::nullopt;
     }
 }
 
-int SendCount(int mode, const SerialEditorData &message)
+int sendCount(int mode, const SerialEditorData &message)
 {
     switch (mode) {
     case Map:
@@ -163,9 +163,9 @@ int SendCount(int mode, const SerialEditorData &message)
     }
 }
 
-QByteArray SendBytes(int mode, const SerialEditorData &message)
+QByteArray sendBytes(int mode, const SerialEditorData &message)
 {
-    const int n = SendCount(mode, message);
+    const int n = sendCount(mode, message);
     if (n <= 0)
         throw std::out_of_range("no bytes to send");
     QByteArray bytes(n, '\0');
@@ -179,7 +179,7 @@ QByteArray SendBytes(int mode, const SerialEditorData &message)
     return bytes;
 }
 
-std::chrono::milliseconds DrainMs(int count, const QString &settings)
+std::chrono::milliseconds drainMs(int count, const QString &settings)
 {
     constexpr std::chrono::milliseconds Settle{20};
     if (count <= 0)
@@ -197,19 +197,19 @@ bool Send(SerialLink &link, int port, int mode, const SerialEditorData &message,
     try {
         if (link.PortOpen())
             link.SetPortOpen(false);
-        const std::optional<QString> settings = SendSettings(mode, config);
+        const std::optional<QString> settings = sendSettings(mode, config);
         if (port >= 1 && settings) {
-            const QByteArray bytes = SendBytes(mode, message);
+            const QByteArray bytes = sendBytes(mode, message);
             link.SetCommPort(port);
             link.SetSettings(*settings);
             link.SetPortOpen(true);
             link.Output(bytes);
             sent = true;
             if (drain) {
-                const std::chrono::milliseconds held = DrainMs(static_cast<int>(bytes.size()), *settings);
+                const std::chrono::milliseconds held = drainMs(static_cast<int>(bytes.size()), *settings);
                 qCDebug(lcSerial) << "holding port" << port << "open" << held.count()
                                   << "ms for the bytes to leave";
-                drain->Wait(held);
+                drain->wait(held);
             }
         }
     } catch (const SerialLinkError &e) {

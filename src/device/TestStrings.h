@@ -58,25 +58,25 @@ struct Composition {
 
 // Builds the message for `selection` into `message` (the editor's own).
 // In Tavo mode an output in pulse mode forces "On" in `selection`.
-Composition Compose(Selection &selection, const ConfigData &config, SerialEditorData &message);
+Composition compose(Selection &selection, const ConfigData &config, SerialEditorData &message);
 
 // The unit's own line setting, "19200,e,8,1". An index outside its list
 // contributes nothing, so a bad index gives a text the port refuses.
-QString UnitSettings(int baudIndex, int parityIndex);
+QString unitSettings(int baudIndex, int parityIndex);
 // The setting a mode's bytes go out at; nothing for an unknown mode.
-std::optional<QString> SendSettings(int mode, const ConfigData &config);
+std::optional<QString> sendSettings(int mode, const ConfigData &config);
 // How many of the message's bytes a mode sends: only the first (Map, Mask)
 // or first two (Bit) of the displayed message, whose other bytes repeat
 // the value in other notations for the user's eye; the whole code in Tavo
 // mode.
-int SendCount(int mode, const SerialEditorData &message);
+int sendCount(int mode, const SerialEditorData &message);
 // The bytes that go out. Throws std::out_of_range / std::overflow_error
 // for a count the message cannot give or a value that is not a byte.
-QByteArray SendBytes(int mode, const SerialEditorData &message);
+QByteArray sendBytes(int mode, const SerialEditorData &message);
 
 // How long `count` bytes take on the line at `settings`, with a moment
 // for the far end to read them.
-std::chrono::milliseconds DrainMs(int count, const QString &settings);
+std::chrono::milliseconds drainMs(int count, const QString &settings);
 
 // Sends the message on `port`: closes the link if it is open, opens the
 // port at the mode's setting, writes, closes. Nothing is reported: a send

@@ -29,7 +29,7 @@ UnitDialog::UnitDialog(const Parts &parts, QWidget *parent)
 {
     // A new dialog starts a new session with the unit, whatever the one
     // before it was cut short by.
-    m_waiter.ClearAbort();
+    m_waiter.clearAbort();
 
     m_portProblems = new QLabel(this);
     m_portProblems->setObjectName(QStringLiteral("PortProblems"));
@@ -37,7 +37,7 @@ UnitDialog::UnitDialog(const Parts &parts, QWidget *parent)
     m_portProblems->setVisible(false);
 
     QPointer<UnitDialog> self(this);
-    m_session->protocol.SlotChanged = [self](int slot, const SearchSlot &state) {
+    m_session->protocol.slotChanged = [self](int slot, const SearchSlot &state) {
         if (!self)
             return;
         self->applySlot(slot, state);
@@ -65,7 +65,7 @@ UnitDialog::~UnitDialog()
     // Deleted while a routine still waits (its window went away under it):
     // make the routine give up at its next step.
     if (m_busy)
-        m_waiter.RequestAbort();
+        m_waiter.requestAbort();
     closePort();
 }
 
@@ -76,7 +76,7 @@ VellProtocol &UnitDialog::protocol()
 
 void UnitDialog::done(int result)
 {
-    m_waiter.RequestAbort();
+    m_waiter.requestAbort();
     closePort();
     QDialog::done(result);
 }
@@ -130,7 +130,7 @@ bool UnitDialog::search()
         return false;
     if (m_searchButton)
         m_searchButton->setEnabled(true);
-    emit SearchFinished();
+    emit searchFinished();
     return finished;
 }
 
@@ -139,7 +139,7 @@ void UnitDialog::showEvent(QShowEvent *event)
     QDialog::showEvent(event);
     if (event->spontaneous())
         return;
-    m_waiter.ClearAbort();
+    m_waiter.clearAbort();
     // Let the window paint before the search holds the line for a second
     // or more per port.
     QTimer::singleShot(0, this, [this] {
@@ -155,8 +155,8 @@ UnitDialog::SlotRow UnitDialog::makeSlotRow(int slot, QWidget *option, QWidget *
     portName->setObjectName(QStringLiteral("PortName%1").arg(slot));
     portName->setMinimumWidth(portName->fontMetrics().horizontalAdvance(QStringLiteral("/dev/ttyUSB00")));
     SearchSlot state;
-    state.portName = m_link.PortName(slot + 1);
-    state.portDescription = m_link.PortDescription(slot + 1);
+    state.portName = m_link.portName(slot + 1);
+    state.portDescription = m_link.portDescription(slot + 1);
     showPort(portName, state);
 
     // Whatever the search hides, the row keeps its height and its columns

@@ -45,7 +45,7 @@ public:
 
     VellProtocol &protocol();
     // A search or programming run is in progress.
-    bool Busy() const { return m_busy; }
+    bool busy() const { return m_busy; }
 
     // Every way of closing ends here: the abort flag is set so that a
     // running search or download stops, and the port is closed.
@@ -54,7 +54,7 @@ public:
 signals:
     // The search of an activation or of the search button has ended (also
     // when it was cut short).
-    void SearchFinished();
+    void searchFinished();
 
 protected:
     UnitDialog(const Parts &parts, QWidget *parent);

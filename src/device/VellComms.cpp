@@ -44,10 +44,10 @@ VellComms::VellComms(const ConfigData &config, const Parts &parts, QWidget *pare
     layout->setSizeConstraint(QLayout::SetFixedSize);
 
     for (int i = 0; i < SlotCount; ++i)
-        applySlot(i, protocol().Slots()[static_cast<std::size_t>(i)]);
+        applySlot(i, protocol().searchSlots()[static_cast<std::size_t>(i)]);
 
     const QPointer<VellComms> self(this);
-    protocol().Progress = [self](const QString &label, int value) {
+    protocol().onProgress = [self](const QString &label, int value) {
         if (!self)
             return;
         self->m_label2->setText(label);
@@ -156,7 +156,7 @@ void VellComms::Form_Activate()
 
 void VellComms::Command1_Click()
 {
-    if (Busy())
+    if (busy())
         return;
     m_programVell->setEnabled(false);
     const QPointer<VellComms> self(this);
@@ -165,22 +165,22 @@ void VellComms::Command1_Click()
         return;
     // After a search nothing is chosen, so there is nothing to program.
     m_programVell->setEnabled(false);
-    protocol().ChooseSlot(-1);
+    protocol().chooseSlot(-1);
 }
 
 void VellComms::Option1_Click(int index)
 {
-    if (Busy())
+    if (busy())
         return;
-    protocol().ChooseSlot(index);
+    protocol().chooseSlot(index);
     m_programVell->setEnabled(true);
 }
 
 void VellComms::ProgramVell_Click()
 {
-    if (Busy())
+    if (busy())
         return;
-    protocol().SetConfigImage(m_config.ConfigImage);
+    protocol().setConfigImage(m_config.ConfigImage);
     m_programVell->setEnabled(false);
     m_searchButton->setEnabled(false);
 

@@ -33,7 +33,7 @@ std::uint8_t byteAt(const QByteArray &bytes, qsizetype i)
 
 } // namespace
 
-QStringList VellProtocol::SearchSettings()
+QStringList VellProtocol::searchSettings()
 {
     // 9600 first, since nearly every unit answers there, then fastest to
     // slowest.
@@ -42,12 +42,12 @@ QStringList VellProtocol::SearchSettings()
             QStringLiteral("2400,n,8,2")};
 }
 
-QByteArray VellProtocol::Probe()
+QByteArray VellProtocol::probe()
 {
     return QByteArray("\xFFSETVEL", 7);
 }
 
-QByteArray VellProtocol::DownloadBlock(const ConfigImage &image, int k)
+QByteArray VellProtocol::downloadBlock(const ConfigImage &image, int k)
 {
     if (k < 0 || (k + 1) * 8 > ImageSize)
         throw std::out_of_range("download block past the end of the configuration image");
@@ -63,13 +63,13 @@ QByteArray VellProtocol::DownloadBlock(const ConfigImage &image, int k)
     return block;
 }
 
-QString VellProtocol::VersionText(std::int32_t found)
+QString VellProtocol::versionText(std::int32_t found)
 {
     return QString::number((found & 0x10FF00) / 256) + QLatin1Char('.')
            + QString::number((found & 0xFF0000) / 65536);
 }
 
-QString VellProtocol::ProgressText(int k, int count)
+QString VellProtocol::progressText(int k, int count)
 {
     if (count <= 0)
         return QStringLiteral("0.0%");
@@ -122,32 +122,32 @@ void VellProtocol::discardInput()
 bool VellProtocol::wait(std::chrono::milliseconds duration, int enoughBytes)
 {
     if (enoughBytes <= 0)
-        return m_waiter.Wait(duration);
-    return m_waiter.Wait(duration, [this, enoughBytes] { return m_link.InBufferCount() >= enoughBytes; });
+        return m_waiter.wait(duration);
+    return m_waiter.wait(duration, [this, enoughBytes] { return m_link.InBufferCount() >= enoughBytes; });
 }
 
 void VellProtocol::showError(const QString &text, const QString &title)
 {
     if (aborted())
         return;
-    m_prompter.Show(text, title, Prompter::Icon::Exclamation, Prompter::Buttons::Ok, Prompter::Answer::Ok);
+    m_prompter.show(text, title, Prompter::Icon::Exclamation, Prompter::Buttons::Ok, Prompter::Answer::Ok);
 }
 
 void VellProtocol::changed(int slot)
 {
-    if (SlotChanged)
-        SlotChanged(slot, m_slots[static_cast<std::size_t>(slot)]);
+    if (slotChanged)
+        slotChanged(slot, m_slots[static_cast<std::size_t>(slot)]);
 }
 
 void VellProtocol::progress(const QString &label, int value)
 {
-    if (Progress)
-        Progress(label, value);
+    if (onProgress)
+        onProgress(label, value);
 }
 
 bool VellProtocol::reset_line()
 {
-    setSettings(ResetSetting());
+    setSettings(resetSetting());
     output(QByteArray(1, '\0'));
     return wait(ResetWait);
 }
@@ -157,19 +157,19 @@ std::int32_t VellProtocol::Find_vell(bool restart)
     if (!reset_line())
         return 0;
 
-    const QStringList settings = SearchSettings();
-    const QByteArray probe = Probe();
+    const QStringList settings = searchSettings();
+    const QByteArray probeBytes = probe();
     bool anythingAnswered = false;
     for (int pass = 0; pass < Passes; ++pass) {
         for (const QString &setting : settings) {
             discardInput();
             setSettings(setting);
-            for (qsizetype i = 0; i < probe.size(); ++i) {
+            for (qsizetype i = 0; i < probeBytes.size(); ++i) {
                 // Only what comes after the last byte is the unit's answer;
                 // echoes and noise from the bytes before are dropped here.
-                if (i == probe.size() - 1)
+                if (i == probeBytes.size() - 1)
                     discardInput();
-                output(probe.mid(i, 1));
+                output(probeBytes.mid(i, 1));
                 if (!wait(ByteGap))
                     return 0;
             }
@@ -189,7 +189,7 @@ std::int32_t VellProtocol::Find_vell(bool restart)
             const int sum = 1 + byteAt(b, n) + byteAt(b, n + 1) + byteAt(b, n + 2) + byteAt(b, n + 3);
             if ((sum & 255) != 0)
                 continue;
-            if (m_types.IndexOfReply(byteAt(b, n)) < 0)
+            if (m_types.indexOfReply(byteAt(b, n)) < 0)
                 continue;
             if (restart)
                 restart_unit();
@@ -232,14 +232,14 @@ void VellProtocol::searchSlot(int port)
 {
     const int i = port - 1;
     SearchSlot &s = m_slots[static_cast<std::size_t>(i)];
-    s.portName = m_link.PortName(port);
-    s.portDescription = m_link.PortDescription(port);
+    s.portName = m_link.portName(port);
+    s.portDescription = m_link.portDescription(port);
     s.found = 0;
 
     openSlotPort(port);
     s.openError.clear();
     if (!m_link.PortOpen()) {
-        s.text = NothingFound();
+        s.text = nothingFound();
         s.optionEnabled = false;
         s.textVisible = false;
         // A slot without a port, or a port left alone because the user
@@ -259,15 +259,15 @@ void VellProtocol::searchSlot(int port)
         const bool serialTavo = (v & 255) == VellTypes::SerialTavoReply;
         s.textEnabled = serialTavo;
         s.optionEnabled = serialTavo;
-        s.text = UnitText(v);
+        s.text = unitText(v);
     }
 
     if (m_link.PortOpen())
         m_link.SetPortOpen(false);
     s.covered = false;
     changed(i);
-    if (SlotSearched)
-        SlotSearched(i, s);
+    if (slotSearched)
+        slotSearched(i, s);
 }
 
 void VellProtocol::openSlotPort(int port)
@@ -287,20 +287,20 @@ void VellProtocol::openSlotPort(int port)
     }
 }
 
-QString VellProtocol::UnitText(std::int32_t found) const
+QString VellProtocol::unitText(std::int32_t found) const
 {
     const int t = found & 255;
     QString text;
     if (t == VellTypes::SerialTavoReply) {
         text = QStringLiteral("Serial Tavo ");
     } else {
-        const int row = m_types.IndexOfReply(t);
-        text = row >= 0 ? m_types.at(row).Name : NothingFound();
+        const int row = m_types.indexOfReply(t);
+        text = row >= 0 ? m_types.at(row).Name : nothingFound();
     }
     // Nothing found: the name of the row for code 0, if any, without a
     // version.
     if (found != 0)
-        text += VersionText(found);
+        text += versionText(found);
     return text;
 }
 
@@ -319,7 +319,7 @@ void VellProtocol::set_active_port()
     }
 }
 
-void VellProtocol::ChooseSlot(int slot)
+void VellProtocol::chooseSlot(int slot)
 {
     for (int i = 0; i < SlotCount; ++i) {
         SearchSlot &s = m_slots[static_cast<std::size_t>(i)];
@@ -331,7 +331,7 @@ void VellProtocol::ChooseSlot(int slot)
     }
 }
 
-int VellProtocol::ChosenSlot() const
+int VellProtocol::chosenSlot() const
 {
     for (int i = 0; i < SlotCount; ++i) {
         if (m_slots[static_cast<std::size_t>(i)].optionValue)
@@ -343,11 +343,11 @@ int VellProtocol::ChosenSlot() const
 bool VellProtocol::sendRestartCommand()
 {
     discardInput();
-    setSettings(CommandSetting());
+    setSettings(commandSetting());
     output(QByteArray(1, RestartCommand));
     if (!wait(ByteGap))
         return false;
-    setSettings(DataSetting());
+    setSettings(dataSetting());
     output(QByteArray(1, '\xFF'));
     return true;
 }
@@ -391,16 +391,16 @@ bool VellProtocol::Configure_Vell(int length)
     discardInput();
 
     for (int k = 0; k < m_blockCount; ++k) {
-        const QByteArray block = DownloadBlock(m_image, k);
+        const QByteArray block = downloadBlock(m_image, k);
         // The title carries the block number the way the number-to-text
         // conversion wrote it, with a blank for the sign: "Error!  5".
         const QString title = ErrorTitle + QStringLiteral("  ") + QString::number(k);
         for (int attemptsLeft = Attempts - 1;; --attemptsLeft) {
-            setSettings(CommandSetting());
+            setSettings(commandSetting());
             output(QByteArray(1, DownloadCommand));
             if (!wait(ByteGap))
                 return false;
-            setSettings(DataSetting());
+            setSettings(dataSetting());
             output(block);
             if (!wait(AckWait, 2))
                 return false;
@@ -424,7 +424,7 @@ bool VellProtocol::Configure_Vell(int length)
         // The bar shows the blocks before this one; the end state is set
         // after the loop.
         const int value = static_cast<int>((2LL * k * 1000 + m_blockCount) / (2LL * m_blockCount));
-        progress(ProgressText(k, m_blockCount), value);
+        progress(progressText(k, m_blockCount), value);
     }
     progress(QStringLiteral("100%"), 1000);
     return true;
@@ -452,7 +452,7 @@ VellProtocol::ProgramResult VellProtocol::program_unit()
         if (aborted())
             return ProgramResult::Finished;
         const Prompter::Answer answer =
-            m_prompter.Show(QStringLiteral("Program another tavo"), QStringLiteral("All sent ok"),
+            m_prompter.show(QStringLiteral("Program another tavo"), QStringLiteral("All sent ok"),
                             Prompter::Icon::Question, Prompter::Buttons::YesNo, Prompter::Answer::No);
         return answer == Prompter::Answer::No ? ProgramResult::Finished : ProgramResult::ProgramAnother;
     }
@@ -462,7 +462,7 @@ VellProtocol::ProgramResult VellProtocol::program_unit()
     return ProgramResult::RestartFailed;
 }
 
-VellProtocol::ProgramResult VellProtocol::ProgramChosenSlot()
+VellProtocol::ProgramResult VellProtocol::programChosenSlot()
 {
     ProgramResult r = ProgramResult::Finished;
     do {

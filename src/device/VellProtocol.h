@@ -72,27 +72,27 @@ public:
         Finished = 0,       // all sent; or the download failed, after its own message
         PortNotOpen = -1,
         NotResponding = -2,
-        NotSerialTavo = -3, // only with SetRequireSerialTavo(): nothing was sent
+        NotSerialTavo = -3, // only with setRequireSerialTavo(): nothing was sent
         RestartFailed = -4, // the restart after the download failed
     };
 
     // Line settings tried by the search, in order.
-    static QStringList SearchSettings();
-    static QString ResetSetting() { return QStringLiteral("110,n,8,2"); }
-    static QString CommandSetting() { return QStringLiteral("9600,o,8,1"); }
-    static QString DataSetting() { return QStringLiteral("9600,e,8,1"); }
-    static QByteArray Probe();
-    static QString NothingFound() { return QStringLiteral("--------------"); }
+    static QStringList searchSettings();
+    static QString resetSetting() { return QStringLiteral("110,n,8,2"); }
+    static QString commandSetting() { return QStringLiteral("9600,o,8,1"); }
+    static QString dataSetting() { return QStringLiteral("9600,e,8,1"); }
+    static QByteArray probe();
+    static QString nothingFound() { return QStringLiteral("--------------"); }
 
     // The 11 bytes of download block k of `image`. Throws std::out_of_range
     // for a block reaching past the image.
-    static QByteArray DownloadBlock(const ConfigImage &image, int k);
+    static QByteArray downloadBlock(const ConfigImage &image, int k);
     // "1.0" from a found value: the first version number is masked with
     // 0x10FF00, so bit 4 of the second version byte adds 4096 to it, as
     // units in the field have always been shown.
-    static QString VersionText(std::int32_t found);
+    static QString versionText(std::int32_t found);
     // The progress text after block k of `count` ("37.5%").
-    static QString ProgressText(int k, int count);
+    static QString progressText(int k, int count);
 
     VellProtocol(SerialLink &link, Waiter &waiter, Prompter &prompter, const VellTypes &types);
 
@@ -107,8 +107,8 @@ public:
     // port is left open at the setting the unit answered at.
     std::int32_t Find_vell(bool restart);
 
-    // Searches ports 1 to 4 and fills Slots(), reporting each slot through
-    // SlotChanged as it changes and through SlotSearched once its port is
+    // Searches ports 1 to 4 and fills searchSlots(), reporting each slot through
+    // slotChanged as it changes and through slotSearched once its port is
     // done. Afterwards no slot is chosen.
     void search_for_vell();
 
@@ -130,40 +130,40 @@ public:
     // The programming loop of the "Program Tavo" button: opens the chosen
     // slot's port and runs program_unit until the user wants no more, then
     // closes the port. Returns the last result.
-    ProgramResult ProgramChosenSlot();
+    ProgramResult programChosenSlot();
 
     // A programming run sends nothing to a unit that answers the search as
     // anything but a Serial Tavo (it ends with NotSerialTavo, showing no
     // message). The dialogs leave this off: there the user has picked a
     // Serial Tavo in the search just before. The command line, where nobody
     // looks at the search first, turns it on.
-    void SetRequireSerialTavo(bool on) { m_requireSerialTavo = on; }
+    void setRequireSerialTavo(bool on) { m_requireSerialTavo = on; }
     // What the search of the last programming run found (0: nothing).
-    std::int32_t LastFound() const { return m_lastFound; }
+    std::int32_t lastFound() const { return m_lastFound; }
     // Blocks the unit has acknowledged in the current (or last) download.
-    int BlocksAcknowledged() const { return m_blocksAcknowledged; }
+    int blocksAcknowledged() const { return m_blocksAcknowledged; }
 
     // What a search slot shows for a found value: the type's name and the
     // version, "Serial Tavo 1.3"; "--------------" when nothing (or no
     // known type) answered.
-    QString UnitText(std::int32_t found) const;
+    QString unitText(std::int32_t found) const;
 
-    void SetConfigImage(const ConfigImage &image) { m_image = image; }
+    void setConfigImage(const ConfigImage &image) { m_image = image; }
     const ConfigImage &configImage() const { return m_image; }
 
-    const std::array<SearchSlot, SlotCount> &Slots() const { return m_slots; }
+    const std::array<SearchSlot, SlotCount> &searchSlots() const { return m_slots; }
     // Presses slot's option button: it alone is chosen.
-    void ChooseSlot(int slot);
+    void chooseSlot(int slot);
     // -1 when nothing is chosen.
-    int ChosenSlot() const;
+    int chosenSlot() const;
 
     // Slot i changed (covered at the start of a search, filled when its port
     // is done, its option shown at the end).
-    std::function<void(int slot, const SearchSlot &)> SlotChanged;
+    std::function<void(int slot, const SearchSlot &)> slotChanged;
     // Slot i's port has been searched: once per slot and search.
-    std::function<void(int slot, const SearchSlot &)> SlotSearched;
+    std::function<void(int slot, const SearchSlot &)> slotSearched;
     // The progress label ("0%", "37.5%", "100%") and bar value (0 to 1000).
-    std::function<void(const QString &label, int value)> Progress;
+    std::function<void(const QString &label, int value)> onProgress;
 
 private:
     bool aborted() const;

@@ -25,7 +25,7 @@ bool answered(const KeyValueStore::Value &v)
 // A 32-bit number value of exactly four bytes, or nothing.
 std::optional<std::uint32_t> readNumber(KeyValueStore &store, const QString &key, const QString &name)
 {
-    const KeyValueStore::Value v = store.QueryValue(key, name, NumberBufferSize);
+    const KeyValueStore::Value v = store.queryValue(key, name, NumberBufferSize);
     if (!answered(v) || v.kind != KeyValueStore::Kind::Number || v.size != 4)
         return std::nullopt;
     return v.number;
@@ -33,7 +33,7 @@ std::optional<std::uint32_t> readNumber(KeyValueStore &store, const QString &key
 
 std::optional<QString> readText(KeyValueStore &store, const QString &key, const QString &name)
 {
-    const KeyValueStore::Value v = store.QueryValue(key, name, TextBufferSize);
+    const KeyValueStore::Value v = store.queryValue(key, name, TextBufferSize);
     if (!answered(v) || v.kind != KeyValueStore::Kind::Text || v.size < 1)
         return std::nullopt;
     const qsizetype nul = v.text.indexOf(QChar(u'\0'));
@@ -42,7 +42,7 @@ std::optional<QString> readText(KeyValueStore &store, const QString &key, const 
 
 } // namespace
 
-QString VellTypes::KeyPath()
+QString VellTypes::keyPath()
 {
     return QStringLiteral("Software\\Olvex\\Brondels\\Types");
 }
@@ -66,7 +66,7 @@ VellType &VellTypes::at(int index)
     return m_rows[static_cast<std::size_t>(index)];
 }
 
-int VellTypes::IndexOfReply(int code) const
+int VellTypes::indexOfReply(int code) const
 {
     for (int i = 0; i < size(); ++i) {
         if (m_rows[static_cast<std::size_t>(i)].Reply == code)
@@ -97,17 +97,17 @@ void VellTypes::BuildVellTypes()
 
 void VellTypes::CheckVellTypes(KeyValueStore &store)
 {
-    const QString key = KeyPath();
-    if (!store.OpenKey(key)) {
+    const QString key = keyPath();
+    if (!store.openKey(key)) {
         StoreVellTypes(store);
         return;
     }
-    const KeyValueStore::Value version = store.QueryValue(key, VersionValue, NumberBufferSize);
+    const KeyValueStore::Value version = store.queryValue(key, VersionValue, NumberBufferSize);
     // Anything but a number leaves the table as it is: a store someone else
     // has written is not overwritten on a guess.
     if (!answered(version) || version.kind != KeyValueStore::Kind::Number)
         return;
-    store.CloseKey(key);
+    store.closeKey(key);
     if (version.size != 4)
         return;
     if (static_cast<std::int32_t>(version.number) < StoreVersion)
@@ -119,37 +119,37 @@ void VellTypes::CheckVellTypes(KeyValueStore &store)
 void VellTypes::StoreVellTypes(KeyValueStore &store)
 {
     BuildVellTypes();
-    const QString key = KeyPath();
-    store.CreateKey(key);
-    store.SetNumber(key, VersionValue, StoreVersion);
-    store.CloseKey(key);
+    const QString key = keyPath();
+    store.createKey(key);
+    store.setNumber(key, VersionValue, StoreVersion);
+    store.closeKey(key);
     for (int i = 0; i < size(); ++i) {
         const VellType &row = m_rows[static_cast<std::size_t>(i)];
         const QString rowKey = key + QLatin1Char('\\') + QString::number(i);
-        store.CreateKey(rowKey);
-        store.SetText(rowKey, NameValue, row.Name);
-        store.SetText(rowKey, BootNameValue, row.BootName);
-        store.SetNumber(rowKey, TypeValue, row.Type);
-        store.SetNumber(rowKey, ReplyValue, row.Reply);
-        store.CloseKey(rowKey);
+        store.createKey(rowKey);
+        store.setText(rowKey, NameValue, row.Name);
+        store.setText(rowKey, BootNameValue, row.BootName);
+        store.setNumber(rowKey, TypeValue, row.Type);
+        store.setNumber(rowKey, ReplyValue, row.Reply);
+        store.closeKey(rowKey);
     }
 }
 
 void VellTypes::LoadVellTypes(KeyValueStore &store)
 {
     m_rows.assign(1, VellType{});
-    const QString key = KeyPath();
-    if (!store.OpenKey(key)) {
+    const QString key = keyPath();
+    if (!store.openKey(key)) {
         StoreVellTypes(store);
         return;
     }
     for (int index = 0;; ++index) {
-        const std::optional<QString> name = store.EnumKey(key, index);
+        const std::optional<QString> name = store.enumKey(key, index);
         if (!name)
             break;
         LoadVellType(store, *name);
     }
-    store.CloseKey(key);
+    store.closeKey(key);
 }
 
 std::int16_t VellTypes::LoadVellType(KeyValueStore &store, const QString &name)
@@ -158,10 +158,10 @@ std::int16_t VellTypes::LoadVellType(KeyValueStore &store, const QString &name)
         // Subkey names are read the way numbers in the files are: the
         // number the name starts with ("x" is 0, "7b" is 7).
         const int index = tavo::leadingInt16(name.toLatin1().toStdString());
-        const QString rowKey = KeyPath() + QLatin1Char('\\') + name;
-        if (!store.OpenKey(rowKey))
+        const QString rowKey = keyPath() + QLatin1Char('\\') + name;
+        if (!store.openKey(rowKey))
             return RowKeyMissing;
-        if (index > UpperBound())
+        if (index > upperBound())
             m_rows.resize(static_cast<std::size_t>(index) + 1);
         VellType &row = at(index);
 
@@ -181,7 +181,7 @@ std::int16_t VellTypes::LoadVellType(KeyValueStore &store, const QString &name)
         if (!bootName)
             return RowIncomplete;
         row.BootName = *bootName;
-        store.CloseKey(rowKey);
+        store.closeKey(rowKey);
         return RowRead;
     } catch (const std::exception &e) {
         // A name beyond 16 bits or below 0 cannot be a row; the row is

@@ -46,20 +46,20 @@ public:
     static constexpr std::int16_t RowIncomplete = 2;
     static constexpr std::int16_t RowFault = 3;
 
-    static QString KeyPath();
+    static QString keyPath();
 
     // The built-in rows.
     VellTypes();
 
     int size() const { return static_cast<int>(m_rows.size()); }
-    int UpperBound() const { return size() - 1; }
+    int upperBound() const { return size() - 1; }
     // Throw std::out_of_range for an index outside the table.
     const VellType &at(int index) const;
     VellType &at(int index);
     const std::vector<VellType> &rows() const { return m_rows; }
 
     // Index of the first row answering with `code`, or -1.
-    int IndexOfReply(int code) const;
+    int indexOfReply(int code) const;
 
     // Replaces the table by the 24 built-in rows.
     void BuildVellTypes();

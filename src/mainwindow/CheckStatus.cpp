@@ -65,7 +65,7 @@ bool CheckStatus::approve(const QString &verb)
         errors.size() == 1 ? QStringLiteral("1 error") : QStringLiteral("%1 errors").arg(errors.size());
     const QString text = QStringLiteral("The configuration has %1: %2\n\n%3 anyway?")
                              .arg(count, errors.join(QLatin1Char('\n')), verb);
-    return m_prompter.Show(text, QStringLiteral("Warning!"), Prompter::Icon::Exclamation,
+    return m_prompter.show(text, QStringLiteral("Warning!"), Prompter::Icon::Exclamation,
                            Prompter::Buttons::YesNo, Prompter::Answer::No)
            == Prompter::Answer::Yes;
 }
@@ -78,7 +78,7 @@ void CheckStatus::listFindings()
             f.isError() ? QStringLiteral("Error") : QStringLiteral("Warning"), f.message);
     if (lines.isEmpty())
         return;
-    m_prompter.Show(lines.join(QLatin1Char('\n')), QStringLiteral("Configuration check"),
+    m_prompter.show(lines.join(QLatin1Char('\n')), QStringLiteral("Configuration check"),
                     Prompter::Icon::Information, Prompter::Buttons::Ok, Prompter::Answer::Ok);
 }
 

@@ -7,7 +7,7 @@ namespace tavo {
 
 void LaunchDocument(Shell &shell, Prompter &prompter, const QString &path)
 {
-    const int code = shell.Open(path);
+    const int code = shell.open(path);
     if (code <= 32)
         ShowLaunchError(prompter, code);
 }
@@ -41,7 +41,7 @@ void ShowLaunchError(Prompter &prompter, int code)
     const QString text = launchErrorText(code);
     if (text.isEmpty())
         return;
-    prompter.Show(text, QStringLiteral("Link Launch Error"), Prompter::Icon::Critical, Prompter::Buttons::Ok,
+    prompter.show(text, QStringLiteral("Link Launch Error"), Prompter::Icon::Critical, Prompter::Buttons::Ok,
                   Prompter::Answer::Ok);
 }
 

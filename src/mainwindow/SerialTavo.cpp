@@ -86,7 +86,7 @@ SerialTavo::SerialTavo(const Services &services, QWidget *parent)
     layout->setSpacing(4);
     m_toolbar->setObjectName(QStringLiteral("RightHandToolbar1"));
     layout->addWidget(m_toolbar);
-    connect(m_toolbar, &RightHandToolbar::ButtonClicked, this, &SerialTavo::RunCommand);
+    connect(m_toolbar, &RightHandToolbar::ButtonClicked, this, &SerialTavo::runCommand);
     layout->addLayout(newOutputGrid(central));
     layout->addStretch();
     setCentralWidget(central);
@@ -202,20 +202,20 @@ void SerialTavo::addShortcuts()
         // the button is disabled: Ctrl+S with nothing to save.
         connect(action, &QAction::triggered, this, [this, key] {
             if (m_toolbar->ButtonEnable(key))
-                RunCommand(key);
+                runCommand(key);
         });
         addAction(action);
     }
 }
 
-void SerialTavo::Start(const QStringList &arguments)
+void SerialTavo::start(const QStringList &arguments)
 {
     NewConfig();
     for (int n = 0; n < ConfigData::OutputCount; ++n)
         m_outputs[static_cast<std::size_t>(n)]->SetIndex(n);
     fillToolbar();
     if (m_units)
-        m_units->CheckDeviceTypes();
+        m_units->checkDeviceTypes();
     const QString fileName = tavo::configFileFromArguments(arguments);
     if (!fileName.isEmpty())
         OpenConfig(fileName);
@@ -233,7 +233,7 @@ void SerialTavo::fillToolbar()
     m_toolbar->ForceResize();
 }
 
-void SerialTavo::RunCommand(const QString &key)
+void SerialTavo::runCommand(const QString &key)
 {
     const std::span<const Command> all = commands();
     const auto command = std::find_if(all.begin(), all.end(),
@@ -294,7 +294,7 @@ void SerialTavo::testUnit()
 {
     collateAll();
     if (m_units)
-        m_units->ShowTestDialog(m_config, this);
+        m_units->showTestDialog(m_config, this);
 }
 
 void SerialTavo::downloadToUnit()
@@ -303,7 +303,7 @@ void SerialTavo::downloadToUnit()
         return;
     buildImage();
     if (m_units)
-        m_units->ShowProgrammingDialog(m_config, this);
+        m_units->showProgrammingDialog(m_config, this);
 }
 
 void SerialTavo::exitProgram()
@@ -367,7 +367,7 @@ bool SerialTavo::QuerySave()
 {
     if (!m_config.ConfigModified)
         return true;
-    switch (m_prompter->Show(QStringLiteral("Save changes?"), QStringLiteral("Warning!"),
+    switch (m_prompter->show(QStringLiteral("Save changes?"), QStringLiteral("Warning!"),
                              Prompter::Icon::Exclamation, Prompter::Buttons::YesNoCancel,
                              Prompter::Answer::Yes)) {
     case Prompter::Answer::Yes: {
@@ -387,7 +387,7 @@ bool SerialTavo::SaveConfig(QString &fileName)
             m_commonDialog->SetFlags(CommonDialog::NoReadOnlyReturn | CommonDialog::OverwritePrompt);
             m_commonDialog->SetFileName(QString());
             m_commonDialog->SetFilter(ConfigFilter);
-            m_commonDialog->ShowSave();
+            m_commonDialog->showSave();
             if (!m_commonDialog->FileName().isEmpty())
                 fileName = m_commonDialog->FileName();
         }
@@ -405,7 +405,7 @@ bool SerialTavo::SaveConfig(QString &fileName)
         }
     } catch (const std::exception &e) {
         qCInfo(lcFile) << "save failed:" << e.what();
-        m_prompter->Show(QStringLiteral("Failed to save file, may be write protected"),
+        m_prompter->show(QStringLiteral("Failed to save file, may be write protected"),
                          QStringLiteral("Error!"), Prompter::Icon::Exclamation, Prompter::Buttons::Ok,
                          Prompter::Answer::Ok);
         m_currentFileName.clear();
@@ -427,7 +427,7 @@ void SerialTavo::OpenConfig(QString fileName)
         m_commonDialog->SetFileName(QString());
         m_commonDialog->SetFilter(ConfigFilter);
         m_commonDialog->SetFilterIndex(1);
-        m_commonDialog->ShowOpen();
+        m_commonDialog->showOpen();
         fileName = m_commonDialog->FileName();
     }
     if (fileName.isEmpty())
@@ -474,18 +474,18 @@ void SerialTavo::ExportConfig()
         m_commonDialog->SetFlags(CommonDialog::NoReadOnlyReturn | CommonDialog::OverwritePrompt);
         m_commonDialog->SetFileName(tavo::proposedExportName(m_currentFileName));
         m_commonDialog->SetFilter(ExportFilter);
-        m_commonDialog->ShowSave();
+        m_commonDialog->showSave();
         const QString path = m_commonDialog->FileName();
         if (path.isEmpty())
             return;
         if (const auto written = tavo::writeExportFile(path, m_config); !written.ok())
             throw WriteFailed(path, written.error);
-        m_prompter->Show(path + QStringLiteral(" has been successfully exported"),
+        m_prompter->show(path + QStringLiteral(" has been successfully exported"),
                          QStringLiteral("Successful"), Prompter::Icon::None, Prompter::Buttons::Ok,
                          Prompter::Answer::Ok);
     } catch (const std::exception &e) {
         qCInfo(lcFile) << "export failed:" << e.what();
-        m_prompter->Show(QStringLiteral("Failed to export!"), QStringLiteral("Error!"),
+        m_prompter->show(QStringLiteral("Failed to export!"), QStringLiteral("Error!"),
                          Prompter::Icon::Exclamation, Prompter::Buttons::Ok, Prompter::Answer::Ok);
     }
 }
@@ -506,7 +506,7 @@ bool SerialTavo::eventFilter(QObject *watched, QEvent *event)
     if (watched == m_settingsPanel && event->type() == QEvent::MouseButtonRelease
         && static_cast<QMouseEvent *>(event)->button() == Qt::LeftButton
         && m_settingsPanel->rect().contains(static_cast<QMouseEvent *>(event)->position().toPoint())) {
-        RunCommand(QStringLiteral("SETTINGS"));
+        runCommand(QStringLiteral("SETTINGS"));
         return true;
     }
     return QMainWindow::eventFilter(watched, event);

@@ -54,7 +54,7 @@ public:
     // Start-up: a new configuration, the panels bound to their outputs, the
     // toolbar filled, the device types checked, then the configuration
     // named by the command line's positional arguments opened, if any.
-    void Start(const QStringList &arguments = {});
+    void start(const QStringList &arguments = {});
 
     // Saves to `fileName`, asking for a name when it is empty (the chosen
     // name is handed back in it). True when the file was written.
@@ -62,9 +62,9 @@ public:
 
     // Runs a toolbar command by key, as a click on its button does; an
     // unknown key does nothing.
-    void RunCommand(const QString &key);
+    void runCommand(const QString &key);
 
-    ConfigData &Config() { return m_config; }
+    ConfigData &config() { return m_config; }
     QString CurrentFileName() const { return m_currentFileName; }
     OutputControl *OutputControl1(int index) const;
     RightHandToolbar *RightHandToolbar1() const { return m_toolbar; }

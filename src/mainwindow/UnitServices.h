@@ -13,10 +13,10 @@ public:
     virtual ~UnitServices() = default;
 
     // Brings the device-type table up to date at start-up.
-    virtual void CheckDeviceTypes() = 0;
+    virtual void checkDeviceTypes() = 0;
     // Modal: sends test strings to a unit. The window has collated the
     // outputs' codes into `config` first.
-    virtual void ShowTestDialog(ConfigData &config, QWidget *parent) = 0;
+    virtual void showTestDialog(ConfigData &config, QWidget *parent) = 0;
     // Modal: downloads config.ConfigImage, which the window has just built.
-    virtual void ShowProgrammingDialog(ConfigData &config, QWidget *parent) = 0;
+    virtual void showProgrammingDialog(ConfigData &config, QWidget *parent) = 0;
 };

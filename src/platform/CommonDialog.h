@@ -31,8 +31,8 @@ public:
 
     // Show the dialog; on OK FileName() holds the chosen path, on Cancel it
     // is empty.
-    virtual void ShowOpen() = 0;
-    virtual void ShowSave() = 0;
+    virtual void showOpen() = 0;
+    virtual void showSave() = 0;
 
 private:
     QString m_fileName;

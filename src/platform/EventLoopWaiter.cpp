@@ -11,7 +11,7 @@ EventLoopWaiter::EventLoopWaiter(QObject *parent)
     : QObject(parent)
 {}
 
-bool EventLoopWaiter::Wait(std::chrono::milliseconds duration, const std::function<bool()> &enough)
+bool EventLoopWaiter::wait(std::chrono::milliseconds duration, const std::function<bool()> &enough)
 {
     if (AbortRequested())
         return false;
@@ -44,7 +44,7 @@ bool EventLoopWaiter::Wait(std::chrono::milliseconds duration, const std::functi
     if (m_enough) {
         if (QAbstractEventDispatcher *dispatcher = QAbstractEventDispatcher::instance())
             idle = connect(dispatcher, &QAbstractEventDispatcher::aboutToBlock, this,
-                           &EventLoopWaiter::InputMayHaveArrived);
+                           &EventLoopWaiter::inputMayHaveArrived);
     }
 
     timer.start(std::max(duration, std::chrono::milliseconds(0)));
@@ -60,7 +60,7 @@ bool EventLoopWaiter::Wait(std::chrono::milliseconds duration, const std::functi
     return !AbortRequested();
 }
 
-void EventLoopWaiter::InputMayHaveArrived()
+void EventLoopWaiter::inputMayHaveArrived()
 {
     // Reading the byte count may itself pull bytes in and emit the input
     // signal again; one check at a time is enough.
@@ -73,7 +73,7 @@ void EventLoopWaiter::InputMayHaveArrived()
         m_loop->quit();
 }
 
-void EventLoopWaiter::OnAbortRequested()
+void EventLoopWaiter::onAbortRequested()
 {
     if (m_loop)
         m_loop->quit();

@@ -21,14 +21,14 @@ class EventLoopWaiter : public QObject, public Waiter
 public:
     explicit EventLoopWaiter(QObject *parent = nullptr);
 
-    bool Wait(std::chrono::milliseconds duration, const std::function<bool()> &enough = {}) override;
+    bool wait(std::chrono::milliseconds duration, const std::function<bool()> &enough = {}) override;
 
     // Ends the current wait early when `sender` emits `signal`, provided the
     // wait's condition holds by then.
     template <typename Sender, typename Signal>
     void watch(const Sender *sender, Signal signal)
     {
-        connect(sender, signal, this, &EventLoopWaiter::InputMayHaveArrived);
+        connect(sender, signal, this, &EventLoopWaiter::inputMayHaveArrived);
     }
 
     // Totals over every wait so far, for measurements: what the protocol
@@ -37,10 +37,10 @@ public:
     std::chrono::milliseconds waitedMs() const { return m_waited; }
 
 public slots:
-    void InputMayHaveArrived();
+    void inputMayHaveArrived();
 
 protected:
-    void OnAbortRequested() override;
+    void onAbortRequested() override;
 
 private:
     QEventLoop *m_loop = nullptr;

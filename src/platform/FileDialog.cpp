@@ -27,11 +27,11 @@ QString FileDialog::qtFilter(const QString &filter)
     return out.join(QStringLiteral(";;"));
 }
 
-void FileDialog::ShowOpen()
+void FileDialog::showOpen()
 {
     show(false);
 }
-void FileDialog::ShowSave()
+void FileDialog::showSave()
 {
     show(true);
 }

@@ -11,10 +11,10 @@ public:
     explicit FileDialog(QWidget *parent = nullptr)
         : m_parent(parent)
     {}
-    void SetParent(QWidget *parent) { m_parent = parent; }
+    void setParent(QWidget *parent) { m_parent = parent; }
 
-    void ShowOpen() override;
-    void ShowSave() override;
+    void showOpen() override;
+    void showSave() override;
 
     // "Olvex ... File (*.OTS)|*.OTS" -> "Olvex ... File (*.OTS *.ots)"; the
     // pattern after the bar is the one matched, in any letter case.

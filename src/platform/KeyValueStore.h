@@ -39,16 +39,16 @@ public:
     virtual ~KeyValueStore() = default;
 
     // True when the key exists.
-    virtual bool OpenKey(const QString &path) = 0;
+    virtual bool openKey(const QString &path) = 0;
     // Name of the index-th subkey (0 upward), or nothing past the last one.
-    virtual std::optional<QString> EnumKey(const QString &path, int index) = 0;
+    virtual std::optional<QString> enumKey(const QString &path, int index) = 0;
     // `bufferSize` is the size the caller reads texts into, NUL included.
-    virtual Value QueryValue(const QString &path, const QString &name, int bufferSize) = 0;
+    virtual Value queryValue(const QString &path, const QString &name, int bufferSize) = 0;
     // Creates the key (and the keys above it) if needed; false when the
     // store cannot be written.
-    virtual bool CreateKey(const QString &path) = 0;
-    virtual bool SetNumber(const QString &path, const QString &name, std::uint32_t value) = 0;
-    virtual bool SetText(const QString &path, const QString &name, const QString &text) = 0;
+    virtual bool createKey(const QString &path) = 0;
+    virtual bool setNumber(const QString &path, const QString &name, std::uint32_t value) = 0;
+    virtual bool setText(const QString &path, const QString &name, const QString &text) = 0;
     // Writes out what was set under the key.
-    virtual void CloseKey(const QString &path) = 0;
+    virtual void closeKey(const QString &path) = 0;
 };

@@ -29,7 +29,7 @@ QMessageBox::StandardButton toButton(Prompter::Answer answer)
 
 } // namespace
 
-Prompter::Answer MessageBoxPrompter::Show(const QString &text, const QString &title, Icon icon,
+Prompter::Answer MessageBoxPrompter::show(const QString &text, const QString &title, Icon icon,
                                           Buttons buttons, Answer defaultAnswer)
 {
     QMessageBox::StandardButtons standard = QMessageBox::Ok;

@@ -11,9 +11,9 @@ public:
     explicit MessageBoxPrompter(QWidget *parent = nullptr)
         : m_parent(parent)
     {}
-    void SetParent(QWidget *parent) { m_parent = parent; }
+    void setParent(QWidget *parent) { m_parent = parent; }
 
-    Answer Show(const QString &text, const QString &title, Icon icon, Buttons buttons,
+    Answer show(const QString &text, const QString &title, Icon icon, Buttons buttons,
                 Answer defaultAnswer) override;
 
 private:

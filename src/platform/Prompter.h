@@ -14,6 +14,6 @@ public:
 
     virtual ~Prompter() = default;
 
-    virtual Answer Show(const QString &text, const QString &title, Icon icon, Buttons buttons = Buttons::Ok,
+    virtual Answer show(const QString &text, const QString &title, Icon icon, Buttons buttons = Buttons::Ok,
                         Answer defaultAnswer = Answer::Ok) = 0;
 };

@@ -33,7 +33,7 @@ QtSerialLink::QtSerialLink(PortSlots ports, QObject *parent)
     : QObject(parent)
     , m_slots(std::move(ports))
 {
-    connect(&m_port, &QSerialPort::readyRead, this, &QtSerialLink::InputArrived);
+    connect(&m_port, &QSerialPort::readyRead, this, &QtSerialLink::inputArrived);
     // A port that goes away (adapter unplugged, simulator gone) is closed
     // here so that the protocol sees a closed port and gives up cleanly.
     connect(&m_port, &QSerialPort::errorOccurred, this, [this](QSerialPort::SerialPortError error) {
@@ -237,7 +237,7 @@ QString QtSerialLink::openFailure(const QString &portName, QSerialPort::SerialPo
     return QStringLiteral("%1: %2").arg(portName, systemText);
 }
 
-QString QtSerialLink::PortName(int port) const
+QString QtSerialLink::portName(int port) const
 {
     return m_slots.name(port);
 }
@@ -257,7 +257,7 @@ const QList<QSerialPortInfo> &QtSerialLink::systemPorts() const
     return m_systemPorts;
 }
 
-QString QtSerialLink::PortDescription(int port) const
+QString QtSerialLink::portDescription(int port) const
 {
     const QString name = m_slots.name(port);
     if (name.isEmpty())

@@ -14,7 +14,7 @@
 // Port slots 1 to 4 are turned into system port names through PortSlots.
 // Opening never touches the modem lines (DTR and RTS stay as the system
 // leaves them), because some units are powered or reset from them.
-// InputArrived() is emitted whenever bytes have come in, so that a waiter
+// inputArrived() is emitted whenever bytes have come in, so that a waiter
 // can end a wait as soon as enough has arrived.
 class QtSerialLink : public QObject, public SerialLink
 {
@@ -35,8 +35,8 @@ public:
     void Output(const QByteArray &bytes) override;
     QByteArray Input() override;
     int InBufferCount() override;
-    QString PortName(int port) const override;
-    QString PortDescription(int port) const override;
+    QString portName(int port) const override;
+    QString portDescription(int port) const override;
 
     QString lastError() const override { return m_lastError; }
 
@@ -47,7 +47,7 @@ public:
                                const QString &systemText);
 
 signals:
-    void InputArrived();
+    void inputArrived();
 
 private:
     bool applySettings(const QString &settings);

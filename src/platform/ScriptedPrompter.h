@@ -17,14 +17,14 @@ public:
         Answer defaultAnswer;
     };
 
-    Answer Show(const QString &text, const QString &title, Icon icon, Buttons buttons,
+    Answer show(const QString &text, const QString &title, Icon icon, Buttons buttons,
                 Answer defaultAnswer) override
     {
         m_shown.append({text, title, icon, buttons, defaultAnswer});
         return m_answers.isEmpty() ? defaultAnswer : m_answers.takeFirst();
     }
 
-    void SetNextAnswer(Answer answer) { m_answers.append(answer); }
+    void setNextAnswer(Answer answer) { m_answers.append(answer); }
     const QList<Shown> &shown() const { return m_shown; }
     void clear()
     {

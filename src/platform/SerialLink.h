@@ -45,12 +45,12 @@ public:
 
     // What to call the port of a slot in front of a user: the system name
     // ("/dev/ttyUSB0", "COM3"), empty when the slot has no port.
-    virtual QString PortName(int port) const = 0;
+    virtual QString portName(int port) const = 0;
     // Why the last attempt to open a port failed, for a person ("/dev/ttyUSB0
     // is in use by another program"); empty when it did not fail.
     virtual QString lastError() const { return {}; }
     // The adapter's own description, for a tooltip; may be empty.
-    virtual QString PortDescription(int port) const
+    virtual QString portDescription(int port) const
     {
         Q_UNUSED(port);
         return {};

@@ -231,13 +231,13 @@ std::optional<QString> SettingsKeyValueStore::group(const QString &path) const
     return rest;
 }
 
-bool SettingsKeyValueStore::OpenKey(const QString &path)
+bool SettingsKeyValueStore::openKey(const QString &path)
 {
     const auto g = group(path);
     return g && hasKeysUnder(*g);
 }
 
-std::optional<QString> SettingsKeyValueStore::EnumKey(const QString &path, int index)
+std::optional<QString> SettingsKeyValueStore::enumKey(const QString &path, int index)
 {
     const auto g = group(path);
     if (!g || index < 0)
@@ -257,7 +257,7 @@ std::optional<QString> SettingsKeyValueStore::EnumKey(const QString &path, int i
     return names.at(index);
 }
 
-KeyValueStore::Value SettingsKeyValueStore::QueryValue(const QString &path, const QString &name,
+KeyValueStore::Value SettingsKeyValueStore::queryValue(const QString &path, const QString &name,
                                                        int bufferSize)
 {
     const auto g = group(path);
@@ -269,7 +269,7 @@ KeyValueStore::Value SettingsKeyValueStore::QueryValue(const QString &path, cons
     return m_typedValues ? decodeTyped(*raw, bufferSize) : decodePrefixed(*raw, bufferSize);
 }
 
-bool SettingsKeyValueStore::CreateKey(const QString &path)
+bool SettingsKeyValueStore::createKey(const QString &path)
 {
     // QSettings makes groups as values are put into them.
     return group(path).has_value() && writable();
@@ -291,7 +291,7 @@ bool SettingsKeyValueStore::setRaw(const QString &path, const QString &name, con
     return true;
 }
 
-bool SettingsKeyValueStore::SetNumber(const QString &path, const QString &name, std::uint32_t value)
+bool SettingsKeyValueStore::setNumber(const QString &path, const QString &name, std::uint32_t value)
 {
     if (m_typedValues)
         return setRaw(path, name, static_cast<int>(value));
@@ -299,12 +299,12 @@ bool SettingsKeyValueStore::SetNumber(const QString &path, const QString &name, 
                   QString(NumberPrefix + QStringLiteral("%1").arg(value, 8, 16, QLatin1Char('0'))));
 }
 
-bool SettingsKeyValueStore::SetText(const QString &path, const QString &name, const QString &text)
+bool SettingsKeyValueStore::setText(const QString &path, const QString &name, const QString &text)
 {
     return setRaw(path, name, m_typedValues ? text : QString(TextPrefix + text));
 }
 
-void SettingsKeyValueStore::CloseKey(const QString &path)
+void SettingsKeyValueStore::closeKey(const QString &path)
 {
     Q_UNUSED(path);
     // Writing out reads the file again, with whatever others put there.

@@ -52,13 +52,13 @@ public:
     SettingsKeyValueStore(std::unique_ptr<QSettings> settings, bool typedValues);
     ~SettingsKeyValueStore() override;
 
-    bool OpenKey(const QString &path) override;
-    std::optional<QString> EnumKey(const QString &path, int index) override;
-    Value QueryValue(const QString &path, const QString &name, int bufferSize) override;
-    bool CreateKey(const QString &path) override;
-    bool SetNumber(const QString &path, const QString &name, std::uint32_t value) override;
-    bool SetText(const QString &path, const QString &name, const QString &text) override;
-    void CloseKey(const QString &path) override;
+    bool openKey(const QString &path) override;
+    std::optional<QString> enumKey(const QString &path, int index) override;
+    Value queryValue(const QString &path, const QString &name, int bufferSize) override;
+    bool createKey(const QString &path) override;
+    bool setNumber(const QString &path, const QString &name, std::uint32_t value) override;
+    bool setText(const QString &path, const QString &name, const QString &text) override;
+    void closeKey(const QString &path) override;
 
 private:
     std::optional<QString> group(const QString &path) const;

@@ -4,7 +4,7 @@
 #include <QFileInfo>
 #include <QUrl>
 
-int DesktopShell::Open(const QString &path)
+int DesktopShell::open(const QString &path)
 {
     // openUrl() cannot tell a missing file from a missing handler, so the
     // file is looked for first: the two get different messages.

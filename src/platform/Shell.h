@@ -16,7 +16,7 @@ public:
 
     virtual ~Shell() = default;
 
-    virtual int Open(const QString &path) = 0;
+    virtual int open(const QString &path) = 0;
 };
 
 // The desktop's own handler, through QDesktopServices. It needs Qt GUI, so
@@ -24,5 +24,5 @@ public:
 class DesktopShell : public Shell
 {
 public:
-    int Open(const QString &path) override;
+    int open(const QString &path) override;
 };

@@ -17,21 +17,21 @@ public:
     // Returns after `duration`, or as soon as `enough` (checked at the start
     // and whenever input may have arrived) returns true, or at once when an
     // abort has been requested. Returns false only when aborted.
-    virtual bool Wait(std::chrono::milliseconds duration, const std::function<bool()> &enough = {}) = 0;
+    virtual bool wait(std::chrono::milliseconds duration, const std::function<bool()> &enough = {}) = 0;
 
     // The form-level abort flag: once set, every wait returns at once. It
     // is usually set from a slot that runs inside a wait (the dialog being
     // closed), so a waiter gets the chance to end the wait in progress.
-    void RequestAbort()
+    void requestAbort()
     {
         m_abortRequested = true;
-        OnAbortRequested();
+        onAbortRequested();
     }
-    void ClearAbort() { m_abortRequested = false; }
+    void clearAbort() { m_abortRequested = false; }
     bool AbortRequested() const { return m_abortRequested; }
 
 protected:
-    virtual void OnAbortRequested() {}
+    virtual void onAbortRequested() {}
 
 private:
     bool m_abortRequested = false;

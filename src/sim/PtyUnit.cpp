@@ -81,9 +81,9 @@ PtyUnit::PtyUnit(const UnitConfig &config, QObject *parent)
         m_unit->advanceTo(m_clock.elapsed());
         scheduleDeadline();
     });
-    m_unit->OutputsChanged = [this](std::uint8_t outputs) { emit OutputsChanged(outputs); };
-    m_unit->ImageReceived = [this](const UnitSimulator::Image &image) {
-        emit ImageReceived(
+    m_unit->outputsChanged = [this](std::uint8_t outputs) { emit outputsChanged(outputs); };
+    m_unit->imageReceived = [this](const UnitSimulator::Image &image) {
+        emit imageReceived(
             QByteArray(reinterpret_cast<const char *>(image.data()), UnitSimulator::ImageSize));
     };
     m_clock.start();
@@ -226,7 +226,7 @@ void PtyUnit::send(const UnitSimulator::Reply &reply)
     const ssize_t written =
         ::write(m_master, reply.bytes.constData(), static_cast<size_t>(reply.bytes.size()));
     if (written > 0)
-        emit BytesSent(reply.bytes.left(written));
+        emit bytesSent(reply.bytes.left(written));
     // Gone a moment after the last answer, so that the host still reads it.
     if (reply.thenVanish)
         QTimer::singleShot(50, this, &PtyUnit::vanish);
@@ -282,11 +282,11 @@ void PtyUnit::feed(const QByteArray &bytes)
     const QString settingsText = currentSettings();
     const auto settings = LineSettings::parse(settingsText);
     if (!settings)
-        emit BytesReceived(bytes, settingsText);
+        emit bytesReceived(bytes, settingsText);
     const auto parts = settings ? sentAt(bytes, *settings, m_unit->awaitingCommandData())
                                 : std::vector<std::pair<QByteArray, LineSettings>>{};
     for (const auto &[part, partSettings] : parts) {
-        emit BytesReceived(part, partSettings.toString());
+        emit bytesReceived(part, partSettings.toString());
         for (const UnitSimulator::Reply &reply : m_unit->feed(part, partSettings, m_clock.elapsed()))
             QTimer::singleShot(reply.delayMs, Qt::PreciseTimer, this, [this, reply] { send(reply); });
     }
@@ -298,7 +298,7 @@ void PtyUnit::vanish()
     const bool wasRunning = isRunning();
     stop();
     if (wasRunning)
-        emit Vanished();
+        emit vanished();
 }
 
 void PtyUnit::scheduleDeadline()

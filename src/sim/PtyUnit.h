@@ -37,7 +37,7 @@ public:
     bool isRunning() const { return m_master >= 0; }
     // Closes the terminal; a host that still has it open sees its port fail.
     void stop();
-    // Disappears as a unit does when it is unplugged: stop() plus Vanished().
+    // Disappears as a unit does when it is unplugged: stop() plus vanished().
     void vanish();
 
     UnitSimulator &unit() { return *m_unit; }
@@ -47,11 +47,11 @@ public:
     QString currentSettings() const;
 
 signals:
-    void BytesReceived(const QByteArray &bytes, const QString &settings);
-    void BytesSent(const QByteArray &bytes);
-    void OutputsChanged(quint8 outputs);
-    void ImageReceived(const QByteArray &image);
-    void Vanished();
+    void bytesReceived(const QByteArray &bytes, const QString &settings);
+    void bytesSent(const QByteArray &bytes);
+    void outputsChanged(quint8 outputs);
+    void imageReceived(const QByteArray &image);
+    void vanished();
 
 private:
     void readAvailable();

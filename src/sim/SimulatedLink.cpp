@@ -26,7 +26,7 @@ const SimulatedLink::Port &SimulatedLink::port(int number) const
     return m_ports[static_cast<std::size_t>(number - 1)];
 }
 
-void SimulatedLink::SetPortKind(int number, PortKind kind)
+void SimulatedLink::setPortKind(int number, PortKind kind)
 {
     Port &p = port(number);
     p.kind = kind;
@@ -34,7 +34,7 @@ void SimulatedLink::SetPortKind(int number, PortKind kind)
         p.unit.reset();
 }
 
-UnitSimulator &SimulatedLink::AttachUnit(int number, const UnitConfig &config)
+UnitSimulator &SimulatedLink::attachUnit(int number, const UnitConfig &config)
 {
     Port &p = port(number);
     p.kind = PortKind::Unit;
@@ -47,19 +47,19 @@ UnitSimulator *SimulatedLink::unit(int number)
     return port(number).unit.get();
 }
 
-void SimulatedLink::SetPortName(int number, const QString &name)
+void SimulatedLink::setPortName(int number, const QString &name)
 {
     port(number).name = name;
 }
 
-QString SimulatedLink::PortName(int number) const
+QString SimulatedLink::portName(int number) const
 {
     if (number < 1 || number > 4)
         return {};
     return port(number).name;
 }
 
-QString SimulatedLink::PortDescription(int number) const
+QString SimulatedLink::portDescription(int number) const
 {
     if (number < 1 || number > 4)
         return {};
@@ -217,7 +217,7 @@ void SimulatedLink::vanish(int number)
     }
 }
 
-void SimulatedLink::InjectInput(int number, const QByteArray &bytes, int delayMs)
+void SimulatedLink::injectInput(int number, const QByteArray &bytes, int delayMs)
 {
     UnitSimulator::Reply reply;
     reply.bytes = bytes;

@@ -39,15 +39,15 @@ public:
     explicit SimulatedLink(VirtualClock &clock);
     ~SimulatedLink() override;
 
-    void SetPortKind(int port, PortKind kind);
+    void setPortKind(int port, PortKind kind);
     // Attaches a unit to the port (replacing any other) and returns it.
-    UnitSimulator &AttachUnit(int port, const UnitConfig &config = {});
+    UnitSimulator &attachUnit(int port, const UnitConfig &config = {});
     UnitSimulator *unit(int port);
-    void SetPortName(int port, const QString &name);
+    void setPortName(int port, const QString &name);
     // Bytes that arrive at the host on the port after `delayMs`, as if sent
     // by something on the line (noise, echoes); lost if the port is closed
     // then.
-    void InjectInput(int port, const QByteArray &bytes, int delayMs = 0);
+    void injectInput(int port, const QByteArray &bytes, int delayMs = 0);
 
     const std::vector<Event> &events() const { return m_events; }
     std::vector<Event> writes() const;
@@ -64,8 +64,8 @@ public:
     void Output(const QByteArray &bytes) override;
     QByteArray Input() override;
     int InBufferCount() override { return static_cast<int>(m_input.size()); }
-    QString PortName(int port) const override;
-    QString PortDescription(int port) const override;
+    QString portName(int port) const override;
+    QString portDescription(int port) const override;
     QString lastError() const override { return m_lastError; }
 
 private:

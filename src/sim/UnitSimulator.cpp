@@ -334,8 +334,8 @@ void UnitSimulator::imageComplete()
     m_image = m_download;
     m_codeHistory.clear();
     m_pulseEnds.fill(std::nullopt);
-    if (ImageReceived)
-        ImageReceived(m_image);
+    if (imageReceived)
+        imageReceived(m_image);
 }
 
 void UnitSimulator::testByte(std::uint8_t byte, qint64 nowMs)
@@ -439,6 +439,6 @@ std::optional<qint64> UnitSimulator::nextDeadline() const
 
 void UnitSimulator::notify(std::uint8_t before)
 {
-    if (m_outputs != before && OutputsChanged)
-        OutputsChanged(m_outputs);
+    if (m_outputs != before && outputsChanged)
+        outputsChanged(m_outputs);
 }

@@ -164,8 +164,8 @@ public:
     // A command byte has come and its data is expected next.
     bool awaitingCommandData() const { return m_command != Command::None; }
 
-    std::function<void(std::uint8_t outputs)> OutputsChanged;
-    std::function<void(const Image &image)> ImageReceived;
+    std::function<void(std::uint8_t outputs)> outputsChanged;
+    std::function<void(const Image &image)> imageReceived;
 
 private:
     enum class Command { None, Restart, Block };

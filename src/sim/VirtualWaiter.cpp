@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-bool VirtualWaiter::Wait(std::chrono::milliseconds duration, const std::function<bool()> &enough)
+bool VirtualWaiter::wait(std::chrono::milliseconds duration, const std::function<bool()> &enough)
 {
     Record record;
     record.startMs = m_clock.now();

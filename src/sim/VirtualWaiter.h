@@ -26,12 +26,12 @@ public:
         : m_clock(clock)
     {}
 
-    bool Wait(std::chrono::milliseconds duration, const std::function<bool()> &enough = {}) override;
+    bool wait(std::chrono::milliseconds duration, const std::function<bool()> &enough = {}) override;
 
     // Runs `action` at virtual time `atMs`, inside whatever wait is in
     // progress then, the way a click or a closed window arrives while the
     // program waits ("close the dialog at t = 2500 ms").
-    void At(qint64 atMs, VirtualClock::Action action) { m_clock.schedule(atMs, std::move(action)); }
+    void at(qint64 atMs, VirtualClock::Action action) { m_clock.schedule(atMs, std::move(action)); }
 
     VirtualClock &clock() { return m_clock; }
     const std::vector<Record> &waits() const { return m_waits; }

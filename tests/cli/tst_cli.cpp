@@ -206,7 +206,7 @@ private slots:
         // The device-type table the commands find, with one row renamed.
         auto store = SettingsKeyValueStore::openIniFile(path(u"types.ini"_s));
         VellTypes().StoreVellTypes(*store);
-        QVERIFY(store->SetText(VellTypes::KeyPath() + u"\\0"_s, u"Name"_s, u"Bench Unit "_s));
+        QVERIFY(store->setText(VellTypes::keyPath() + u"\\0"_s, u"Name"_s, u"Bench Unit "_s));
     }
 
     void commandLine_data()

@@ -375,7 +375,7 @@ private slots:
             QCOMPARE(prompter.shown().first().title, QStringLiteral("Link Launch Error"));
             QCOMPARE(prompter.shown().first().icon, Prompter::Icon::Critical);
         }
-        QCOMPARE(DesktopShell().Open(path("not there.html")), Shell::FileNotFound);
+        QCOMPARE(DesktopShell().open(path("not there.html")), Shell::FileNotFound);
     }
 
     void commandLine_data()

@@ -32,7 +32,7 @@ inline void click(QObject &parent, const QString &name)
 // Shows the dialog and lets its activation search run to the end.
 inline bool activate(UnitDialog &dialog)
 {
-    QSignalSpy finished(&dialog, &UnitDialog::SearchFinished);
+    QSignalSpy finished(&dialog, &UnitDialog::searchFinished);
     dialog.show();
     QCoreApplication::processEvents();
     return finished.count() == 1;

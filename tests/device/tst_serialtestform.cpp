@@ -16,7 +16,7 @@ namespace {
 struct Configured : DialogBench {
     Configured()
     {
-        link.AttachUnit(3);
+        link.attachUnit(3);
         config.OnMessages[1] = code("ON1"_ba);
         config.OffMessages[1] = code("OFF1"_ba);
         config.PulseModes[4] = true;
@@ -120,8 +120,8 @@ private slots:
     void doneDuringTheSearchStopsIt()
     {
         TestBench b;
-        b.link.SetPortKind(1, SimulatedLink::PortKind::Empty);
-        b.waiter.At(500, [&b] { click(b.form, u"Done"_s); });
+        b.link.setPortKind(1, SimulatedLink::PortKind::Empty);
+        b.waiter.at(500, [&b] { click(b.form, u"Done"_s); });
         QVERIFY(activate(b.form));
         QCOMPARE(b.clock.now(), 500);
         QCOMPARE(b.eventsOf(LineBench::Kind::Write, 499), 0);

@@ -89,13 +89,13 @@ private slots:
         config.ParityIndex = static_cast<std::int16_t>(parityIndex);
 
         SerialEditorData message = code("stale"_ba);
-        const TestStrings::Composition c = TestStrings::Compose(selection, config, message);
+        const TestStrings::Composition c = TestStrings::compose(selection, config, message);
         QCOMPARE(c.sendEnabled.value_or(false), sendEnabled);
 
         LineBench b;
         SimulatedLink &link = b.link;
         for (int p = 1; p <= 4; ++p)
-            link.SetPortKind(p, SimulatedLink::PortKind::Empty);
+            link.setPortKind(p, SimulatedLink::PortKind::Empty);
         // A disabled Send cannot be pressed.
         const bool sent =
             sendEnabled && TestStrings::Send(link, selection.port, selection.mode, message, config);
@@ -135,7 +135,7 @@ private slots:
 
         const ConfigData config;
         SerialEditorData message = code("previous text"_ba);
-        TestStrings::Compose(selection, config, message);
+        TestStrings::compose(selection, config, message);
         QCOMPARE(message.NumberOfBytesInMessage(), values.size());
         for (int i = 0; i < values.size(); ++i) {
             QCOMPARE(message.ByteValue(i), values.at(i));
@@ -150,8 +150,8 @@ private slots:
     {
         LineBench b;
         SimulatedLink &link = b.link;
-        link.SetPortKind(1, SimulatedLink::PortKind::Empty);
-        link.SetPortKind(3, SimulatedLink::PortKind::Empty);
+        link.setPortKind(1, SimulatedLink::PortKind::Empty);
+        link.setPortKind(3, SimulatedLink::PortKind::Empty);
         link.SetCommPort(3);
         link.SetPortOpen(true);
         link.clearEvents();

@@ -31,7 +31,7 @@ VellProtocol::ConfigImage sampleImage()
 // A Serial Tavo on port 2, ready to be programmed with the sample image.
 struct Programming : DialogBench {
     VellComms dialog{config, parts()};
-    UnitSimulator &unit = link.AttachUnit(2);
+    UnitSimulator &unit = link.attachUnit(2);
 
     Programming() { config.ConfigImage = sampleImage(); }
 
@@ -79,15 +79,15 @@ private slots:
         QFETCH(QString, problem);
 
         DialogBench bench;
-        bench.link.SetPortKind(2, SimulatedLink::PortKind(kind));
+        bench.link.setPortKind(2, SimulatedLink::PortKind(kind));
         if (kind == 2) {
             UnitConfig unit;
             unit.replyCode = static_cast<std::uint8_t>(reply);
             unit.versionMinor = static_cast<std::uint8_t>(minor);
-            bench.link.AttachUnit(2, unit);
+            bench.link.attachUnit(2, unit);
         }
-        bench.link.SetPortName(2, u"/dev/ttyUSB7"_s);
-        text.replace(u"#"_s, bench.types.at(std::max(0, bench.types.IndexOfReply(reply))).Name);
+        bench.link.setPortName(2, u"/dev/ttyUSB7"_s);
+        text.replace(u"#"_s, bench.types.at(std::max(0, bench.types.indexOfReply(reply))).Name);
 
         VellComms dialog(bench.config, bench.parts());
         QVERIFY(activate(dialog));
@@ -115,7 +115,7 @@ private slots:
         // Each slot is uncovered as soon as its own port is done: while
         // port 2 is searched, only the missing port 1 shows.
         QList<bool> coveredDuringPort2;
-        p.waiter.At(100, [&] {
+        p.waiter.at(100, [&] {
             for (int i = 0; i < 4; ++i)
                 coveredDuringPort2 << child<QFrame>(p.dialog, u"Blanking%1"_s.arg(i))->isVisible();
         });
@@ -172,19 +172,19 @@ private slots:
         QVERIFY(activate(p.dialog));
         UnitConfig &c = p.unit.config();
         if (fault == 1) {
-            p.prompter.SetNextAnswer(Prompter::Answer::Yes);
-            p.unit.ImageReceived = [&c](const UnitSimulator::Image &) { c.probeSilent = true; };
+            p.prompter.setNextAnswer(Prompter::Answer::Yes);
+            p.unit.imageReceived = [&c](const UnitSimulator::Image &) { c.probeSilent = true; };
         }
         c.faultyBlock = 5;
         c.blockFault = fault == 2 ? UnitAckFault::WrongByte : UnitAckFault::None;
         c.restartFault = fault == 3 ? UnitAckFault::WrongByte : UnitAckFault::None;
         c.probeSilent = fault == 4;
         if (fault == 5)
-            p.link.SetPortKind(2, SimulatedLink::PortKind::Missing);
+            p.link.setPortKind(2, SimulatedLink::PortKind::Missing);
 
         // Half-way through the blocks the progress panel covers the slots.
         bool midway = false;
-        p.waiter.At(p.clock.now() + 640, [&p, &midway] {
+        p.waiter.at(p.clock.now() + 640, [&p, &midway] {
             const int value = child<QProgressBar>(p.dialog, u"ProgressBar1"_s)->value();
             midway = child<QFrame>(p.dialog, u"PleaseWait"_s)->isVisible() && value > 0 && value < 1000
                      && child<QLabel>(p.dialog, u"Label2"_s)->text()
@@ -246,9 +246,9 @@ private slots:
         QFETCH(int, atMs);
 
         DialogBench bench;
-        bench.link.SetPortKind(1, SimulatedLink::PortKind::Empty);
-        UnitSimulator &unit = bench.link.AttachUnit(2);
-        bench.link.SetPortKind(3, SimulatedLink::PortKind::Empty);
+        bench.link.setPortKind(1, SimulatedLink::PortKind::Empty);
+        UnitSimulator &unit = bench.link.attachUnit(2);
+        bench.link.setPortKind(3, SimulatedLink::PortKind::Empty);
         auto *dialog = new VellComms(bench.config, bench.parts());
         const QPointer<VellComms> guard(dialog);
         if (programming) {
@@ -256,7 +256,7 @@ private slots:
             click(*dialog, u"Option1_1"_s);
         }
         const qint64 at = bench.clock.now() + atMs;
-        bench.waiter.At(at, [dialog, how] {
+        bench.waiter.at(at, [dialog, how] {
             if (how == 0)
                 click(*dialog, u"Command2"_s);
             else if (how == 1)
@@ -292,19 +292,19 @@ private slots:
         QTemporaryDir dir;
         const auto store = SettingsKeyValueStore::openIniFile(dir.filePath(u"types.ini"_s));
         DialogBench bench;
-        bench.link.AttachUnit(3);
+        bench.link.attachUnit(3);
         DeviceUnitServices services(bench.link, bench.waiter, bench.prompter, *store);
-        services.CheckDeviceTypes();
-        QCOMPARE(store->QueryValue(VellTypes::KeyPath(), u"Version"_s, 4).number, 8u);
+        services.checkDeviceTypes();
+        QCOMPARE(store->queryValue(VellTypes::keyPath(), u"Version"_s, 4).number, 8u);
 
         QString found;
-        services.DialogOpened = [&found](UnitDialog &dialog) {
-            QObject::connect(&dialog, &UnitDialog::SearchFinished, &dialog, [&dialog, &found] {
+        services.dialogOpened = [&found](UnitDialog &dialog) {
+            QObject::connect(&dialog, &UnitDialog::searchFinished, &dialog, [&dialog, &found] {
                 found = child<QLineEdit>(dialog, u"VellType2"_s)->text();
                 click(dialog, u"Command2"_s);
             });
         };
-        services.ShowProgrammingDialog(bench.config, nullptr);
+        services.showProgrammingDialog(bench.config, nullptr);
         QCOMPARE(found, u"Serial Tavo 1.0"_s);
         QVERIFY(!bench.link.PortOpen());
     }

@@ -17,13 +17,13 @@ struct Rig : LineBench {
 
     Rig()
     {
-        protocol.Progress = [this](const QString &label, int value) { progress.append({label, value}); };
+        protocol.onProgress = [this](const QString &label, int value) { progress.append({label, value}); };
     }
 
     // A unit on port 1, the port open, the record empty.
     UnitSimulator &open(const UnitConfig &unit = {})
     {
-        UnitSimulator &attached = link.AttachUnit(1, unit);
+        UnitSimulator &attached = link.attachUnit(1, unit);
         link.SetCommPort(1);
         link.SetPortOpen(true);
         link.clearEvents();
@@ -148,9 +148,9 @@ private slots:
     {
         Rig rig;
         rig.types.at(7).Reply = 0;
-        rig.link.SetPortKind(1, SimulatedLink::PortKind::Empty);
+        rig.link.setPortKind(1, SimulatedLink::PortKind::Empty);
         rig.protocol.search_for_vell();
-        QCOMPARE(rig.protocol.Slots()[0].text, rig.types.at(7).Name);
+        QCOMPARE(rig.protocol.searchSlots()[0].text, rig.types.at(7).Name);
     }
 
     // Restarts and blocks get four attempts each; the fourth failure shows
@@ -252,11 +252,11 @@ private slots:
         UnitConfig config;
         config.replyCode = static_cast<std::uint8_t>(reply);
         const UnitSimulator &unit = rig.open(config);
-        rig.protocol.SetRequireSerialTavo(guarded);
+        rig.protocol.setRequireSerialTavo(guarded);
         QCOMPARE(rig.protocol.program_unit(), result);
         QCOMPARE(rig.writesOf("\x11", Odd), blocks);
         QCOMPARE(unit.imagesReceived(), blocks ? 1 : 0);
-        QCOMPARE(rig.protocol.UnitText(rig.protocol.LastFound()),
+        QCOMPARE(rig.protocol.unitText(rig.protocol.lastFound()),
                  reply == 22 ? u"Serial Tavo 1.0"_s : rig.types.at(0).Name + u"1.0"_s);
         if (result == VellProtocol::ProgramResult::NotSerialTavo) {
             // Only the search went out: no restart, no message.
@@ -272,7 +272,7 @@ private slots:
         VellProtocol::ConfigImage image{};
         for (std::size_t i = 0; i < image.size(); ++i)
             image[i] = static_cast<std::uint8_t>(i * 7 + 3);
-        rig.protocol.SetConfigImage(image);
+        rig.protocol.setConfigImage(image);
         QVERIFY(rig.protocol.Configure_Vell(256));
         QCOMPARE(unit.image(), image);
         QCOMPARE(rig.link.events().front().kind, LineBench::Kind::Read);
@@ -326,11 +326,11 @@ private slots:
         QFETCH(bool, programming);
         Rig rig;
         for (int port = 1; port <= 4; ++port)
-            rig.link.SetPortKind(port, SimulatedLink::PortKind::Empty);
-        rig.waiter.At(300, [&] { rig.waiter.RequestAbort(); });
+            rig.link.setPortKind(port, SimulatedLink::PortKind::Empty);
+        rig.waiter.at(300, [&] { rig.waiter.requestAbort(); });
         if (programming) {
-            rig.protocol.ChooseSlot(0);
-            QCOMPARE(rig.protocol.ProgramChosenSlot(), VellProtocol::ProgramResult::NotResponding);
+            rig.protocol.chooseSlot(0);
+            QCOMPARE(rig.protocol.programChosenSlot(), VellProtocol::ProgramResult::NotResponding);
         } else {
             rig.protocol.search_for_vell();
         }
@@ -361,7 +361,7 @@ private slots:
         config.badCheckByte = routine == 0;
         config.restartFault = routine == 2 ? UnitAckFault::Silent : UnitAckFault::None;
         rig.open(config);
-        rig.waiter.At(abortAt, [&] { rig.waiter.RequestAbort(); });
+        rig.waiter.at(abortAt, [&] { rig.waiter.requestAbort(); });
 
         const bool result = routine == 0   ? rig.protocol.Find_vell(true) != 0
                             : routine == 1 ? rig.protocol.Configure_Vell(256)

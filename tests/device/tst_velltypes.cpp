@@ -16,10 +16,10 @@ QString rowKey(const QString &name)
 
 void writeRow(KeyValueStore &store, const QString &name, int type, int reply, const QString &display)
 {
-    store.SetNumber(rowKey(name), u"Type"_s, static_cast<std::uint32_t>(type));
-    store.SetNumber(rowKey(name), u"Reply"_s, static_cast<std::uint32_t>(reply));
-    store.SetText(rowKey(name), u"Name"_s, display);
-    store.SetText(rowKey(name), u"BootName"_s, display + u"boot"_s);
+    store.setNumber(rowKey(name), u"Type"_s, static_cast<std::uint32_t>(type));
+    store.setNumber(rowKey(name), u"Reply"_s, static_cast<std::uint32_t>(reply));
+    store.setText(rowKey(name), u"Name"_s, display);
+    store.setText(rowKey(name), u"BootName"_s, display + u"boot"_s);
 }
 
 } // namespace
@@ -49,10 +49,10 @@ private slots:
         QVERIFY_THROWS_EXCEPTION(std::out_of_range, table.at(24));
 
         // A reply code names the first row that has it.
-        QCOMPARE(table.IndexOfReply(0), -1);
-        QCOMPARE(table.IndexOfReply(0xFF), -1);
+        QCOMPARE(table.indexOfReply(0), -1);
+        QCOMPARE(table.indexOfReply(0xFF), -1);
         table.at(5).Reply = 22;
-        QCOMPARE(table.IndexOfReply(22), 5);
+        QCOMPARE(table.indexOfReply(22), 5);
     }
 
     void startUp_data()
@@ -79,9 +79,9 @@ private slots:
         if (version.isValid()) {
             VellTypes().StoreVellTypes(store);
             if (version.typeId() == QMetaType::QString)
-                store.SetText(Types, u"Version"_s, version.toString());
+                store.setText(Types, u"Version"_s, version.toString());
             else
-                store.SetNumber(Types, u"Version"_s, static_cast<std::uint32_t>(version.toInt()));
+                store.setNumber(Types, u"Version"_s, static_cast<std::uint32_t>(version.toInt()));
             writeRow(store, u"23"_s, 24, 0x5A, u"Renamed "_s);
         }
         VellTypes table;
@@ -93,11 +93,11 @@ private slots:
         QCOMPARE(table.at(11), VellTypes().at(11));
         QCOMPARE(table.at(3).Name == u"in memory "_s, outcome == 2);
         QCOMPARE(table.at(23).Name, outcome == 1 ? u"Renamed "_s : u"Serial Tavo "_s);
-        QCOMPARE(store.QueryValue(rowKey(u"23"_s), u"Reply"_s, 4).number, outcome == 0 ? 22u : 0x5Au);
+        QCOMPARE(store.queryValue(rowKey(u"23"_s), u"Reply"_s, 4).number, outcome == 0 ? 22u : 0x5Au);
         if (outcome == 0) {
-            QCOMPARE(store.QueryValue(Types, u"Version"_s, 4).number, 8u);
+            QCOMPARE(store.queryValue(Types, u"Version"_s, 4).number, 8u);
             int subkeys = 0;
-            while (store.EnumKey(Types, subkeys))
+            while (store.enumKey(Types, subkeys))
                 ++subkeys;
             QCOMPARE(subkeys, 24);
         }
@@ -128,7 +128,7 @@ private slots:
         VellTypes table;
         table.LoadVellTypes(*m_store);
         QCOMPARE(table.size(), size);
-        QCOMPARE(table.IndexOfReply(0x5B), row);
+        QCOMPARE(table.indexOfReply(0x5B), row);
         if (row >= 0)
             QCOMPARE(table.at(row).Name, u"Odd key "_s);
         // Rows no subkey names stay empty and answer to code 0 only.
@@ -136,7 +136,7 @@ private slots:
             if (i != row)
                 QCOMPARE(table.at(i), VellType{});
         }
-        QCOMPARE(table.IndexOfReply(0), size > 24 ? 24 : -1);
+        QCOMPARE(table.indexOfReply(0), size > 24 ? 24 : -1);
     }
 
     // A value of the wrong kind, or none, ends the reading of its row: the
@@ -162,9 +162,9 @@ private slots:
             if (i == bad && missing)
                 continue;
             if ((i < 2) != (i == bad))
-                m_store->SetNumber(rowKey(u"4"_s), names[i], static_cast<std::uint32_t>(200 + i));
+                m_store->setNumber(rowKey(u"4"_s), names[i], static_cast<std::uint32_t>(200 + i));
             else
-                m_store->SetText(rowKey(u"4"_s), names[i], u"Stored "_s);
+                m_store->setText(rowKey(u"4"_s), names[i], u"Stored "_s);
         }
         VellTypes table;
         table.LoadVellTypes(*m_store);
@@ -178,7 +178,7 @@ private slots:
     void textsStopAtTheirFirstNul()
     {
         VellTypes().StoreVellTypes(*m_store);
-        m_store->SetText(rowKey(u"2"_s), u"Name"_s, u"Short "_s + QChar(u'\0') + u"hidden"_s);
+        m_store->setText(rowKey(u"2"_s), u"Name"_s, u"Short "_s + QChar(u'\0') + u"hidden"_s);
         VellTypes table;
         table.LoadVellTypes(*m_store);
         QCOMPARE(table.at(2).Name, u"Short "_s);

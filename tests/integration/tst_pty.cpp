@@ -35,7 +35,7 @@ struct Host {
         : link(PortSlots({port, QString(), QString(), QString()}))
         , protocol(link, waiter, prompter, types)
     {
-        waiter.watch(&link, &QtSerialLink::InputArrived);
+        waiter.watch(&link, &QtSerialLink::inputArrived);
     }
 
     QtSerialLink link;
@@ -62,7 +62,7 @@ private slots:
             QSKIP(qPrintable(u"no pseudo-terminal: "_s + error));
         Host host(unit.slavePath());
         const ConfigData config = sampleConfiguration();
-        host.protocol.SetConfigImage(config.ConfigImage);
+        host.protocol.setConfigImage(config.ConfigImage);
         host.link.SetCommPort(1);
         host.link.SetPortOpen(true);
 
@@ -78,10 +78,10 @@ private slots:
         QVERIFY(unit.unit().image() == config.ConfigImage);
         QCOMPARE(unit.unit().restarts(), 1);
 
-        QSignalSpy outputs(&unit, &PtyUnit::OutputsChanged);
+        QSignalSpy outputs(&unit, &PtyUnit::outputsChanged);
         host.link.SetSettings(u"19200,e,8,1"_s);
         host.link.Output("ON1");
-        host.waiter.Wait(2s, [&] { return !outputs.isEmpty(); });
+        host.waiter.wait(2s, [&] { return !outputs.isEmpty(); });
         QCOMPARE(unit.unit().outputs(), 0x01);
     }
 
@@ -93,7 +93,7 @@ private slots:
     {
         QTest::addColumn<QByteArray>("command"); // the command byte, then the rest
         QTest::newRow("restart") << QByteArray("\x33\xFF", 2);
-        QTest::newRow("block") << QByteArray(1, '\x11') + VellProtocol::DownloadBlock({}, 3);
+        QTest::newRow("block") << QByteArray(1, '\x11') + VellProtocol::downloadBlock({}, 3);
     }
 
     void commandReadAfterTheSwitchToData()
@@ -106,13 +106,13 @@ private slots:
         Host host(unit.slavePath());
         host.link.SetCommPort(1);
         host.link.SetPortOpen(true);
-        QSignalSpy outputs(&unit, &PtyUnit::OutputsChanged);
+        QSignalSpy outputs(&unit, &PtyUnit::outputsChanged);
 
-        host.link.SetSettings(VellProtocol::CommandSetting());
+        host.link.SetSettings(VellProtocol::commandSetting());
         host.link.Output(command.left(1));
-        host.link.SetSettings(VellProtocol::DataSetting());
+        host.link.SetSettings(VellProtocol::dataSetting());
         host.link.Output(command.mid(1));
-        QVERIFY(host.waiter.Wait(2s, [&] { return host.link.InBufferCount() >= 2; }));
+        QVERIFY(host.waiter.wait(2s, [&] { return host.link.InBufferCount() >= 2; }));
         QCOMPARE(host.link.Input().left(1), QByteArray(1, char(VellProtocol::Acknowledge)));
         QVERIFY(outputs.isEmpty());
     }
@@ -127,7 +127,7 @@ private slots:
             QSKIP(qPrintable(u"no pseudo-terminal: "_s + error));
         Host host(unit.slavePath());
         QStringList probedAt;
-        connect(&unit, &PtyUnit::BytesReceived, this, [&](const QByteArray &bytes, const QString &settings) {
+        connect(&unit, &PtyUnit::bytesReceived, this, [&](const QByteArray &bytes, const QString &settings) {
             if (bytes.endsWith('L'))
                 probedAt << settings;
         });
@@ -137,10 +137,10 @@ private slots:
         qInfo("search of a port where nothing answers: %lld ms (%lld ms of it in waits, %lld ms asked for)",
               clock.elapsed(), qint64(host.waiter.waitedMs().count()),
               qint64(host.waiter.requestedMs().count()));
-        QCOMPARE(host.protocol.Slots()[0].text, u"--------------"_s);
+        QCOMPARE(host.protocol.searchSlots()[0].text, u"--------------"_s);
         // The unit saw every setting of the search on the line, the rates
         // without a standard constant included, and only one pass.
-        QCOMPARE(probedAt, VellProtocol::SearchSettings());
+        QCOMPARE(probedAt, VellProtocol::searchSettings());
         QCOMPARE(unit.unit().restarts(), 0);
     }
 };

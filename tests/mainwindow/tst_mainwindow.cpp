@@ -30,9 +30,9 @@ namespace {
 const QString Untitled = QStringLiteral("Serial Tavo Editor 1.0.3");
 
 struct RecordingUnits : UnitServices {
-    void CheckDeviceTypes() override { ++checks; }
-    void ShowTestDialog(ConfigData &config, QWidget *) override { tested << config; }
-    void ShowProgrammingDialog(ConfigData &config, QWidget *) override { programmed << config; }
+    void checkDeviceTypes() override { ++checks; }
+    void showTestDialog(ConfigData &config, QWidget *) override { tested << config; }
+    void showProgrammingDialog(ConfigData &config, QWidget *) override { programmed << config; }
     int checks = 0;
     QList<ConfigData> tested, programmed;
 };
@@ -52,11 +52,11 @@ struct Window {
 
     explicit Window(const QStringList &arguments = {})
     {
-        window.Start(arguments);
+        window.start(arguments);
         window.show();
         QApplication::setActiveWindow(&window);
     }
-    ConfigData &config() { return window.Config(); }
+    ConfigData &config() { return window.config(); }
     QString title() const { return window.windowTitle(); }
     QString panel(const char *key) const
     {
@@ -81,7 +81,7 @@ struct Window {
     }
     void open(const QString &path)
     {
-        dialog.SetNextFileName(path);
+        dialog.setNextFileName(path);
         click("OPEN");
     }
 };
@@ -141,7 +141,7 @@ private slots:
     void editSaveAndOpenAgain()
     {
         Window w;
-        w.window.RunCommand(QStringLiteral("NEW")); // unchanged: nothing to ask
+        w.window.runCommand(QStringLiteral("NEW")); // unchanged: nothing to ask
         w.open(sample("original.OTS"));
         QCOMPARE(w.panel("SETTINGS"),
                  QStringLiteral("Tavo settings = 19200, baud, Odd parity, 8 Bit data, 1 Stop bit"));
@@ -149,7 +149,7 @@ private slots:
         w.editOutput(0);
         QVERIFY(w.saveEnabled() && w.config().ConfigModified);
         // Out through the panels and their editors, back through a new window.
-        w.dialog.SetNextFileName(path("copy.OTS"));
+        w.dialog.setNextFileName(path("copy.OTS"));
         w.click("SAVEAS");
         QCOMPARE(w.dialog.shown().last().flags, 0x8002);
         QCOMPARE(w.dialog.shown().last().filter,
@@ -208,12 +208,12 @@ private slots:
         Window w;
         w.open(current);
         w.editOutput(0);
-        w.prompter.SetNextAnswer(Answer(answer));
-        w.dialog.SetNextFileName(sample("other.OTS", tavo::configFileText(ConfigData())));
+        w.prompter.setNextAnswer(Answer(answer));
+        w.dialog.setNextFileName(sample("other.OTS", tavo::configFileText(ConfigData())));
         if (command == QLatin1String("close"))
             w.window.close();
         else
-            w.window.RunCommand(command);
+            w.window.runCommand(command);
 
         QCOMPARE(w.prompter.shown().size(), 1);
         QCOMPARE(w.prompter.shown().first().text, QStringLiteral("Save changes?"));
@@ -249,7 +249,7 @@ private slots:
         QFETCH(bool, done);
         QFETCH(QString, shown);
         Window w;
-        w.window.RunCommand(QStringLiteral("NEW"));
+        w.window.runCommand(QStringLiteral("NEW"));
         onNextModal([&](QWidget *dialog) {
             dialog->findChild<QListWidget *>(QStringLiteral("BaudrateList"))->setCurrentRow(baud);
             dialog->findChild<QListWidget *>(QStringLiteral("ParityList"))->setCurrentRow(parity);
@@ -292,7 +292,7 @@ private slots:
         w.open(sample("odd.OTS", withLine(tavo::configFileText(varied()), line, content)));
         QCOMPARE(w.title(), QStringLiteral("odd")); // it loads
         const auto dialogs = w.dialog.shown().size();
-        w.window.RunCommand(command); // and the command fails without a word
+        w.window.runCommand(command); // and the command fails without a word
         QCOMPARE(w.title(), Untitled);
         QCOMPARE(w.panel("FILENAME"), QString());
         QVERIFY(w.prompter.shown().isEmpty());
@@ -320,7 +320,7 @@ private slots:
         // the configuration where it came from, then remembers the export's.
         Window e;
         e.open(p);
-        e.dialog.SetNextFileName(path("named.BDX"));
+        e.dialog.setNextFileName(path("named.BDX"));
         e.click("EXPORT");
         QCOMPARE(e.dialog.shown().last().proposedName, path("named.BDX"));
         QCOMPARE(e.dialog.shown().last().flags, 0x8002);
@@ -378,9 +378,9 @@ private slots:
         QCOMPARE(w.units.programmed.first().ConfigImage[17 + 15 * 5], 'G');
 
         SerialTavo bare; // without unit services both do their own part only
-        bare.Start();
-        bare.RunCommand(QStringLiteral("DOWNLOAD"));
-        QCOMPARE(bare.Config().ConfigImage[0], 1);
+        bare.start();
+        bare.runCommand(QStringLiteral("DOWNLOAD"));
+        QCOMPARE(bare.config().ConfigImage[0], 1);
     }
 
     // The check follows the user's typing: marks on the panels, the count
@@ -417,13 +417,13 @@ private slots:
         if (!shots.isEmpty())
             QVERIFY(QDir().mkpath(shots) && w.window.grab().save(shots + QStringLiteral("/check-marks.png")));
 
-        w.prompter.SetNextAnswer(Answer::No);
+        w.prompter.setNextAnswer(Answer::No);
         w.click("DOWNLOAD");
         QVERIFY(w.units.programmed.isEmpty());
         QVERIFY(w.prompter.shown().constLast().text.startsWith(
             QStringLiteral("The configuration has 1 error: Output 1 On and Output 1 Off are the same code")));
         QVERIFY(w.prompter.shown().constLast().text.endsWith(QStringLiteral("Download anyway?")));
-        w.prompter.SetNextAnswer(Answer::Yes);
+        w.prompter.setNextAnswer(Answer::Yes);
         w.click("DOWNLOAD");
         QCOMPARE(w.units.programmed.size(), 1);
 
@@ -467,8 +467,8 @@ private slots:
         if (edited)
             w.editOutput(6);
         else
-            w.window.RunCommand(QStringLiteral("NEW")); // disables SAVE
-        w.prompter.SetNextAnswer(Answer::No);
+            w.window.runCommand(QStringLiteral("NEW")); // disables SAVE
+        w.prompter.setNextAnswer(Answer::No);
         QTest::keySequence(&w.window, keys);
         QCOMPARE(int(w.dialog.shown().size()), dialogs);
         QCOMPARE(w.shell.opened, launches ? QStringList{QCoreApplication::applicationDirPath()

@@ -129,7 +129,7 @@ private slots:
         const QString file = dir.filePath(QStringLiteral("types.ini"));
         writeFile(file, "[Types]\n" + line.toLatin1() + "\n");
         auto store = SettingsKeyValueStore::openIniFile(file);
-        const KeyValueStore::Value v = store->QueryValue(Types, QStringLiteral("Value"), 255);
+        const KeyValueStore::Value v = store->queryValue(Types, QStringLiteral("Value"), 255);
         QCOMPARE(v.status, Status::Success);
         QCOMPARE(int(v.kind), kind);
         QCOMPARE(v.number, number);
@@ -145,25 +145,25 @@ private slots:
         const QString row = Types + QStringLiteral("\\12");
         {
             auto store = SettingsKeyValueStore::openIniFile(file);
-            QVERIFY(store->CreateKey(row));
-            QVERIFY(store->SetNumber(Types, QStringLiteral("Version"), 8));
-            QVERIFY(store->SetText(row, QStringLiteral("Name"), QStringLiteral(" a, b = c ")));
-            QVERIFY(store->SetNumber(row, QStringLiteral("Reply"), 0xEE));
-            store->CloseKey(row);
+            QVERIFY(store->createKey(row));
+            QVERIFY(store->setNumber(Types, QStringLiteral("Version"), 8));
+            QVERIFY(store->setText(row, QStringLiteral("Name"), QStringLiteral(" a, b = c ")));
+            QVERIFY(store->setNumber(row, QStringLiteral("Reply"), 0xEE));
+            store->closeKey(row);
         }
         auto store = SettingsKeyValueStore::openIniFile(file);
-        QVERIFY(store->OpenKey(Types) && store->OpenKey(row));
-        QVERIFY(!store->OpenKey(Types + QStringLiteral("\\13")));
-        QCOMPARE(store->QueryValue(Types, QStringLiteral("Version"), 4).number, 8u);
-        const auto name = store->QueryValue(row, QStringLiteral("Name"), 255);
+        QVERIFY(store->openKey(Types) && store->openKey(row));
+        QVERIFY(!store->openKey(Types + QStringLiteral("\\13")));
+        QCOMPARE(store->queryValue(Types, QStringLiteral("Version"), 4).number, 8u);
+        const auto name = store->queryValue(row, QStringLiteral("Name"), 255);
         QCOMPARE(name.kind, Kind::Text);
         QCOMPARE(name.text, QStringLiteral(" a, b = c "));
-        QCOMPARE(store->QueryValue(row, QStringLiteral("Reply"), 4).number, 0xEEu);
-        QCOMPARE(store->QueryValue(row, QStringLiteral("Type"), 4).status, Status::NotFound);
+        QCOMPARE(store->queryValue(row, QStringLiteral("Reply"), 4).number, 0xEEu);
+        QCOMPARE(store->queryValue(row, QStringLiteral("Type"), 4).status, Status::NotFound);
 
         // Texts longer than the buffer come back cut, saying how long they are.
-        store->SetText(Types, QStringLiteral("Name"), QString(300, QLatin1Char('x')));
-        const auto cut = store->QueryValue(Types, QStringLiteral("Name"), 255);
+        store->setText(Types, QStringLiteral("Name"), QString(300, QLatin1Char('x')));
+        const auto cut = store->queryValue(Types, QStringLiteral("Name"), 255);
         QCOMPARE(cut.status, Status::MoreData);
         QCOMPARE(cut.size, 301);
         QCOMPARE(cut.text.size(), 255);
@@ -191,17 +191,17 @@ private slots:
             inMemory ? SettingsKeyValueStore::inMemory(values) : SettingsKeyValueStore::openIniFile(file);
         QStringList names;
         for (int i = 0;; ++i) {
-            const auto name = store->EnumKey(Types, i);
+            const auto name = store->enumKey(Types, i);
             if (!name)
                 break;
             names.append(*name);
         }
         QCOMPARE(names, QStringList({u"0"_s, u"10"_s, u"2"_s, u"a"_s, u"B"_s}));
-        QVERIFY(!store->EnumKey(Types, -1));
+        QVERIFY(!store->enumKey(Types, -1));
         // A subkey written since is listed too.
-        QVERIFY(store->SetNumber(Types + u"\\1"_s, u"Type"_s, 1));
-        QCOMPARE(store->EnumKey(Types, 1), u"1"_s);
-        QCOMPARE(store->EnumKey(Types, 5), u"B"_s);
+        QVERIFY(store->setNumber(Types + u"\\1"_s, u"Type"_s, 1));
+        QCOMPARE(store->enumKey(Types, 1), u"1"_s);
+        QCOMPARE(store->enumKey(Types, 5), u"B"_s);
     }
 
     // Every wait here would last a minute; what ends it decides the result.
@@ -228,23 +228,23 @@ private slots:
             if (how == 0) {
                 arrived = true;
             } else if (how == 1) {
-                waiter.RequestAbort();
+                waiter.requestAbort();
             } else {
-                QTimer::singleShot(0, &waiter, [&] { waiter.RequestAbort(); });
-                inner = waiter.Wait(60s);
+                QTimer::singleShot(0, &waiter, [&] { waiter.requestAbort(); });
+                inner = waiter.wait(60s);
             }
         });
         QElapsedTimer clock;
         clock.start();
-        QCOMPARE(waiter.Wait(60s, [&] { return arrived; }), result);
+        QCOMPARE(waiter.wait(60s, [&] { return arrived; }), result);
         QVERIFY(clock.elapsed() < 60000);
         QCOMPARE(inner, how != 2);
         if (result)
             return;
         // Once set, the flag stops every later wait before it starts.
-        QVERIFY(!waiter.Wait(60s, [] { return true; }));
-        waiter.ClearAbort();
-        QVERIFY(waiter.Wait(60s, [] { return true; }));
+        QVERIFY(!waiter.wait(60s, [] { return true; }));
+        waiter.clearAbort();
+        QVERIFY(waiter.wait(60s, [] { return true; }));
     }
 
     // A port another program holds, and one the user may not open: each

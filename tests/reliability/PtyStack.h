@@ -26,7 +26,7 @@ public:
     std::function<Answer(const QString &text, const QString &title)> answer;
     QStringList shown;
 
-    Answer Show(const QString &text, const QString &title, Icon, Buttons, Answer defaultAnswer) override
+    Answer show(const QString &text, const QString &title, Icon, Buttons, Answer defaultAnswer) override
     {
         shown << title + QStringLiteral(" | ") + text;
         return answer ? answer(text, title) : defaultAnswer;
@@ -54,7 +54,7 @@ public:
     QString Settings() const override { return m_link.Settings(); }
     QByteArray Input() override { return m_link.Input(); }
     int InBufferCount() override { return m_link.InBufferCount(); }
-    QString PortName(int port) const override { return m_link.PortName(port); }
+    QString portName(int port) const override { return m_link.portName(port); }
 
     void Output(const QByteArray &bytes) override
     {
@@ -84,10 +84,10 @@ struct Stack {
     explicit Stack(const PtyUnit &unit)
         : link(PortSlots(QStringList{unit.slavePath(), QString(), QString(), QString()}))
     {
-        waiter.watch(&link, &QtSerialLink::InputArrived);
+        waiter.watch(&link, &QtSerialLink::inputArrived);
         watched = std::make_unique<WatchedLink>(link);
         protocol = std::make_unique<VellProtocol>(*watched, waiter, prompter, types);
-        protocol->Progress = [this](const QString &label, int) { progress << label; };
+        protocol->onProgress = [this](const QString &label, int) { progress << label; };
     }
 
     void useUnit(const PtyUnit &unit)

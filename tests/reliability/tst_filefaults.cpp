@@ -129,7 +129,7 @@ struct Window {
     ScriptedCommonDialog dialog;
     SerialTavo window{SerialTavo::Services{&prompter, &dialog, nullptr, nullptr}};
 
-    Window() { window.Start(); }
+    Window() { window.start(); }
 
     Outcome outcome() const
     {
@@ -139,7 +139,7 @@ struct Window {
                               + QString::number(int(m.icon));
         o.currentFileName = window.CurrentFileName();
         o.caption = window.windowTitle();
-        o.modified = const_cast<SerialTavo &>(window).Config().ConfigModified;
+        o.modified = const_cast<SerialTavo &>(window).config().ConfigModified;
         return o;
     }
 };
@@ -215,22 +215,22 @@ private slots:
         const QByteArray targetBefore = readAll(target);
 
         Window w;
-        w.dialog.SetNextFileName(opened);
-        w.window.RunCommand(QStringLiteral("OPEN"));
+        w.dialog.setNextFileName(opened);
+        w.window.runCommand(QStringLiteral("OPEN"));
         QCOMPARE(w.window.CurrentFileName(), opened);
-        w.window.Config().ConfigModified = true;
+        w.window.config().ConfigModified = true;
         // SAVE of a named configuration writes it under its own name; for the
         // other faults the user picks the bad name in Save As.
         const QString run = saving && fault != Fault::FileSizeLimit ? QStringLiteral("SAVEAS") : command;
         if (run != QLatin1String("SAVE"))
-            w.dialog.SetNextFileName(target);
+            w.dialog.setNextFileName(target);
         const QStringList before = listing(m_dir.path());
 
         Outcome outcome;
         QVERIFY(inChild(
             limit,
             [&] {
-                w.window.RunCommand(run);
+                w.window.runCommand(run);
                 return w.outcome();
             },
             outcome));
@@ -265,17 +265,17 @@ private slots:
         const QString target = saving ? opened : path(QStringLiteral("current.BDX"));
 
         Window w;
-        w.dialog.SetNextFileName(opened);
-        w.window.RunCommand(QStringLiteral("OPEN"));
+        w.dialog.setNextFileName(opened);
+        w.window.runCommand(QStringLiteral("OPEN"));
         if (!saving)
-            w.dialog.SetNextFileName(target);
+            w.dialog.setNextFileName(target);
         const qsizetype expectedSize =
-            saving ? tavo::configFileText(w.window.Config()).size() : tavo::ExportFileSize;
+            saving ? tavo::configFileText(w.window.config()).size() : tavo::ExportFileSize;
         Outcome outcome;
         QVERIFY(inChild(
             rlim_t(expectedSize),
             [&] {
-                w.window.RunCommand(command);
+                w.window.runCommand(command);
                 return w.outcome();
             },
             outcome));

@@ -47,7 +47,7 @@ private:
     void scheduleNext(int delayMs)
     {
         m_clock.scheduleIn(delayMs, [this] {
-            InjectInput(1, pattern.mid(m_next++ % pattern.size(), 1));
+            injectInput(1, pattern.mid(m_next++ % pattern.size(), 1));
             scheduleNext(FloodPeriodMs);
         });
     }
@@ -68,7 +68,7 @@ struct Rig {
 
     Rig()
     {
-        protocol.Progress = [this](const QString &label, int) { progress << label; };
+        protocol.onProgress = [this](const QString &label, int) { progress << label; };
     }
 
     // Writes of `bytes` at `settings` to the unit's port.
@@ -118,8 +118,8 @@ private slots:
         Rig rig;
         UnitConfig config;
         config.probeSilent = true; // it babbles instead of answering
-        rig.link.AttachUnit(1, config);
-        rig.link.SetPortKind(2, SimulatedLink::PortKind::Empty);
+        rig.link.attachUnit(1, config);
+        rig.link.setPortKind(2, SimulatedLink::PortKind::Empty);
         rig.link.pattern = pattern;
         rig.link.startFlood();
 
@@ -128,13 +128,13 @@ private slots:
         // Rejected answers: three passes of seven settings, with a restart
         // after each; the other ports were searched after it.
         QCOMPARE(rig.writesOf("L", QStringLiteral("2400,n,8,2")), 3);
-        QCOMPARE(rig.writesOf("3", VellProtocol::CommandSetting()), 3);
-        const SearchSlot &slot = rig.protocol.Slots()[0];
+        QCOMPARE(rig.writesOf("3", VellProtocol::commandSetting()), 3);
+        const SearchSlot &slot = rig.protocol.searchSlots()[0];
         QCOMPARE(slot.found, 0);
-        QCOMPARE(slot.text, VellProtocol::NothingFound());
+        QCOMPARE(slot.text, VellProtocol::nothingFound());
         QVERIFY(slot.textVisible && !slot.optionEnabled && !slot.covered);
-        QVERIFY(!rig.protocol.Slots()[1].covered);
-        QCOMPARE(rig.protocol.ChosenSlot(), -1);
+        QVERIFY(!rig.protocol.searchSlots()[1].covered);
+        QCOMPARE(rig.protocol.chosenSlot(), -1);
         QVERIFY(!rig.link.PortOpen());
         QVERIFY(rig.prompter.shown().isEmpty());
     }
@@ -167,7 +167,7 @@ private slots:
         QFETCH(int, blocksSent);
 
         Rig rig;
-        UnitSimulator &unit = rig.link.AttachUnit(1);
+        UnitSimulator &unit = rig.link.attachUnit(1);
         rig.link.pattern = QByteArray("\x0F\x55\xAA", 3);
         // The garbage starts with the command byte of the exchange, so it is
         // there before the unit can answer. (Started any later, the unit's
@@ -176,9 +176,9 @@ private slots:
         // pass on its second try.)
         int blocksSeen = 0;
         rig.link.startsFlood = [&](const QByteArray &bytes, const QString &settings) {
-            if (settings == VellProtocol::DataSetting() && bytes.size() == 11)
+            if (settings == VellProtocol::dataSetting() && bytes.size() == 11)
                 ++blocksSeen;
-            if (settings != VellProtocol::CommandSetting())
+            if (settings != VellProtocol::commandSetting())
                 return false;
             if (floodAtBlock >= 0)
                 return bytes == "\x11" && blocksSeen == floodAtBlock;
@@ -190,7 +190,7 @@ private slots:
         QCOMPARE(int(rig.protocol.program_unit()), code);
         QVERIFY(rig.link.flooding());
         QCOMPARE(rig.messages(), messages);
-        QCOMPARE(rig.writesOf("\x11", VellProtocol::CommandSetting()), blocksSent);
+        QCOMPARE(rig.writesOf("\x11", VellProtocol::commandSetting()), blocksSent);
         // The bar never claims a download that did not happen.
         QCOMPARE(rig.progress.contains(QStringLiteral("100%")), floodAtBlock < 0);
         // The unit itself got every block it was sent; only its answers were

@@ -23,8 +23,8 @@ private slots:
         if (!unit.start(&error))
             QSKIP(qPrintable(QStringLiteral("no pseudo-terminal: ") + error));
         Stack stack(unit);
-        connect(&unit, &PtyUnit::Vanished, this, [&] { stack.watched->unitGone = true; });
-        stack.protocol->SetConfigImage(imageFor(1));
+        connect(&unit, &PtyUnit::vanished, this, [&] { stack.watched->unitGone = true; });
+        stack.protocol->setConfigImage(imageFor(1));
 
         stack.link.SetCommPort(1);
         stack.link.SetPortOpen(true);
@@ -37,7 +37,7 @@ private slots:
         QCOMPARE(stack.prompter.shown,
                  QStringList{QStringLiteral("Error!  %1 | No reply to download").arg(lastBlock + 1)});
         QVERIFY(!stack.progress.contains(QStringLiteral("100%")));
-        QCOMPARE(stack.progress.last(), VellProtocol::ProgressText(lastBlock, 32));
+        QCOMPARE(stack.progress.last(), VellProtocol::progressText(lastBlock, 32));
         // The link closed the port when it failed, and refused every write
         // from then on: nothing went to whatever might take the port's name.
         QVERIFY(!stack.link.PortOpen());
@@ -52,12 +52,12 @@ private slots:
         stack.useUnit(again);
         stack.prompter.shown.clear();
         stack.protocol->search_for_vell();
-        const SearchSlot &slot = stack.protocol->Slots()[0];
+        const SearchSlot &slot = stack.protocol->searchSlots()[0];
         QCOMPARE(slot.text, QStringLiteral("Serial Tavo 1.0"));
         QVERIFY(slot.optionEnabled);
-        stack.protocol->ChooseSlot(0);
-        stack.protocol->SetConfigImage(imageFor(2));
-        QCOMPARE(stack.protocol->ProgramChosenSlot(), VellProtocol::ProgramResult::Finished);
+        stack.protocol->chooseSlot(0);
+        stack.protocol->setConfigImage(imageFor(2));
+        QCOMPARE(stack.protocol->programChosenSlot(), VellProtocol::ProgramResult::Finished);
         QCOMPARE(stack.prompter.shown, QStringList{QStringLiteral("All sent ok | Program another tavo")});
         QCOMPARE(bytesOf(again.unit().image()), bytesOf(imageFor(2)));
         QVERIFY(!stack.link.PortOpen());

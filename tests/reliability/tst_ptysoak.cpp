@@ -71,17 +71,17 @@ private slots:
         VellProtocol &protocol = *stack.protocol;
 
         stack.prompter.answer = [](const QString &, const QString &) { return Answer::No; };
-        protocol.SetConfigImage(imageFor(1));
+        protocol.setConfigImage(imageFor(1));
         protocol.search_for_vell();
-        protocol.ChooseSlot(0);
-        QCOMPARE(protocol.ProgramChosenSlot(), VellProtocol::ProgramResult::Finished);
+        protocol.chooseSlot(0);
+        QCOMPARE(protocol.programChosenSlot(), VellProtocol::ProgramResult::Finished);
         QCOMPARE(bytesOf(unit.unit().image()), bytesOf(imageFor(1)));
         const int descriptors = openDescriptors();
         const qint64 resident = residentKb();
 
         QList<int> failedRuns;
         for (int run = 2; run <= Runs; ++run) {
-            protocol.SetConfigImage(imageFor(run));
+            protocol.setConfigImage(imageFor(run));
             stack.link.SetPortOpen(true);
             const bool ok = stack.link.PortOpen() && protocol.Configure_Vell(VellProtocol::ImageSize)
                             && protocol.restart_unit();

@@ -149,7 +149,7 @@ private slots:
         unit.feed(static_cast<std::uint8_t>(initial), setting(u"9600,n,8,1"_s), -1000);
         unit.advanceTo(-500);
         int reported = initial;
-        unit.OutputsChanged = [&](std::uint8_t outputs) { reported = outputs; };
+        unit.outputsChanged = [&](std::uint8_t outputs) { reported = outputs; };
         for (qsizetype i = 0; i < sent.size(); ++i)
             unit.feed(static_cast<std::uint8_t>(sent[i]), setting(u"9600,n,8,1"_s), times[i]);
         while (const auto deadline = unit.nextDeadline())

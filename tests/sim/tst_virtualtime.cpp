@@ -60,10 +60,10 @@ private slots:
         VirtualWaiter waiter(clock);
         bool arrived = false;
         if (arrivalMs >= 0)
-            waiter.At(1000 + arrivalMs, [&] { arrived = true; });
+            waiter.at(1000 + arrivalMs, [&] { arrived = true; });
         if (abortMs >= 0)
-            waiter.At(1000 + abortMs, [&] { waiter.RequestAbort(); });
-        QCOMPARE(waiter.Wait(500ms, [&] { return arrived; }), result);
+            waiter.at(1000 + abortMs, [&] { waiter.requestAbort(); });
+        QCOMPARE(waiter.wait(500ms, [&] { return arrived; }), result);
         const auto &w = waiter.waits().front();
         QCOMPARE(w.startMs, 1000);
         QCOMPARE(w.elapsedMs.count(), elapsed);

@@ -83,7 +83,7 @@ inline QByteArray withLine(const QByteArray &text, int number, const QByteArray 
 
 // Records what it is asked to open and answers with a fixed launch code.
 struct RecordingShell : Shell {
-    int Open(const QString &path) override
+    int open(const QString &path) override
     {
         opened << path;
         return code;

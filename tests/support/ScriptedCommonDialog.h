@@ -17,11 +17,11 @@ public:
         QString proposedName;
     };
 
-    void SetNextFileName(const QString &name) { m_names.append(name); }
+    void setNextFileName(const QString &name) { m_names.append(name); }
     const QList<Shown> &shown() const { return m_shown; }
 
-    void ShowOpen() override { answer(false); }
-    void ShowSave() override { answer(true); }
+    void showOpen() override { answer(false); }
+    void showSave() override { answer(true); }
 
 private:
     void answer(bool save)
