@@ -6,14 +6,14 @@
 //   bench_download [--runs N] [--no-child]
 
 #include "BenchSupport.h"
-#include "PtyHosts.h"
-#include "VellProtocol.h"
-#include "VellTypes.h"
 #include "EventLoopWaiter.h"
+#include "PtyHosts.h"
 #include "QtSerialLink.h"
 #include "ScriptedPrompter.h"
 #include "SimulatedLink.h"
 #include "UnitSimulator.h"
+#include "VellProtocol.h"
+#include "VellTypes.h"
 #include "VirtualClock.h"
 #include "VirtualWaiter.h"
 

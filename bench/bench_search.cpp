@@ -6,13 +6,13 @@
 //   bench_search [--runs N] [--no-child]
 
 #include "BenchSupport.h"
-#include "PtyHosts.h"
-#include "VellProtocol.h"
-#include "VellTypes.h"
 #include "EventLoopWaiter.h"
+#include "PtyHosts.h"
 #include "QtSerialLink.h"
 #include "ScriptedPrompter.h"
 #include "SimulatedLink.h"
+#include "VellProtocol.h"
+#include "VellTypes.h"
 #include "VirtualClock.h"
 #include "VirtualWaiter.h"
 

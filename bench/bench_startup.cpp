@@ -10,9 +10,9 @@
 //   bench_startup [--runs N] [--editor PATH] [--tavo PATH]
 
 #include "BenchSupport.h"
-#include "Launcher.h"
 #include "ConfigData.h"
 #include "ConfigFile.h"
+#include "Launcher.h"
 
 #include <QCoreApplication>
 #include <QTemporaryDir>

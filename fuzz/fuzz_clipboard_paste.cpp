@@ -10,8 +10,8 @@
 // accepted text holds no more bytes than a message has slots; whatever was
 // accepted encodes to a text that reads back as the same bytes, and that
 // text is its own encoding again.
-#include "FuzzCheck.h"
 #include "ClipboardCodec.h"
+#include "FuzzCheck.h"
 
 #include <cstdint>
 

@@ -7,9 +7,9 @@
 // was. A file that reads fully writes back and reads again to the same
 // configuration, unless it held a code longer than the slots (which the
 // reader takes and the writer refuses).
+#include "ConfigFile.h"
 #include "FuzzCheck.h"
 #include "FuzzScratch.h"
-#include "ConfigFile.h"
 
 #include <QFile>
 

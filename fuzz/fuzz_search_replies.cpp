@@ -15,10 +15,10 @@
 // block; it reports success exactly when it shows no message and its
 // progress reached 100%, and a failure with one of its two messages.
 #include "FuzzCheck.h"
-#include "VellProtocol.h"
-#include "VellTypes.h"
 #include "ScriptedPrompter.h"
 #include "SimulatedLink.h"
+#include "VellProtocol.h"
+#include "VellTypes.h"
 #include "VirtualWaiter.h"
 
 #include <cstdint>

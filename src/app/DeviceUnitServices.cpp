@@ -1,11 +1,11 @@
 #include "DeviceUnitServices.h"
 
-#include "SerialTestForm.h"
-#include "VellComms.h"
 #include "EventLoopWaiter.h"
 #include "MessageBoxPrompter.h"
 #include "QtSerialLink.h"
+#include "SerialTestForm.h"
 #include "SettingsKeyValueStore.h"
+#include "VellComms.h"
 
 DeviceUnitServices::DeviceUnitServices(const PortSlots &ports)
     : m_ownLink(std::make_unique<QtSerialLink>(ports))

@@ -1,8 +1,8 @@
 #include "DeviceUnitServices.h"
 #include "Product.h"
+#include "PtyUnit.h"
 #include "SerialTavo.h"
 #include "ToolbarIcons.h"
-#include "PtyUnit.h"
 
 #include <QApplication>
 #include <QCommandLineParser>

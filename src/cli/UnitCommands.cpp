@@ -206,7 +206,9 @@ int runProgram(const QStringList &args)
     VellProtocol &protocol = session.protocol;
     protocol.setConfigImage(config.ConfigImage);
     protocol.setRequireSerialTavo(true);
-    protocol.onProgress = [](const QString &label, int) { progress(QStringLiteral("Programming: ") + label); };
+    protocol.onProgress = [](const QString &label, int) {
+        progress(QStringLiteral("Programming: ") + label);
+    };
     err() << "Programming " << portName << " with " << file << Qt::endl;
     protocol.chooseSlot(0);
     VellProtocol::ProgramResult result = VellProtocol::ProgramResult::Finished;

@@ -1,7 +1,7 @@
 #include "ClipboardCodec.h"
 
-#include "NumericText.h"
 #include "Logging.h"
+#include "NumericText.h"
 
 #include <exception>
 

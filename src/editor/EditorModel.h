@@ -1,8 +1,8 @@
 #pragma once
 
 #include "ByteDisplay.h"
-#include "UndoHistory.h"
 #include "SerialEditorData.h"
+#include "UndoHistory.h"
 
 #include <QObject>
 #include <QString>

@@ -1,7 +1,7 @@
 #include "byteEditor.h"
 
-#include "NumericText.h"
 #include "ArrowButton.h"
+#include "NumericText.h"
 #include "Twips.h"
 
 #include <QEvent>

@@ -1,11 +1,11 @@
-#include "support/ConfigSamples.h"
 #include "ConfigFile.h"
 #include "ConfigImage.h"
 #include "DocumentLauncher.h"
 #include "ExportFile.h"
 #include "FileNames.h"
-#include "SerialSettings.h"
 #include "ScriptedPrompter.h"
+#include "SerialSettings.h"
+#include "support/ConfigSamples.h"
 
 #include <QDir>
 #include <QTemporaryDir>

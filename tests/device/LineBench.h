@@ -1,9 +1,9 @@
 #pragma once
 
-#include "VellTypes.h"
 #include "ConfigData.h"
 #include "ScriptedPrompter.h"
 #include "SimulatedLink.h"
+#include "VellTypes.h"
 #include "VirtualWaiter.h"
 
 #include <QStringList>

@@ -1,6 +1,6 @@
 #include "DialogBench.h"
-#include "SerialTestForm.h"
 #include "SerialEditor.h"
+#include "SerialTestForm.h"
 
 #include <QGroupBox>
 #include <QLabel>

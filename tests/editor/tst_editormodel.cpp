@@ -1,5 +1,5 @@
-#include "EditorTestUtil.h"
 #include "ClipboardCodec.h"
+#include "EditorTestUtil.h"
 
 #include <QRandomGenerator>
 #include <QRegularExpression>

@@ -1,5 +1,5 @@
-#include "SerialEditor.h"
 #include "OutputControl.h"
+#include "SerialEditor.h"
 #include "byteEditor.h"
 
 #include <QGroupBox>

@@ -3,12 +3,12 @@
 // nothing half-written is left behind. Then unusual numbers in a
 // configuration file, and what each one does to the configuration.
 #include "ConfigFile.h"
-#include "support/ConfigSamples.h"
 #include "ExportFile.h"
 #include "Product.h"
-#include "SerialTavo.h"
-#include "support/ScriptedCommonDialog.h"
 #include "ScriptedPrompter.h"
+#include "SerialTavo.h"
+#include "support/ConfigSamples.h"
+#include "support/ScriptedCommonDialog.h"
 
 #include <QDataStream>
 #include <QDir>
