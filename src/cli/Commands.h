@@ -15,6 +15,7 @@ int runProgram(const QStringList &args);
 int runSend(const QStringList &args);
 int runSim(const QStringList &args);
 int runCheck(const QStringList &args);
+int runPorts(const QStringList &args);
 
 struct Command {
     const char *name;

@@ -42,6 +42,8 @@ namespace {
 
 bool progressPending = false;
 
+} // namespace
+
 bool errIsTerminal()
 {
 #ifdef Q_OS_WIN
@@ -51,8 +53,6 @@ bool errIsTerminal()
 #endif
     return terminal;
 }
-
-} // namespace
 
 void progress(const QString &text)
 {
@@ -153,7 +153,7 @@ int CommandParser::usageError(const QString &message) const
     return ExitUsage;
 }
 
-std::optional<int> CommandParser::parse(const QStringList &args, int positional)
+std::optional<int> CommandParser::parse(const QStringList &args, int fewest, int most)
 {
     // The parser skips the first word as the program's name.
     if (!m_parser.parse(QStringList{QStringLiteral("tavo")} + args))
@@ -163,11 +163,11 @@ std::optional<int> CommandParser::parse(const QStringList &args, int positional)
         return ExitOk;
     }
     const qsizetype given = m_parser.positionalArguments().size();
-    if (given < positional)
+    if (given < fewest)
         return usageError(QStringLiteral("missing argument"));
-    if (given > positional)
+    if (given > most)
         return usageError(
-            QStringLiteral("unexpected argument '%1'").arg(m_parser.positionalArguments().at(positional)));
+            QStringLiteral("unexpected argument '%1'").arg(m_parser.positionalArguments().at(most)));
     return std::nullopt;
 }
 

@@ -52,6 +52,9 @@ QTextStream &err();
 // "tavo: <message>" on stderr; returns ExitFailed.
 int fail(const QString &message);
 
+// Whether stderr is a terminal (progress may then overwrite itself).
+bool errIsTerminal();
+
 // Progress on stderr: on a terminal one line that keeps overwriting itself,
 // elsewhere (a log, a pipe) one line per step.
 void progress(const QString &text);
@@ -74,7 +77,12 @@ public:
     // the command should go on; otherwise the exit code to stop with: 0
     // after printing --help, 2 after a usage error. `positional` is the
     // exact number of positional arguments the command takes.
-    std::optional<int> parse(const QStringList &args, int positional);
+    std::optional<int> parse(const QStringList &args, int positional)
+    {
+        return parse(args, positional, positional);
+    }
+    // Between `fewest` and `most` positional arguments.
+    std::optional<int> parse(const QStringList &args, int fewest, int most);
 
     // Prints "tavo <command>: <message>" and the usage line to stderr.
     int usageError(const QString &message) const;

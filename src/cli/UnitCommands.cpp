@@ -7,6 +7,7 @@
 #include "ConsolePrompter.h"
 #include "EventLoopWaiter.h"
 #include "PortSlots.h"
+#include "ProgrammingBatch.h"
 #include "QtSerialLink.h"
 #include "SerialEditorData.h"
 #include "SettingsKeyValueStore.h"
@@ -14,6 +15,12 @@
 #include "TestStrings.h"
 #include "VellProtocol.h"
 #include "VellTypes.h"
+
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 #include <exception>
 #include <optional>
@@ -97,134 +104,79 @@ int runSearch(const QStringList &args)
                        "variable, else the first four ports the system lists."),
         QStringLiteral("A,B,C,D"));
     cmd->addOption(ports);
+    const QCommandLineOption asJson(QStringLiteral("json"),
+                                    QStringLiteral("Print a JSON array of the four slots (slot, port, text, "
+                                                   "found, programmable) instead."));
+    cmd->addOption(asJson);
     cmd.setExitCodes({ExitOk, ExitUsage});
     if (const auto stop = cmd.parse(args, 0))
         return *stop;
 
     UnitSession session(cmd->isSet(ports) ? PortSlots::fromList(cmd->value(ports))
                                           : PortSlots::fromEnvironment());
-    session.protocol.slotSearched = [&session](int slot, const SearchSlot &found) {
+    const bool json = cmd->isSet(asJson);
+    QJsonArray slots_;
+    session.protocol.slotSearched = [&](int slot, const SearchSlot &found) {
         // Once interrupted, the slot being searched and those after it were
         // not searched at all: they have nothing to report.
         if (session.interrupted)
             return;
-        out() << "slot " << slot + 1 << " (" << portLabel(found.portName) << "): " << found.text << Qt::endl;
         if (!found.openError.isEmpty())
             err() << "tavo: " << found.openError << Qt::endl;
+        if (json)
+            slots_.append(QJsonObject{{QStringLiteral("slot"), slot + 1},
+                                      {QStringLiteral("port"),
+                                       found.portName.isEmpty() ? QJsonValue() : QJsonValue(found.portName)},
+                                      {QStringLiteral("text"), found.text},
+                                      {QStringLiteral("found"), found.found != 0},
+                                      {QStringLiteral("programmable"), found.optionEnabled}});
+        else
+            out() << "slot " << slot + 1 << " (" << portLabel(found.portName) << "): " << found.text
+                  << Qt::endl;
     };
     session.protocol.search_for_vell();
+    if (json)
+        out() << QJsonDocument(slots_).toJson(QJsonDocument::Indented);
     return ExitOk;
 }
 
-namespace {
-
-// The last words of an interrupted programming run: how far it got, so the
-// operator knows whether the unit still works.
-QString interruptedRun(const QString &portName, const VellProtocol &protocol)
+UnitRun programOnePort(const QString &portName, const ConfigData &config, const QString &file,
+                       bool showProgress)
 {
-    const int acknowledged = protocol.blocksAcknowledged();
-    const int blocks = VellProtocol::ImageSize / 8;
-    if (acknowledged == 0)
-        return QStringLiteral(
-                   "interrupted before the unit on %1 had taken any of the configuration; %1 closed")
-            .arg(portName);
-    if (acknowledged < blocks)
-        return QStringLiteral("interrupted after the unit on %1 had taken %2 of %3 blocks; it will not work "
-                              "correctly until it is programmed again; %1 closed")
-            .arg(portName)
-            .arg(acknowledged)
-            .arg(blocks);
-    return QStringLiteral("interrupted after the download, before the unit on %1 confirmed its restart; %1 "
-                          "closed")
-        .arg(portName);
-}
-
-bool allSent(const ConsolePrompter &prompter)
-{
-    for (const ScriptedPrompter::Shown &shown : prompter.shown()) {
-        if (shown.title == QLatin1String("All sent ok"))
-            return true;
-    }
-    return false;
-}
-
-// How a programming run that was not interrupted ends: what is left to
-// say about it, and the exit code.
-int programExitCode(VellProtocol::ProgramResult result, const UnitSession &session, const QString &portName)
-{
-    using Result = VellProtocol::ProgramResult;
-    switch (result) {
-    case Result::Finished:
-    case Result::ProgramAnother:
-        if (!allSent(session.prompter))
-            return ExitUnitFailed; // the download's own message has been printed
-        out() << "All sent ok" << Qt::endl;
-        return ExitOk;
-    case Result::PortNotOpen:
-        if (!session.link.lastError().isEmpty())
-            fail(session.link.lastError());
-        return ExitNoTavo;
-    case Result::NotResponding: return ExitNoTavo;
-    case Result::NotSerialTavo:
-        fail(QStringLiteral("%1: \"%2\" is not a Serial Tavo; nothing was sent")
-                 .arg(portName, session.protocol.unitText(session.protocol.lastFound())));
-        return ExitNoTavo;
-    case Result::RestartFailed: return ExitUnitFailed;
-    }
-    return ExitUnitFailed;
-}
-
-} // namespace
-
-int runProgram(const QStringList &args)
-{
-    CommandParser cmd(
-        QStringLiteral("program"), QStringLiteral("[options] FILE.OTS --port PORT"),
-        QStringLiteral("Downloads a configuration into the unit on PORT, as one run of the programming "
-                       "dialog does: find the unit, send the image, restart it. Prints \"All sent ok\" "
-                       "on success; on failure the dialog's message as TITLE: MESSAGE. A unit that "
-                       "answers as anything but a Serial Tavo gets nothing."));
-    cmd->addPositionalArgument(QStringLiteral("FILE.OTS"), QStringLiteral("Configuration file."));
-    const QCommandLineOption port(QStringLiteral("port"), QStringLiteral("The unit's system port."),
-                                  QStringLiteral("PORT"));
-    cmd->addOption(port);
-    cmd.addReadingOption();
-    cmd.addForceOption();
-    cmd.setExitCodes({ExitOk, ExitFailed, ExitUsage, ExitNoTavo, ExitUnitFailed});
-    if (const auto stop = cmd.parse(args, 1))
-        return *stop;
-    const QString portName = cmd->value(port);
-    if (portName.isEmpty())
-        return cmd.usageError(QStringLiteral("--port is required"));
-
-    const QString file = cmd->positionalArguments().at(0);
-    ConfigData config;
-    if (!loadConfigImage(file, config, cmd.reading()) || !passesCheck(file, config, cmd.forced()))
-        return ExitFailed;
-
     UnitSession session(PortSlots(QStringList{portName}));
     VellProtocol &protocol = session.protocol;
     protocol.setConfigImage(config.ConfigImage);
     protocol.setRequireSerialTavo(true);
-    protocol.onProgress = [](const QString &label, int) {
-        progress(QStringLiteral("Programming: ") + label);
-    };
+    if (showProgress) {
+        protocol.onProgress = [](const QString &label, int) {
+            progress(QStringLiteral("Programming: ") + label);
+        };
+    }
     err() << "Programming " << portName << " with " << file << Qt::endl;
     protocol.chooseSlot(0);
-    VellProtocol::ProgramResult result = VellProtocol::ProgramResult::Finished;
+    const QDateTime started = QDateTime::currentDateTimeUtc();
+    QElapsedTimer clock;
+    clock.start();
+    UnitRun run;
     try {
-        result = protocol.programChosenSlot();
+        const VellProtocol::ProgramResult result = protocol.programChosenSlot();
+        run = UnitRun::describe(portName, result, protocol, session.prompter, session.link.lastError(),
+                                session.interrupted);
     } catch (const std::exception &e) {
         // The protocol handles the line's own failures; this is a program
         // error, reported rather than hidden.
-        fail(QStringLiteral("%1: %2").arg(portName, QString::fromLocal8Bit(e.what())));
-        return protocol.blocksAcknowledged() > 0 ? ExitUnitFailed : ExitNoTavo;
+        run.port = portName;
+        run.unitFailed = protocol.blocksAcknowledged() > 0;
+        run.message = QStringLiteral("%1: %2").arg(portName, QString::fromLocal8Bit(e.what()));
     }
     endProgress();
-
-    if (session.interrupted)
-        return fail(interruptedRun(portName, protocol));
-    return programExitCode(result, session, portName);
+    run.started = started;
+    run.seconds = static_cast<double>(clock.nsecsElapsed()) / 1e9;
+    // The dialog's own messages have been printed as they came ("Error!:
+    // Tavo not responding"); what they did not say is said here.
+    if (!run.programmed && !run.message.startsWith(QStringLiteral("Error!")))
+        fail(run.message);
+    return run;
 }
 
 namespace {

@@ -19,6 +19,7 @@ constexpr std::array Commands{
     cli::Command{"image", "Print the 256-byte configuration image (--raw: the bytes)", cli::runImage},
     cli::Command{"export", "Write the export file (.BDX) of a configuration", cli::runExport},
     cli::Command{"check", "Find codes the unit cannot tell apart, and damaged lines", cli::runCheck},
+    cli::Command{"ports", "List the system's serial ports and whether they are free", cli::runPorts},
     cli::Command{"search", "Search port slots 1 to 4 for units", cli::runSearch},
     cli::Command{"program", "Download a configuration into the unit on a port", cli::runProgram},
     cli::Command{"send", "Send a test string to a unit", cli::runSend},

@@ -10,6 +10,8 @@
 #include "SettingsKeyValueStore.h"
 #include "VellTypes.h"
 
+#include <QCryptographicHash>
+#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
@@ -379,6 +381,79 @@ private slots:
         QCOMPARE(run.out.split(u'\n', Qt::SkipEmptyParts), expected);
         // Why the missing port shows nothing.
         QVERIFY2(run.err.contains(missing), qPrintable(run.err));
+
+        // The same as JSON, for a program to read.
+        const Run json = tavo({u"search"_s, u"--json"_s, u"--ports"_s, sim->pty() + u",,"_s + missing});
+        const QJsonArray slots_ = QJsonDocument::fromJson(json.bytes).array();
+        QCOMPARE(slots_.size(), 4);
+        const QJsonObject first = slots_.at(0).toObject();
+        QCOMPARE(first.value(u"port"_s).toString(), sim->pty());
+        QCOMPARE(first.value(u"text"_s).toString(), slot1);
+        QCOMPARE(first.value(u"found"_s).toBool(), slot1 != u"--------------"_s);
+        QVERIFY(!first.value(u"programmable"_s).toBool());
+        QVERIFY(slots_.at(1).toObject().value(u"port"_s).isNull());
+    }
+
+    // A station with several adapters: the units at once, a summary, and
+    // a record of each in the log.
+    void programmingSeveralUnitsAtOnce()
+    {
+        const auto a = startSim({});
+        const auto b = startSim({u"--type"_s, u"0x11"_s});
+        const auto c = startSim({u"--block-fault"_s, u"wrong"_s, u"--faulty-block"_s, u"3"_s});
+        if (!a || !b || !c)
+            QSKIP("no pseudo-terminal for the simulated unit");
+        const QString log = path(u"runs.jsonl"_s);
+        QFile::remove(log);
+        writeFile(log, "{\"earlier\":true}\n"); // appended to, never rewritten
+        const Run run = tavo({u"program"_s, path(u"sample.OTS"_s), u"--port"_s, a->pty(), u"--ports"_s,
+                              b->pty() + u',' + c->pty(), u"--log"_s, log});
+        QCOMPARE(run.code, 4); // a unit failed during its download
+        QCOMPARE(a->nextLine(), u"image received"_s);
+
+        // The summary: a header and a line per port, in the order given.
+        const QStringList table = run.out.split(u'\n', Qt::SkipEmptyParts);
+        QCOMPARE(table.size(), 4);
+        QVERIFY(table.at(0).startsWith(u"port"_s));
+        QVERIFY(table.at(1).startsWith(a->pty()) && table.at(1).contains(u"Serial Tavo 1.0  ok"_s));
+        QVERIFY(table.at(2).contains(u"is not a Serial Tavo; nothing was sent"_s));
+        QVERIFY(table.at(3).contains(u"Error!  3: Reply to download failed"_s));
+        QVERIFY2(run.err.contains(u"1 unit programmed, 2 failed"_s), qPrintable(run.err));
+
+        QFile file(log);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QList<QByteArray> lines = file.readAll().split('\n');
+        QCOMPARE(lines.size(), 5); // the earlier line, three records, the empty rest
+        QCOMPARE(lines.at(0), QByteArray("{\"earlier\":true}"));
+        const QByteArray image = imageBytes(sampleConfig());
+        const QString sha =
+            QString::fromLatin1(QCryptographicHash::hash(image, QCryptographicHash::Sha256).toHex());
+        QStringList results;
+        for (int i = 1; i <= 3; ++i) {
+            const QJsonObject record = QJsonDocument::fromJson(lines.at(i)).object();
+            QCOMPARE(record.value(u"image_sha256"_s).toString(), sha);
+            QCOMPARE(record.value(u"config"_s).toString(), path(u"sample.OTS"_s));
+            QVERIFY(QDateTime::fromString(record.value(u"time"_s).toString(), Qt::ISODateWithMs).isValid());
+            QVERIFY(record.contains(u"host"_s) && record.value(u"adapter"_s).isObject());
+            QVERIFY(record.value(u"seconds"_s).toDouble() > 0);
+            results << record.value(u"port"_s).toString() + u' ' + record.value(u"result"_s).toString();
+        }
+        QVERIFY(results.contains(a->pty() + u" ok"_s));
+    }
+
+    void exportWithoutATargetGoesBesideTheFile()
+    {
+        const QString bdx = path(u"sample.BDX"_s);
+        QFile::remove(bdx);
+        QCOMPARE(tavo({u"export"_s, path(u"sample.OTS"_s)}).code, 0);
+        QVERIFY(QFileInfo(bdx).size() == tavo::ExportFileSize);
+        writeFile(bdx, "mine");
+        const Run refused = tavo({u"export"_s, path(u"sample.OTS"_s)});
+        QCOMPARE(refused.code, 1);
+        QVERIFY(refused.err.contains(u"--overwrite"_s));
+        QCOMPARE(QFileInfo(bdx).size(), 4);
+        QCOMPARE(tavo({u"export"_s, path(u"sample.OTS"_s), u"--overwrite"_s}).code, 0);
+        QCOMPARE(QFileInfo(bdx).size(), tavo::ExportFileSize);
     }
 
     void programReportsTheDialogsMessages_data()
