@@ -8,7 +8,7 @@ TAVO_PACKAGES=(
     build-essential cmake ninja-build pkg-config
     qt6-base-dev qt6-base-dev-tools qt6-serialport-dev libgl-dev
     clang libclang-rt-14-dev clang-format clang-tidy
-    xvfb x11-utils imagemagick desktop-file-utils
+    xvfb x11-utils imagemagick desktop-file-utils help2man man-db
 )
 
 as_root() {

@@ -29,7 +29,24 @@ need /usr/bin/serial-tavo-editor
 need /usr/share/applications/serial-tavo-editor.desktop
 need /usr/share/icons/hicolor/scalable/apps/serial-tavo-editor.svg
 need /usr/share/mime/packages/serial-tavo-editor.xml
-need /usr/share/doc/SerialTavoEditor/examples/demo.OTS
+need /usr/share/doc/serial-tavo-editor/examples/demo.OTS
+need /usr/share/doc/serial-tavo-editor/copyright
+need /usr/share/doc/serial-tavo-editor/changelog.Debian.gz
+need /usr/share/doc/serial-tavo-editor/README.md
+need /usr/share/man/man1/tavo.1.gz
+need /usr/share/man/man1/serial-tavo-editor.1.gz
+
+# The manual pages read as pages, with the program's own usage in them.
+if command -v man >/dev/null 2>&1; then
+    MANPAGER=cat man -l "$scratch/root/usr/share/man/man1/tavo.1.gz" 2>/dev/null | grep -q "EXIT STATUS" \
+        || { echo "the manual page of tavo does not read"; fail=1; }
+fi
+
+# The long description: no line of a stray list separator.
+if sed -n '/^Description:/,$p' "$scratch/control/control" | grep -q '^ *;'; then
+    echo "the package description has a stray ';' line"
+    fail=1
+fi
 
 # The link in bin/ must lead to the program (in lib/, whichever lib/ the
 # prefix has), with the help page beside it.
