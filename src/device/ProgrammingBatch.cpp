@@ -168,7 +168,11 @@ bool BatchWorker::pollUntil(VellProtocol &protocol, bool answering, const QStrin
     for (;;) {
         if (aborted() || !m_line->link().PortOpen())
             return false;
-        if ((protocol.Find_vell(false) != 0) == answering)
+        const bool answered = protocol.Find_vell(false) != 0;
+        // A search cut short by the user found nothing, which says nothing.
+        if (aborted())
+            return false;
+        if (answered == answering)
             return true;
         // A unit being plugged in needs a moment before it answers reliably.
         if (!m_line->waiter().wait(500ms))
