@@ -38,11 +38,10 @@ QString interruption(const QString &port, int acknowledged)
 QString lastMessage(const ScriptedPrompter &prompter)
 {
     const QList<ScriptedPrompter::Shown> &shown = prompter.shown();
-    for (auto it = shown.crbegin(); it != shown.crend(); ++it) {
-        if (it->buttons == Prompter::Buttons::Ok)
-            return it->title + QStringLiteral(": ") + it->text;
-    }
-    return {};
+    const auto last = std::find_if(shown.crbegin(), shown.crend(), [](const ScriptedPrompter::Shown &s) {
+        return s.buttons == Prompter::Buttons::Ok;
+    });
+    return last == shown.crend() ? QString() : last->title + QStringLiteral(": ") + last->text;
 }
 
 bool allSent(const ScriptedPrompter &prompter)
