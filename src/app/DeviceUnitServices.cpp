@@ -1,14 +1,16 @@
 #include "DeviceUnitServices.h"
 
 #include "EventLoopWaiter.h"
+#include "InProcessLink.h"
 #include "MessageBoxPrompter.h"
 #include "QtSerialLink.h"
 #include "SerialTestForm.h"
 #include "SettingsKeyValueStore.h"
 #include "VellComms.h"
 
-DeviceUnitServices::DeviceUnitServices(const PortSlots &ports)
-    : m_ownLink(std::make_unique<QtSerialLink>(ports))
+DeviceUnitServices::DeviceUnitServices(const PortSlots &ports, UnitLine *unitOnSlotOne)
+    : m_ports(ports)
+    , m_ownLink(std::make_unique<QtSerialLink>(ports))
     , m_ownWaiter(std::make_unique<EventLoopWaiter>())
     , m_ownPrompter(std::make_unique<MessageBoxPrompter>())
     , m_ownStore(SettingsKeyValueStore::openDefault())
@@ -20,6 +22,11 @@ DeviceUnitServices::DeviceUnitServices(const PortSlots &ports)
     // A wait for the unit's answer ends as soon as the bytes are in, not
     // at its time-out.
     m_ownWaiter->watch(m_ownLink.get(), &QtSerialLink::inputArrived);
+    if (unitOnSlotOne) {
+        m_unitLink = std::make_unique<InProcessLink>(*unitOnSlotOne, m_ownLink.get());
+        m_ownWaiter->watch(m_unitLink.get(), &InProcessLink::inputArrived);
+        m_link = m_unitLink.get();
+    }
 }
 
 DeviceUnitServices::DeviceUnitServices(SerialLink &link, Waiter &waiter, Prompter &prompter,
@@ -31,6 +38,13 @@ DeviceUnitServices::DeviceUnitServices(SerialLink &link, Waiter &waiter, Prompte
 {}
 
 DeviceUnitServices::~DeviceUnitServices() = default;
+
+void DeviceUnitServices::setPortName(int slot, const QString &name)
+{
+    m_ports.setName(slot, name);
+    if (m_ownLink)
+        m_ownLink->setPortSlots(m_ports);
+}
 
 void DeviceUnitServices::checkDeviceTypes()
 {
@@ -55,6 +69,8 @@ void DeviceUnitServices::runModal(UnitDialog &dialog)
     // them.
     if (m_ownPrompter)
         m_ownPrompter->setParent(&dialog);
+    if (m_windowModal)
+        dialog.setWindowModality(Qt::WindowModal);
     if (dialogOpened)
         dialogOpened(dialog);
     // exec() returns only once every wait the dialog started has unwound,

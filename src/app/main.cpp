@@ -1,7 +1,7 @@
 #include "DeviceUnitServices.h"
 #include "Product.h"
-#include "PtyUnit.h"
 #include "SerialTavo.h"
+#include "SimulatedUnit.h"
 #include "ToolbarIcons.h"
 
 #include <QApplication>
@@ -19,35 +19,17 @@ QTextStream &err()
     return stream;
 }
 
-// Outputs 1 to 8 that are on, "none" when none is.
-QString outputsText(quint8 outputs)
+// A simulated unit for trying DOWNLOAD and TEST without hardware; what it
+// does shows in its own window.
+std::unique_ptr<SimulatedUnit> startSimulatedUnit(PortSlots &ports)
 {
-    QStringList on;
-    for (int n = 0; n < 8; ++n) {
-        if (outputs & (1u << n))
-            on << QString::number(n + 1);
-    }
-    return on.isEmpty() ? QStringLiteral("none") : on.join(u' ');
-}
-
-// A simulated unit for trying DOWNLOAD and TEST without hardware. What it
-// does is reported on the standard error, where the window stays clear of
-// it.
-std::unique_ptr<PtyUnit> startSimulatedUnit()
-{
-    auto unit = std::make_unique<PtyUnit>();
     QString why;
-    if (!unit->start(&why)) {
-        err() << "serial-tavo-editor: no simulated unit: " << why << Qt::endl;
-        return nullptr;
-    }
-    err() << "simulated unit on " << unit->slavePath() << " (port slot 1)" << Qt::endl;
-    QObject::connect(unit.get(), &PtyUnit::outputsChanged, unit.get(), [](quint8 outputs) {
-        err() << "simulated unit: outputs on: " << outputsText(outputs) << Qt::endl;
-    });
-    QObject::connect(unit.get(), &PtyUnit::imageReceived, unit.get(), [](const QByteArray &) {
-        err() << "simulated unit: configuration received" << Qt::endl;
-    });
+    auto unit = std::make_unique<SimulatedUnit>(ports, &why);
+    if (unit->inProcess())
+        err() << "serial-tavo-editor: no pseudo-terminal (" << why
+              << "); the simulated unit is in port slot 1 of this program only" << Qt::endl;
+    else
+        err() << "simulated unit " << unit->connection() << Qt::endl;
     return unit;
 }
 
@@ -59,7 +41,8 @@ struct Options {
         QStringLiteral("A,B,C,D")};
     QCommandLineOption simulate{
         QStringLiteral("simulate"),
-        QStringLiteral("Put a simulated Serial Tavo on a pseudo-terminal into port slot 1.")};
+        QStringLiteral("Try without a unit: put a simulated Serial Tavo into port slot 1 and show it in "
+                       "the Virtual unit window.")};
 };
 
 void describe(QCommandLineParser &parser, const Options &options)
@@ -135,18 +118,17 @@ int main(int argc, char *argv[])
 
     PortSlots ports = parser.isSet(options.ports) ? PortSlots::fromList(parser.value(options.ports))
                                                   : PortSlots::fromEnvironment();
-    std::unique_ptr<PtyUnit> simulated;
-    if (parser.isSet(options.simulate)) {
-        simulated = startSimulatedUnit();
-        if (simulated)
-            ports.setName(1, simulated->slavePath());
-    }
-    DeviceUnitServices units(ports);
+    std::unique_ptr<SimulatedUnit> simulated;
+    if (parser.isSet(options.simulate))
+        simulated = startSimulatedUnit(ports);
+    DeviceUnitServices units(ports, simulated ? simulated->inProcess() : nullptr);
 
     SerialTavo::Services services;
     services.units = &units;
     SerialTavo window(services);
     window.start(parser.positionalArguments());
     window.show();
+    if (simulated)
+        simulated->showWindow(window, units);
     return app.exec();
 }

@@ -249,6 +249,7 @@ void SerialTavo::runCommand(const QString &key)
         m_currentFileName.clear();
         UpdateCaption();
     }
+    emit configurationChanged();
 }
 
 void SerialTavo::startAgain()
@@ -342,6 +343,7 @@ void SerialTavo::outputClicked()
     m_config.ConfigModified = true;
     m_toolbar->SetButtonEnable(QStringLiteral("SAVE"), true);
     m_check->check();
+    emit configurationChanged();
 }
 
 void SerialTavo::NewConfig()

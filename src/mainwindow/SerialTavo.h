@@ -69,6 +69,11 @@ public:
     OutputControl *OutputControl1(int index) const;
     RightHandToolbar *RightHandToolbar1() const { return m_toolbar; }
 
+signals:
+    // The configuration as the panels show it may have changed: an edit,
+    // or a command that has run (a file opened, new settings).
+    void configurationChanged();
+
 protected:
     void closeEvent(QCloseEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;

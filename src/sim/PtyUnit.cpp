@@ -1,7 +1,6 @@
 #include "PtyUnit.h"
 
 #include <QSocketNotifier>
-#include <QTimer>
 
 #include <utility>
 #include <vector>
@@ -72,21 +71,12 @@ std::vector<std::pair<QByteArray, LineSettings>> sentAt(const QByteArray &bytes,
 
 PtyUnit::PtyUnit(const UnitConfig &config, QObject *parent)
     : QObject(parent)
-    , m_unit(std::make_unique<UnitSimulator>(config))
-    , m_deadline(new QTimer(this))
+    , m_line(new UnitLine(config, this))
 {
-    m_deadline->setSingleShot(true);
-    m_deadline->setTimerType(Qt::PreciseTimer);
-    connect(m_deadline, &QTimer::timeout, this, [this] {
-        m_unit->advanceTo(m_clock.elapsed());
-        scheduleDeadline();
-    });
-    m_unit->outputsChanged = [this](std::uint8_t outputs) { emit outputsChanged(outputs); };
-    m_unit->imageReceived = [this](const UnitSimulator::Image &image) {
-        emit imageReceived(
-            QByteArray(reinterpret_cast<const char *>(image.data()), UnitSimulator::ImageSize));
-    };
-    m_clock.start();
+    m_line->setAnswer([this](const QByteArray &bytes, const LineSettings &) { send(bytes); });
+    connect(m_line, &UnitLine::outputsChanged, this, &PtyUnit::outputsChanged);
+    connect(m_line, &UnitLine::imageReceived, this, &PtyUnit::imageReceived);
+    connect(m_line, &UnitLine::unplugged, this, &PtyUnit::unplugged);
 }
 
 PtyUnit::~PtyUnit()
@@ -134,12 +124,12 @@ bool PtyUnit::start(QString *error)
 
     m_notifier = new QSocketNotifier(m_master, QSocketNotifier::Read, this);
     connect(m_notifier, &QSocketNotifier::activated, this, &PtyUnit::readAvailable);
+    m_line->plugIn();
     return true;
 }
 
 void PtyUnit::stop()
 {
-    m_deadline->stop();
     if (m_notifier) {
         m_notifier->setEnabled(false);
         m_notifier->deleteLater();
@@ -192,8 +182,9 @@ QString PtyUnit::currentSettings() const
     s.parity = LineSettings::Parity::None;
     LineSettings even = s;
     even.parity = LineSettings::Parity::Even;
-    if ((m_unit->awaitingCommandData() && even.baud == 9600 && even.stopBits == 1)
-        || even == UnitSimulator::configuredSettings(m_unit->image()))
+    const UnitSimulator &unit = m_line->unit();
+    if ((unit.awaitingCommandData() && even.baud == 9600 && even.stopBits == 1)
+        || even == UnitSimulator::configuredSettings(unit.image()))
         s.parity = LineSettings::Parity::Even;
     return s.toString();
 }
@@ -219,17 +210,13 @@ void PtyUnit::readAvailable()
     }
 }
 
-void PtyUnit::send(const UnitSimulator::Reply &reply)
+void PtyUnit::send(const QByteArray &bytes)
 {
     if (m_master < 0)
         return;
-    const ssize_t written =
-        ::write(m_master, reply.bytes.constData(), static_cast<size_t>(reply.bytes.size()));
+    const ssize_t written = ::write(m_master, bytes.constData(), static_cast<size_t>(bytes.size()));
     if (written > 0)
-        emit bytesSent(reply.bytes.left(written));
-    // Gone a moment after the last answer, so that the host still reads it.
-    if (reply.thenVanish)
-        QTimer::singleShot(50, this, &PtyUnit::vanish);
+        emit bytesSent(bytes.left(written));
 }
 
 #else
@@ -243,9 +230,7 @@ bool PtyUnit::start(QString *error)
 }
 
 void PtyUnit::stop()
-{
-    m_deadline->stop();
-}
+{}
 
 QString PtyUnit::currentSettings() const
 {
@@ -255,9 +240,9 @@ QString PtyUnit::currentSettings() const
 void PtyUnit::readAvailable()
 {}
 
-void PtyUnit::send(const UnitSimulator::Reply &reply)
+void PtyUnit::send(const QByteArray &bytes)
 {
-    Q_UNUSED(reply);
+    Q_UNUSED(bytes);
 }
 
 #endif
@@ -283,31 +268,23 @@ void PtyUnit::feed(const QByteArray &bytes)
     const auto settings = LineSettings::parse(settingsText);
     if (!settings)
         emit bytesReceived(bytes, settingsText);
-    const auto parts = settings ? sentAt(bytes, *settings, m_unit->awaitingCommandData())
+    const auto parts = settings ? sentAt(bytes, *settings, unit().awaitingCommandData())
                                 : std::vector<std::pair<QByteArray, LineSettings>>{};
     for (const auto &[part, partSettings] : parts) {
         emit bytesReceived(part, partSettings.toString());
-        for (const UnitSimulator::Reply &reply : m_unit->feed(part, partSettings, m_clock.elapsed()))
-            QTimer::singleShot(reply.delayMs, Qt::PreciseTimer, this, [this, reply] { send(reply); });
+        m_line->hear(part, partSettings);
     }
-    scheduleDeadline();
 }
 
 void PtyUnit::vanish()
+{
+    m_line->unplug();
+}
+
+void PtyUnit::unplugged()
 {
     const bool wasRunning = isRunning();
     stop();
     if (wasRunning)
         emit vanished();
-}
-
-void PtyUnit::scheduleDeadline()
-{
-    const std::optional<qint64> deadline = m_unit->nextDeadline();
-    if (!deadline) {
-        m_deadline->stop();
-        return;
-    }
-    const qint64 delay = *deadline - m_clock.elapsed();
-    m_deadline->start(static_cast<int>(delay < 0 ? 0 : delay));
 }

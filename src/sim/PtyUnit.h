@@ -1,24 +1,21 @@
 #pragma once
 
+#include "UnitLine.h"
 #include "UnitSimulator.h"
 
 #include <QByteArray>
-#include <QElapsedTimer>
 #include <QObject>
 #include <QString>
 
-#include <memory>
-
 class QSocketNotifier;
-class QTimer;
 
 // A simulated unit on a pseudo-terminal, for trying the program without
 // hardware: start() creates the terminal pair, and any serial program
 // (this one with --ports, a terminal emulator) opens slavePath() as its
 // port. Every byte the host writes is fed to the UnitSimulator with the
 // line setting the host has put on its end when the unit reads the byte
-// (see feed() for what that means); the answers are written back after
-// their delay.
+// (see feed() for what that means) to the unit on its UnitLine, which
+// writes the answers back after their delay.
 //
 // Runs in the thread's event loop. Unix only: on Windows start() fails
 // with an explanation.
@@ -36,11 +33,15 @@ public:
     QString slavePath() const { return m_slavePath; }
     bool isRunning() const { return m_master >= 0; }
     // Closes the terminal; a host that still has it open sees its port fail.
+    // The unit itself stays as it is.
     void stop();
-    // Disappears as a unit does when it is unplugged: stop() plus vanished().
+    // Disappears as a unit does when it is unplugged: the unit is pulled
+    // from its line, stop(), vanished(). start() plugs it in again, on a
+    // new terminal.
     void vanish();
 
-    UnitSimulator &unit() { return *m_unit; }
+    UnitSimulator &unit() { return m_line->unit(); }
+    UnitLine &line() { return *m_line; }
     // The line setting the host's end has now, "9600,n,8,1"; empty when
     // it cannot be read. On Linux a pseudo-terminal cannot tell even
     // parity from none; see the source for how that is settled.
@@ -56,16 +57,14 @@ signals:
 private:
     void readAvailable();
     void feed(const QByteArray &bytes);
-    void send(const UnitSimulator::Reply &reply);
-    void scheduleDeadline();
+    void send(const QByteArray &bytes);
+    void unplugged();
 
-    std::unique_ptr<UnitSimulator> m_unit;
+    UnitLine *m_line;
     int m_master = -1;
     // Kept open so that the terminal survives while no host has it open
     // (otherwise the master side reports a hang-up in a tight loop).
     int m_slave = -1;
     QString m_slavePath;
     QSocketNotifier *m_notifier = nullptr;
-    QTimer *m_deadline = nullptr;
-    QElapsedTimer m_clock;
 };

@@ -270,6 +270,7 @@ void UnitSimulator::restart(const LineSettings &settings, std::vector<Reply> &re
     m_pulseEnds.fill(std::nullopt);
     m_codeHistory.clear();
     m_outputs = 0;
+    note(UnitSwitch::Cause::Restart, -1, false);
     if (fault)
         faultReply(m_config.restartFault, settings, replies);
     else
@@ -314,7 +315,7 @@ void UnitSimulator::block(const LineSettings &settings, std::vector<Reply> &repl
     if (k == m_config.vanishAfterBlock) {
         if (!replies.empty())
             replies.back().thenVanish = true;
-        m_vanished = true;
+        powerLoss();
     }
     if (m_blocksReceived == 0xFFFFFFFFu)
         imageComplete();
@@ -340,26 +341,40 @@ void UnitSimulator::imageComplete()
 
 void UnitSimulator::testByte(std::uint8_t byte, qint64 nowMs)
 {
+    using Cause = UnitSwitch::Cause;
     if (m_pendingTestByte) {
         const std::uint8_t state = *m_pendingTestByte;
         m_pendingTestByte.reset();
         if (byte >= 1 && byte <= Outputs) {
             const std::uint8_t bit = static_cast<std::uint8_t>(1u << (byte - 1));
             m_outputs = state ? (m_outputs | bit) : (m_outputs & ~bit);
+            note(Cause::Bit, byte - 1, state != 0,
+                 QByteArray(1, static_cast<char>(state)).append(static_cast<char>(byte)));
             return;
         }
         // The waiting byte was a whole map on its own.
         m_outputs = state;
+        note(Cause::Map, -1, false, QByteArray(1, static_cast<char>(state)));
     }
     if (byte == 0xFF || byte == 0x00) {
         m_pendingTestByte = byte;
         m_pendingSince = nowMs;
         return;
     }
+    const QByteArray bytes(1, static_cast<char>(byte));
     switch (std::popcount(byte)) {
-    case 1: m_outputs |= byte; break;
-    case 7: m_outputs &= byte; break;
-    default: m_outputs = byte; break;
+    case 1:
+        m_outputs |= byte;
+        note(Cause::Mask, std::countr_zero(byte), true, bytes);
+        break;
+    case 7:
+        m_outputs &= byte;
+        note(Cause::Mask, std::countr_one(byte), false, bytes);
+        break;
+    default:
+        m_outputs = byte;
+        note(Cause::Map, -1, false, bytes);
+        break;
     }
 }
 
@@ -384,15 +399,19 @@ void UnitSimulator::codeByte(std::uint8_t byte, qint64 nowMs)
         if (!on.isEmpty() && m_codeHistory.endsWith(on)) {
             m_outputs |= bit;
             matched = true;
+            int pulseMs = 0;
             if (pulse) {
                 const int period = m_image[static_cast<std::size_t>(PeriodBytes + n)];
-                m_pulseEnds[static_cast<std::size_t>(n)] = nowMs + (period == 0 ? 100 : period * 1000);
+                pulseMs = period == 0 ? 100 : period * 1000;
+                m_pulseEnds[static_cast<std::size_t>(n)] = nowMs + pulseMs;
             }
+            note(UnitSwitch::Cause::OnCode, n, true, on, pulseMs);
         }
         const QByteArray off = pulse ? QByteArray() : codeAt(OffCodes + CodeStride * n);
         if (!off.isEmpty() && m_codeHistory.endsWith(off)) {
             m_outputs &= static_cast<std::uint8_t>(~bit);
             matched = true;
+            note(UnitSwitch::Cause::OffCode, n, false, off);
         }
     }
     if (matched)
@@ -404,14 +423,61 @@ void UnitSimulator::settle(qint64 nowMs)
     if (m_pendingTestByte && nowMs >= m_pendingSince + BitGapMs) {
         m_outputs = *m_pendingTestByte;
         m_pendingTestByte.reset();
+        note(UnitSwitch::Cause::Map, -1, false, QByteArray(1, static_cast<char>(m_outputs)));
     }
     for (int n = 0; n < Outputs; ++n) {
         auto &end = m_pulseEnds[static_cast<std::size_t>(n)];
         if (end && nowMs >= *end) {
             m_outputs &= static_cast<std::uint8_t>(~(1u << n));
             end.reset();
+            note(UnitSwitch::Cause::PeriodOver, n, false);
         }
     }
+}
+
+std::optional<qint64> UnitSimulator::pulseEnd(int output) const
+{
+    if (output < 0 || output >= Outputs)
+        return std::nullopt;
+    return m_pulseEnds[static_cast<std::size_t>(output)];
+}
+
+void UnitSimulator::note(UnitSwitch::Cause cause, int output, bool on, QByteArray bytes, int pulseMs)
+{
+    UnitSwitch change;
+    change.cause = cause;
+    change.output = output;
+    change.on = on;
+    change.bytes = std::move(bytes);
+    change.pulseMs = pulseMs;
+    m_switches.push_back(std::move(change));
+}
+
+void UnitSimulator::powerLoss()
+{
+    // Without power nothing is half-way: no probe, command, test byte or
+    // pulse survives, and the blocks of an unfinished download are lost.
+    m_vanished = true;
+    noise();
+    m_pendingTestByte.reset();
+    m_pulseEnds.fill(std::nullopt);
+    m_codeHistory.clear();
+    m_blocksReceived = 0;
+    m_outputs = 0;
+}
+
+void UnitSimulator::unplug()
+{
+    if (m_vanished)
+        return;
+    const std::uint8_t before = m_outputs;
+    powerLoss();
+    notify(before);
+}
+
+void UnitSimulator::plugIn()
+{
+    m_vanished = false;
 }
 
 void UnitSimulator::advanceTo(qint64 nowMs)
@@ -439,6 +505,14 @@ std::optional<qint64> UnitSimulator::nextDeadline() const
 
 void UnitSimulator::notify(std::uint8_t before)
 {
+    // Taken out first: a front end may feed the unit again from here.
+    std::vector<UnitSwitch> changes;
+    changes.swap(m_switches);
+    for (UnitSwitch &change : changes) {
+        change.outputs = m_outputs;
+        if (switched)
+            switched(change);
+    }
     if (m_outputs != before && outputsChanged)
         outputsChanged(m_outputs);
 }

@@ -58,6 +58,25 @@ struct UnitConfig {
     bool setVersion(const QString &text);
 };
 
+// What switched the simulated unit's outputs, for a front end that shows
+// it: the bytes the unit recognised and what it made of them, or the time
+// or restart that did it.
+struct UnitSwitch {
+    enum class Cause { OnCode, OffCode, Map, Mask, Bit, PeriodOver, Restart };
+
+    Cause cause = Cause::Map;
+    // The output the cause names, 0 to 7; -1 for a map and a restart.
+    int output = -1;
+    // Whether the cause switches `output` on (a map and a restart name none).
+    bool on = false;
+    // The bytes recognised; empty when the time or a restart did it.
+    QByteArray bytes;
+    // The period a code started, for an output in pulse mode; 0 otherwise.
+    int pulseMs = 0;
+    // The outputs once everything these bytes (or this moment) did is done.
+    std::uint8_t outputs = 0;
+};
+
 // A Serial Tavo in software: a pure state machine that is fed every byte
 // the host sends, together with the line setting the byte was sent at and
 // the time, and says what the unit sends back and when. It has no clock
@@ -106,7 +125,10 @@ struct UnitConfig {
 //    the unit and cancels a probe or command in progress.
 // A complete download (all 32 blocks, in any order, over any number of
 // attempts) becomes the unit's configuration at once and is reported. A
-// restart switches every output off.
+// restart switches every output off. Unplugged (by vanishAfterBlock or
+// unplug()), the unit hears nothing and its outputs are dead until it is
+// plugged in again, which it survives as a unit survives being switched off:
+// the configuration is kept, everything else starts afresh.
 class UnitSimulator
 {
 public:
@@ -157,6 +179,9 @@ public:
 
     // Output n is bit n.
     std::uint8_t outputs() const { return m_outputs; }
+    // When output n, on for its period, goes off again; nothing when it is
+    // off or not in pulse mode.
+    std::optional<qint64> pulseEnd(int output) const;
     // The configuration in force.
     const Image &image() const { return m_image; }
     int imagesReceived() const { return m_imagesReceived; }
@@ -164,6 +189,13 @@ public:
     // A command byte has come and its data is expected next.
     bool awaitingCommandData() const { return m_command != Command::None; }
 
+    bool present() const { return !m_vanished; }
+    void unplug();
+    void plugIn();
+
+    // Called after the bytes (or the time) that switched something, each
+    // switch first, then the outputs if they changed.
+    std::function<void(const UnitSwitch &change)> switched;
     std::function<void(std::uint8_t outputs)> outputsChanged;
     std::function<void(const Image &image)> imageReceived;
 
@@ -185,6 +217,8 @@ private:
     void faultReply(AckFault fault, const LineSettings &settings, std::vector<Reply> &replies) const;
     void ack(std::uint8_t first, const LineSettings &settings, std::vector<Reply> &replies) const;
     void settle(qint64 nowMs);
+    void note(UnitSwitch::Cause cause, int output, bool on, QByteArray bytes = {}, int pulseMs = 0);
+    void powerLoss();
     void notify(std::uint8_t before);
 
     Config m_config;
@@ -207,4 +241,6 @@ private:
     qint64 m_pendingSince = 0;
     std::array<std::optional<qint64>, 8> m_pulseEnds{};
     QByteArray m_codeHistory;
+    // What switched since the last notify().
+    std::vector<UnitSwitch> m_switches;
 };

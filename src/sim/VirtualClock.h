@@ -1,5 +1,7 @@
 #pragma once
 
+#include "UnitClock.h"
+
 #include <QtGlobal>
 
 #include <functional>
@@ -11,19 +13,20 @@
 // waiter moves it to the next scheduled event or to the end of its wait,
 // so a search with three-second waits runs in microseconds and every run
 // happens at exactly the same virtual times.
-class VirtualClock
+class VirtualClock : public UnitClock
 {
 public:
-    using Action = std::function<void()>;
-
-    qint64 now() const { return m_now; }
+    qint64 now() const override { return m_now; }
 
     // Runs `action` at virtual time `atMs` (not before now). Events due at
     // the same time run in the order they were scheduled. Returns an id
     // for cancel().
     int schedule(qint64 atMs, Action action);
-    int scheduleIn(qint64 delayMs, Action action) { return schedule(m_now + delayMs, std::move(action)); }
-    void cancel(int id);
+    int scheduleIn(qint64 delayMs, Action action) override
+    {
+        return schedule(m_now + delayMs, std::move(action));
+    }
+    void cancel(int id) override;
 
     std::optional<qint64> nextEventTime() const;
     // Moves to the earliest event and runs it; false when nothing is

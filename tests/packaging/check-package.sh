@@ -53,10 +53,13 @@ fi
 target=$(readlink -f "$scratch/root/usr/bin/serial-tavo-editor")
 [ -x "$target" ] || { echo "bin/serial-tavo-editor does not lead to the program"; fail=1; }
 [ -f "$(dirname "$target")/Serial Tavo Editor.html" ] || { echo "no help page beside the program"; fail=1; }
+[ -f "$(dirname "$target")/virtual-unit.png" ] || { echo "no picture beside the help page"; fail=1; }
 
 desktop-file-validate "$scratch/root/usr/share/applications/serial-tavo-editor.desktop" || fail=1
 grep -q '^MimeType=application/x-serial-tavo-configuration;' \
     "$scratch/root/usr/share/applications/serial-tavo-editor.desktop" || { echo "desktop entry does not open .OTS files"; fail=1; }
+grep -q '^Exec=serial-tavo-editor --simulate$' \
+    "$scratch/root/usr/share/applications/serial-tavo-editor.desktop" || { echo "desktop entry cannot start the editor without a unit"; fail=1; }
 
 depends=$(sed -n 's/^Depends: //p' "$scratch/control/control")
 for lib in libqt6core6 libqt6gui6 libqt6widgets6 libqt6serialport6 qt6-qpa-plugins; do

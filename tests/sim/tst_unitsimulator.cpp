@@ -47,6 +47,28 @@ QByteArray bytes(std::initializer_list<int> values)
     return b;
 }
 
+// What the unit reports switching, a line each: "mask 3 on 04 -> 14",
+// the last number being all outputs afterwards.
+struct SwitchLog {
+    QStringList lines;
+
+    explicit SwitchLog(UnitSimulator &unit)
+    {
+        unit.switched = [this](const UnitSwitch &s) {
+            static const char *const causes[] = {"on-code", "off-code", "map",    "mask",
+                                                 "bit",     "period",   "restart"};
+            QString line = QString::fromLatin1(causes[static_cast<int>(s.cause)]);
+            if (s.output >= 0)
+                line += u" %1 %2"_s.arg(s.output + 1).arg(s.on ? u"on"_s : u"off"_s);
+            if (!s.bytes.isEmpty())
+                line += u' ' + QString::fromLatin1(s.bytes.toHex());
+            if (s.pulseMs)
+                line += u" for %1"_s.arg(s.pulseMs);
+            lines << line + u" -> %1"_s.arg(s.outputs, 2, 16, QLatin1Char('0'));
+        };
+    }
+};
+
 } // namespace
 
 class TestUnitSimulator : public QObject
@@ -119,23 +141,34 @@ private slots:
     void testStrings_data()
     {
         // Bytes at 9600,n,8,1 with the time each is sent at, starting from
-        // some outputs on; the outputs once everything has settled.
+        // some outputs on; the outputs once everything has settled, and
+        // what the unit reported on the way.
         QTest::addColumn<int>("initial");
         QTest::addColumn<QByteArray>("sent");
         QTest::addColumn<QList<int>>("times");
         QTest::addColumn<int>("expected");
+        QTest::addColumn<QStringList>("reports");
 
-        QTest::newRow("map of outputs 1 and 8") << 0x10 << bytes({0x81}) << QList<int>{0} << 0x81;
-        QTest::newRow("mask on output 3") << 0x10 << bytes({0x04}) << QList<int>{0} << 0x14;
-        QTest::newRow("mask off output 3") << 0x07 << bytes({0xFB}) << QList<int>{0} << 0x03;
-        QTest::newRow("bit on output 8") << 0x01 << bytes({0xFF, 0x08}) << QList<int>{0, 1} << 0x81;
-        QTest::newRow("bit off output 1") << 0x03 << bytes({0x00, 0x01}) << QList<int>{0, 1} << 0x02;
-        QTest::newRow("lone FF is all on") << 0x00 << bytes({0xFF}) << QList<int>{0} << 0xFF;
-        QTest::newRow("lone 00 is all off") << 0x5A << bytes({0x00}) << QList<int>{0} << 0x00;
-        QTest::newRow("slow second byte") << 0x00 << bytes({0xFF, 0x03}) << QList<int>{0, 50} << 0x03;
-        QTest::newRow("FF then a map") << 0x00 << bytes({0xFF, 0x30}) << QList<int>{0, 1} << 0x30;
-        QTest::newRow("00 then output 9 is no bit")
-            << 0x0F << bytes({0x00, 0x09}) << QList<int>{0, 1} << 0x09;
+        QTest::newRow("map of outputs 1 and 8")
+            << 0x10 << bytes({0x81}) << QList<int>{0} << 0x81 << QStringList{u"map 81 -> 81"_s};
+        QTest::newRow("mask on output 3")
+            << 0x10 << bytes({0x04}) << QList<int>{0} << 0x14 << QStringList{u"mask 3 on 04 -> 14"_s};
+        QTest::newRow("mask off output 3")
+            << 0x07 << bytes({0xFB}) << QList<int>{0} << 0x03 << QStringList{u"mask 3 off fb -> 03"_s};
+        QTest::newRow("bit on output 8") << 0x01 << bytes({0xFF, 0x08}) << QList<int>{0, 1} << 0x81
+                                         << QStringList{u"bit 8 on ff08 -> 81"_s};
+        QTest::newRow("bit off output 1") << 0x03 << bytes({0x00, 0x01}) << QList<int>{0, 1} << 0x02
+                                          << QStringList{u"bit 1 off 0001 -> 02"_s};
+        QTest::newRow("lone FF is all on")
+            << 0x00 << bytes({0xFF}) << QList<int>{0} << 0xFF << QStringList{u"map ff -> ff"_s};
+        QTest::newRow("lone 00 is all off")
+            << 0x5A << bytes({0x00}) << QList<int>{0} << 0x00 << QStringList{u"map 00 -> 00"_s};
+        QTest::newRow("slow second byte") << 0x00 << bytes({0xFF, 0x03}) << QList<int>{0, 50} << 0x03
+                                          << QStringList{u"map ff -> 03"_s, u"map 03 -> 03"_s};
+        QTest::newRow("FF then a map") << 0x00 << bytes({0xFF, 0x30}) << QList<int>{0, 1} << 0x30
+                                       << QStringList{u"map ff -> 30"_s, u"map 30 -> 30"_s};
+        QTest::newRow("00 then output 9 is no bit") << 0x0F << bytes({0x00, 0x09}) << QList<int>{0, 1} << 0x09
+                                                    << QStringList{u"map 00 -> 09"_s, u"map 09 -> 09"_s};
     }
 
     void testStrings()
@@ -144,10 +177,12 @@ private slots:
         QFETCH(QByteArray, sent);
         QFETCH(QList<int>, times);
         QFETCH(int, expected);
+        QFETCH(QStringList, reports);
 
         UnitSimulator unit;
         unit.feed(static_cast<std::uint8_t>(initial), setting(u"9600,n,8,1"_s), -1000);
         unit.advanceTo(-500);
+        const SwitchLog log(unit);
         int reported = initial;
         unit.outputsChanged = [&](std::uint8_t outputs) { reported = outputs; };
         for (qsizetype i = 0; i < sent.size(); ++i)
@@ -156,6 +191,7 @@ private slots:
             unit.advanceTo(*deadline);
         QCOMPARE(unit.outputs(), expected);
         QCOMPARE(reported, expected);
+        QCOMPARE(log.lines, reports);
     }
 
     void configuredCodesSwitchOutputs()
@@ -180,6 +216,7 @@ private slots:
         UnitConfig config;
         config.image = image;
         UnitSimulator unit(config);
+        const SwitchLog log(unit);
         const LineSettings own = setting(u"19200,o,8,1"_s);
 
         unit.feed(QByteArray("xA"), own, 0);
@@ -193,6 +230,8 @@ private slots:
         unit.feed(QByteArray("XY"), own, 30);
         QCOMPARE(unit.outputs(), 0x15);
         QCOMPARE(unit.nextDeadline(), std::optional<qint64>(110));
+        QCOMPARE(unit.pulseEnd(2), std::optional<qint64>(110));
+        QCOMPARE(unit.pulseEnd(4), std::optional<qint64>(2020));
         unit.advanceTo(110);
         QCOMPARE(unit.outputs(), 0x11);
         unit.feed(QByteArray("CD"), own, 200);
@@ -202,6 +241,21 @@ private slots:
         unit.advanceTo(2020);
         QCOMPARE(unit.outputs(), 0x00);
         QVERIFY(!unit.nextDeadline());
+        QCOMPARE(log.lines, (QStringList{u"on-code 1 on 4142 -> 05"_s, u"on-code 3 on 4142 for 100 -> 05"_s,
+                                         u"on-code 5 on 5a for 2000 -> 15"_s, u"period 3 off -> 11"_s,
+                                         u"off-code 1 off 4344 -> 10"_s, u"period 5 off -> 00"_s}));
+
+        // Pulled out, the unit is dead: its outputs off, its pulses over,
+        // deaf to its codes. Back in, it has kept its configuration.
+        unit.feed(QByteArray("ABZ"), own, 3000);
+        unit.unplug();
+        QCOMPARE(unit.outputs(), 0x00);
+        QVERIFY(!unit.nextDeadline() && !unit.present());
+        unit.feed(QByteArray("AB"), own, 3100);
+        QCOMPARE(unit.outputs(), 0x00);
+        unit.plugIn();
+        unit.feed(QByteArray("AB"), own, 3200);
+        QCOMPARE(unit.outputs(), 0x05);
     }
 };
 

@@ -1,0 +1,288 @@
+// The Virtual unit window beside the editor, with the unit in port slot 1
+// of this process on a virtual clock: the editor's own dialogs program and
+// test it, the window's buttons talk to it, and its fault switches make it
+// fail while a dialog runs.
+#include "DeviceUnitServices.h"
+#include "InProcessLink.h"
+#include "OutputControl.h"
+#include "RightHandToolbar.h"
+#include "SerialEditor.h"
+#include "SerialTavo.h"
+#include "SettingsKeyValueStore.h"
+#include "SimulatedUnit.h"
+#include "UnitLamps.h"
+#include "UnitLine.h"
+#include "VirtualUnitWindow.h"
+#include "device/DialogBench.h"
+#include "support/ConfigSamples.h"
+#include "support/ScriptedCommonDialog.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QLabel>
+#include <QListWidget>
+#include <QPainter>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QTimer>
+#include <QToolButton>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+const QString ProgramFailed =
+    u"Error! | Program failed, Tavo will fail to operate correctly until reprogrammmed, "
+    u"Try powering the tavo off/wait/on and reprogram again"_s;
+
+// The editor with examples/demo.OTS open (codes at 19200,e,8,1; output 2 in
+// pulse mode for 5 s) and the unit's window beside it.
+struct Desk {
+    VirtualClock clock;
+    VirtualWaiter waiter{clock};
+    ScriptedPrompter prompter;
+    ScriptedCommonDialog files;
+    samples::RecordingShell shell;
+    std::unique_ptr<KeyValueStore> store = SettingsKeyValueStore::inMemory();
+    UnitLine line{UnitConfig{}, clock};
+    InProcessLink link{line};
+    DeviceUnitServices units{link, waiter, prompter, *store};
+    SerialTavo window{SerialTavo::Services{&prompter, &files, &shell, &units}};
+    std::unique_ptr<VirtualUnitWindow> unit;
+
+    Desk()
+    {
+        window.start({qEnvironmentVariable("TAVO_SOURCE_DIR") + u"/examples/demo.OTS"_s});
+        window.show();
+        unit = openVirtualUnit(line, u"in this program, port slot 1"_s, window, units);
+        unit->show();
+    }
+
+    // Runs a toolbar command whose dialog does `work` once its search is
+    // over; the modal dialog's own event loop runs it.
+    void command(const char *key, std::function<void(UnitDialog &)> work)
+    {
+        units.dialogOpened = [work = std::move(work)](UnitDialog &dialog) {
+            QObject::connect(
+                &dialog, &UnitDialog::searchFinished, &dialog,
+                [&dialog, work] { QTimer::singleShot(0, &dialog, [&dialog, work] { work(dialog); }); },
+                Qt::SingleShotConnection);
+        };
+        auto *button = window.RightHandToolbar1()->findChild<QToolButton *>(QString::fromLatin1(key));
+        QTest::mouseClick(button, Qt::LeftButton);
+    }
+    // DOWNLOAD to the unit in slot 1, with `meanwhile` done between the
+    // search and "Program Tavo".
+    void download(const std::function<void()> &meanwhile = {})
+    {
+        command("DOWNLOAD", [meanwhile](UnitDialog &dialog) {
+            if (meanwhile)
+                meanwhile();
+            click(dialog, u"Option1_0"_s);
+            click(dialog, u"ProgramVell"_s);
+        });
+    }
+
+    void clickUnit(const QString &name) { click(*unit, name); }
+    int lit() const
+    {
+        int mask = 0;
+        for (int n = 0; n < UnitLamps::Count; ++n)
+            mask |= child<Lamp>(*unit, u"Lamp%1"_s.arg(n + 1))->isLit() << n;
+        return mask;
+    }
+    QString label(const QString &name) const { return child<QLabel>(*unit, name)->text(); }
+    QStringList messages() const
+    {
+        QStringList out;
+        for (const ScriptedPrompter::Shown &shown : prompter.shown())
+            out << shown.title + u" | "_s + shown.text;
+        return out;
+    }
+    // The last line of the history without its time of day.
+    QString lastHistory() const
+    {
+        const auto *history = child<QListWidget>(*unit, u"History"_s);
+        return history->count() ? history->item(history->count() - 1)->text().mid(10) : QString();
+    }
+};
+
+} // namespace
+
+class TestVirtualUnit : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    // The window's buttons send the editor's codes as a sender on the
+    // unit's line would; the lamps, the bytes received and the history
+    // follow, a pulse ending on time.
+    void codeButtonsSwitchTheLamps_data()
+    {
+        QTest::addColumn<QStringList>("clicks");
+        QTest::addColumn<int>("lit");
+        QTest::addColumn<QString>("history");
+        QTest::addColumn<QString>("receivedAt");
+
+        QTest::newRow("on") << QStringList{u"On1"_s} << 0x01 << u"LIGHTS ON,CR -> output 1 on"_s
+                            << u"at 19200,e,8,1, recognised: output 1 on"_s;
+        QTest::newRow("on then off") << QStringList{u"On1"_s, u"Off1"_s} << 0x00
+                                     << u"LIGHTS OFF,CR -> output 1 off"_s
+                                     << u"at 19200,e,8,1, recognised: output 1 off"_s;
+        QTest::newRow("pulse") << QStringList{u"On2"_s} << 0x02 << u"STX,DOOR,1h,ETX -> output 2 on for 5 s"_s
+                               << u"at 19200,e,8,1, recognised: output 2 on for 5 s"_s;
+    }
+
+    void codeButtonsSwitchTheLamps()
+    {
+        QFETCH(QStringList, clicks);
+        QFETCH(int, lit);
+        QFETCH(QString, history);
+        QFETCH(QString, receivedAt);
+
+        Desk desk;
+        QCOMPARE(desk.label(u"Holding"_s), u"Holds: nothing programmed yet"_s);
+        desk.download();
+        QCOMPARE(desk.prompter.shown().size(), 1);
+        QVERIFY(desk.label(u"Holding"_s).startsWith(u"Holds: programmed from demo.OTS at "_s));
+        QCOMPARE(desk.label(u"Listening"_s), u"Listens for its codes at 19200,e,8,1"_s);
+        QVERIFY(!child<QLabel>(*desk.unit, u"Note"_s)->isVisible());
+
+        for (const QString &name : clicks)
+            desk.clickUnit(name);
+        QCOMPARE(desk.lit(), lit);
+        QCOMPARE(desk.lastHistory(), history);
+        QCOMPARE(desk.label(u"ReceivedAt"_s), receivedAt);
+        // The recognised code is marked in the bytes received.
+        const EditorModel &received = child<SerialEditor>(*desk.unit, u"ReceivedBytes"_s)->model();
+        QVERIFY(received.isSelected(0) && received.isSelected(received.shownByteCount() - 1));
+
+        // A pulse counts down and ends by itself.
+        if (lit & 0x02) {
+            QCOMPARE(child<Lamp>(*desk.unit, u"Lamp2"_s)->remaining(), u"5.0 s"_s);
+            desk.clock.advanceTo(desk.clock.now() + 5000);
+            QCOMPARE(desk.lit(), 0);
+            QCOMPARE(desk.lastHistory(), u"output 2 off: its period is over"_s);
+        }
+    }
+
+    // An edit after the download: the unit holds an older configuration
+    // than the editor shows, and says so; the buttons send what is shown.
+    void anEditLeavesTheUnitBehind()
+    {
+        Desk desk;
+        QVERIFY(child<QLabel>(*desk.unit, u"Note"_s)->isVisible()); // nothing programmed yet
+        desk.download();
+        QVERIFY(!child<QLabel>(*desk.unit, u"Note"_s)->isVisible());
+        QVERIFY(child<QPushButton>(*desk.unit, u"Off1"_s)->isEnabled());
+
+        QTest::mouseClick(desk.window.OutputControl1(0)->findChild<QRadioButton *>(u"OuputOperation_1"_s),
+                          Qt::LeftButton);
+        QVERIFY(desk.label(u"Note"_s).startsWith(
+            u"The unit holds an older configuration than the editor shows"_s));
+        QVERIFY(child<QLabel>(*desk.unit, u"Note"_s)->isVisible());
+        QVERIFY(!child<QPushButton>(*desk.unit, u"Off1"_s)->isEnabled()); // pulse mode: no Off code
+
+        desk.download();
+        QVERIFY(!child<QLabel>(*desk.unit, u"Note"_s)->isVisible());
+    }
+
+    // Each switch, thrown after the dialog's search found the unit, makes
+    // the programming run fail with its own messages; the unit has not
+    // taken the configuration.
+    void faultSwitchesShowEveryFailure_data()
+    {
+        QTest::addColumn<QString>("control");
+        QTest::addColumn<int>("choice"); // for a list: the entry to choose
+        QTest::addColumn<QStringList>("messages");
+
+        const QString notResponding = u"Error! | Tavo not responding"_s;
+        QTest::newRow("silent") << u"FaultSilent"_s << 0 << QStringList{notResponding};
+        QTest::newRow("wrong check byte") << u"FaultCheckByte"_s << 0 << QStringList{notResponding};
+        QTest::newRow("blocks refused")
+            << u"FaultBlocks"_s << 1 << QStringList{u"Error!  0 | Reply to download failed"_s};
+        QTest::newRow("blocks unanswered")
+            << u"FaultBlocks"_s << 2 << QStringList{u"Error!  0 | No reply to download"_s};
+        QTest::newRow("restart refused")
+            << u"FaultRestart"_s << 1 << QStringList{u"Error! | Reply fail to restart"_s, ProgramFailed};
+        QTest::newRow("restart unanswered")
+            << u"FaultRestart"_s << 2 << QStringList{u"Error! | No reply to restart"_s, ProgramFailed};
+        QTest::newRow("unplugged after block 8")
+            << u"FaultVanish"_s << 0 << QStringList{u"Error!  9 | No reply to download"_s};
+        QTest::newRow("unplugged by hand") << u"Plug"_s << 0 << QStringList{u"Error! | Port not open"_s};
+    }
+
+    void faultSwitchesShowEveryFailure()
+    {
+        QFETCH(QString, control);
+        QFETCH(int, choice);
+        QFETCH(QStringList, messages);
+
+        Desk desk;
+        desk.download([&] {
+            if (auto *list = desk.unit->findChild<QComboBox *>(control)) {
+                for (int i = 0; i < choice; ++i)
+                    QTest::keyClick(list, Qt::Key_Down);
+            } else {
+                desk.clickUnit(control);
+            }
+        });
+        QCOMPARE(desk.messages(), messages);
+        QCOMPARE(desk.line.unit().imagesReceived(), control.startsWith(u"FaultRestart"_s) ? 1 : 0);
+    }
+
+    // While the test dialog runs, the lamps and the history follow each
+    // Send at once.
+    void liveWhileTheTestDialogRuns_data()
+    {
+        QTest::addColumn<QStringList>("clicks"); // in the dialog, after choosing slot 1
+        QTest::addColumn<int>("lit");
+        QTest::addColumn<QString>("history");
+
+        // The dialog opens on the configured code of output 1, On.
+        QTest::newRow("configured code") << QStringList() << 0x01 << u"LIGHTS ON,CR -> output 1 on"_s;
+        QTest::newRow("map") << QStringList{u"ModeOption0"_s, u"WhichCheck0"_s, u"WhichCheck7"_s} << 0x81
+                             << u"81h -> map: outputs 1, 8 on, the others off"_s;
+        QTest::newRow("bit") << QStringList{u"ModeOption2"_s, u"WhichOption7"_s} << 0x80
+                             << u"FFh,BS -> bit: output 8 on"_s;
+    }
+
+    void liveWhileTheTestDialogRuns()
+    {
+        QFETCH(QStringList, clicks);
+        QFETCH(int, lit);
+        QFETCH(QString, history);
+
+        Desk desk;
+        desk.download();
+        int litMeanwhile = -1;
+        QString historyMeanwhile;
+        desk.command("TEST", [&](UnitDialog &dialog) {
+            click(dialog, u"Option1_0"_s);
+            for (const QString &name : clicks)
+                click(dialog, name);
+            click(dialog, u"Send"_s);
+            litMeanwhile = desk.lit();
+            historyMeanwhile = desk.lastHistory();
+            click(dialog, u"Done"_s);
+        });
+        QCOMPARE(litMeanwhile, lit);
+        QCOMPARE(historyMeanwhile, history);
+
+        // TAVO_SCREENSHOT_DIR=dir keeps the editor with the unit beside it
+        // after a DOWNLOAD and a TEST send.
+        const QString shots = qEnvironmentVariable("TAVO_SCREENSHOT_DIR");
+        if (!shots.isEmpty() && clicks.isEmpty()) {
+            const QPixmap editor = desk.window.grab();
+            const QPixmap unit = desk.unit->grab();
+            QPixmap both(editor.width() + 12 + unit.width(), std::max(editor.height(), unit.height()));
+            both.fill(desk.unit->palette().color(QPalette::Window).darker(115));
+            QPainter(&both).drawPixmap(0, 0, editor);
+            QPainter(&both).drawPixmap(editor.width() + 12, 0, unit);
+            QVERIFY(QDir().mkpath(shots) && both.save(shots + u"/virtual-unit.png"_s));
+        }
+    }
+};
+
+QTEST_MAIN(TestVirtualUnit)
+#include "tst_virtualunit.moc"
