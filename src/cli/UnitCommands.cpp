@@ -326,10 +326,12 @@ int sendOnPort(const QString &portName, const TestStrings::Selection &selection,
     QObject::connect(&watcher, &SignalWatcher::interrupted, &link, [&waiter] { waiter.requestAbort(); });
     // The waiter keeps the port open until the bytes are on the wire: closing
     // puts the port's old line setting back at once.
-    if (!TestStrings::Send(link, selection.port, selection.mode, message, config, &waiter)) {
-        const QString why = link.lastError().isEmpty()
+    const TestStrings::SendResult sent =
+        TestStrings::Send(link, selection.port, selection.mode, message, config, &waiter);
+    if (!sent) {
+        const QString why = sent.why.isEmpty()
                                 ? QStringLiteral("%1 refused the setting %2").arg(portName, settings)
-                                : link.lastError();
+                                : sent.why;
         fail(QStringLiteral("%1; nothing was sent").arg(why));
         return ExitNoTavo;
     }

@@ -295,8 +295,15 @@ void SerialTestForm::Send_Click()
 {
     // The send waits for its bytes to leave; meanwhile a second press must
     // not start another one on the same port.
-    run([this](VellProtocol &) {
-        TestStrings::Send(m_link, m_port, m_mode, m_serialEditor1->ReturnCurrentMessage(), m_config,
-                          &m_waiter);
+    TestStrings::SendResult result;
+    const QPointer<SerialTestForm> self(this);
+    run([this, &result](VellProtocol &) {
+        result = TestStrings::Send(m_link, m_port, m_mode, m_serialEditor1->ReturnCurrentMessage(), m_config,
+                                   &m_waiter);
     });
+    // Nothing went out and the user sees the unit not react: say why
+    // (the port cannot run at the unit's rate, it is gone, another program
+    // has it).
+    if (self && !aborted())
+        notePortProblem(result.why.isEmpty() ? QString() : QStringLiteral("Send: %1").arg(result.why));
 }

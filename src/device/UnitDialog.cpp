@@ -51,11 +51,24 @@ void UnitDialog::noteOpenError(int slot, const SearchSlot &state)
     if (state.covered)
         return;
     m_openErrors[static_cast<std::size_t>(slot)] = state.openError;
+    showPortProblems();
+}
+
+void UnitDialog::notePortProblem(const QString &problem)
+{
+    m_otherProblem = problem;
+    showPortProblems();
+}
+
+void UnitDialog::showPortProblems()
+{
     QStringList lines;
     for (std::size_t i = 0; i < m_openErrors.size(); ++i) {
         if (!m_openErrors[i].isEmpty())
             lines << QStringLiteral("Slot %1: %2").arg(i + 1).arg(m_openErrors[i]);
     }
+    if (!m_otherProblem.isEmpty())
+        lines << m_otherProblem;
     m_portProblems->setText(lines.join(QLatin1Char('\n')));
     m_portProblems->setVisible(!lines.isEmpty());
 }

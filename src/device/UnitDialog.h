@@ -88,6 +88,9 @@ protected:
     // /dev/ttyUSB0 is in use by another program"), so that a user who
     // expected a unit there knows what to do; hidden while there is none.
     QLabel *portProblems() const { return m_portProblems; }
+    // Why something else the dialog did with a port went wrong (a test
+    // string that could not go out), on the same label; empty clears it.
+    void notePortProblem(const QString &problem);
     void showPort(QLabel *label, const SearchSlot &state);
     // Mirrors one slot of the search in its row: the cover, what answered
     // (a text box in one dialog, a label in the other), the option button
@@ -117,10 +120,12 @@ protected:
 
 private:
     void noteOpenError(int slot, const SearchSlot &state);
+    void showPortProblems();
 
     struct Session;
     std::shared_ptr<Session> m_session;
     bool m_busy = false;
     QLabel *m_portProblems = nullptr;
     std::array<QString, VellProtocol::SlotCount> m_openErrors;
+    QString m_otherProblem;
 };

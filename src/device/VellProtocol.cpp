@@ -89,12 +89,14 @@ VellProtocol::VellProtocol(SerialLink &link, Waiter &waiter, Prompter &prompter,
 // A write or setting that fails (the adapter was pulled, the simulator
 // went away) is treated like a byte lost on the line: the exchange simply
 // gets no answer and takes its ordinary failure path and message.
-void VellProtocol::setSettings(const QString &settings)
+bool VellProtocol::setSettings(const QString &settings)
 {
     try {
         m_link.SetSettings(settings);
+        return true;
     } catch (const SerialLinkError &e) {
         qCInfo(lcSerial) << "setting" << settings << "refused:" << e.what();
+        return false;
     }
 }
 
@@ -119,7 +121,7 @@ void VellProtocol::discardInput()
     m_link.Input();
 }
 
-bool VellProtocol::wait(std::chrono::milliseconds duration, int enoughBytes)
+bool VellProtocol::wait(std::chrono::microseconds duration, int enoughBytes)
 {
     if (enoughBytes <= 0)
         return m_waiter.wait(duration);
@@ -147,9 +149,37 @@ void VellProtocol::progress(const QString &label, int value)
 
 bool VellProtocol::reset_line()
 {
-    setSettings(resetSetting());
-    output(QByteArray(1, '\0'));
-    return wait(ResetWait);
+    if (setSettings(resetSetting())) {
+        output(QByteArray(1, '\0'));
+        return wait(ResetWait);
+    }
+    // Many adapters cannot go down to 110 baud (FTDI chips stop at about
+    // 183, many CP210x at 300). The unit only needs the line low as long
+    // as the 00 would hold it, which a break does at any rate.
+    return breakLine() && wait(ResetWait);
+}
+
+bool VellProtocol::breakLine()
+{
+    if (aborted())
+        return false;
+    try {
+        m_link.setBreakEnabled(true);
+    } catch (const SerialLinkError &e) {
+        // The search goes on without the reset; a unit that was not in the
+        // middle of something still answers.
+        qCInfo(lcSerial) << "no break on the line:" << e.what();
+        return true;
+    }
+    const bool waited = wait(ResetBreak);
+    // Let go of the line even when the user gave up: a port left in a
+    // break holds the unit in its reset.
+    try {
+        m_link.setBreakEnabled(false);
+    } catch (const SerialLinkError &e) {
+        qCInfo(lcSerial) << "break not released:" << e.what();
+    }
+    return waited;
 }
 
 std::int32_t VellProtocol::Find_vell(bool restart)
@@ -163,7 +193,9 @@ std::int32_t VellProtocol::Find_vell(bool restart)
     for (int pass = 0; pass < Passes; ++pass) {
         for (const QString &setting : settings) {
             discardInput();
-            setSettings(setting);
+            // A rate the adapter cannot make finds nobody; the others may.
+            if (!setSettings(setting))
+                continue;
             for (qsizetype i = 0; i < probeBytes.size(); ++i) {
                 // Only what comes after the last byte is the unit's answer;
                 // echoes and noise from the bytes before are dropped here.

@@ -81,9 +81,8 @@ void QtSerialLink::SetPortOpen(bool open)
         m_port.clearError();
         return;
     }
-    if (!applySettings(m_settings)) {
-        m_lastError =
-            QStringLiteral("%1 refuses the line setting %2: %3").arg(name, m_settings, m_port.errorString());
+    if (const QString refused = applySettings(m_settings); !refused.isEmpty()) {
+        m_lastError = refused;
         m_port.close();
     }
 }
@@ -93,11 +92,11 @@ bool QtSerialLink::PortOpen() const
     return m_port.isOpen();
 }
 
-bool QtSerialLink::applySettings(const QString &settings)
+QString QtSerialLink::applySettings(const QString &settings)
 {
     const auto s = LineSettings::parse(settings);
     if (!s)
-        return false;
+        return QStringLiteral("invalid line setting %1").arg(settings);
     // QSerialPort keeps the values of a closed port and applies them when
     // it opens; on an open one each call takes effect at once.
     // Going to no parity, QSerialPort leaves the odd-parity flag of the
@@ -105,11 +104,22 @@ bool QtSerialLink::applySettings(const QString &settings)
     // simulator) reads it as odd parity. Passing through even clears it.
     if (s->parity == LineSettings::Parity::None && m_port.isOpen())
         setParityLeniently(QSerialPort::EvenParity);
-    const bool ok = m_port.setBaudRate(s->baud)
-                    && m_port.setDataBits(static_cast<QSerialPort::DataBits>(s->dataBits))
-                    && setParityLeniently(toParity(s->parity))
-                    && m_port.setStopBits(s->stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop);
-    return ok || !m_port.isOpen();
+    // Adapters differ in the rates they can make: FTDI chips go down to
+    // some 183 baud, many CP210x to 300, and 14400 or 28800 are not
+    // standard rates everywhere. Say so in words the user can act on.
+    QString why;
+    if (!m_port.setBaudRate(s->baud))
+        why = QStringLiteral("%1 cannot run at %2 baud").arg(m_slots.name(m_commPort)).arg(s->baud);
+    else if (!m_port.setDataBits(static_cast<QSerialPort::DataBits>(s->dataBits))
+             || !setParityLeniently(toParity(s->parity))
+             || !m_port.setStopBits(s->stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop))
+        why = QStringLiteral("%1 refuses the line setting %2: %3")
+                  .arg(m_slots.name(m_commPort), settings, m_port.errorString());
+    if (why.isEmpty() || !m_port.isOpen())
+        return {};
+    qCInfo(lcSerial) << why << "-" << m_port.errorString();
+    m_port.clearError();
+    return why;
 }
 
 bool QtSerialLink::setParityLeniently(QSerialPort::Parity parity)
@@ -130,12 +140,23 @@ void QtSerialLink::SetSettings(const QString &settings)
 {
     if (!LineSettings::parse(settings))
         throw SerialLinkError("invalid line setting");
-    if (!applySettings(settings)) {
+    if (const QString refused = applySettings(settings); !refused.isEmpty()) {
+        // Back to the setting in force, so that Settings() stays true.
+        applySettings(m_settings);
+        throw SerialLinkError(refused.toStdString());
+    }
+    m_settings = settings;
+}
+
+void QtSerialLink::setBreakEnabled(bool on)
+{
+    if (!m_port.isOpen())
+        throw SerialLinkError("the port is not open");
+    if (!m_port.setBreakEnabled(on)) {
         const QString why = m_port.errorString();
         m_port.clearError();
         throw SerialLinkError(why.toStdString());
     }
-    m_settings = settings;
 }
 
 void QtSerialLink::Output(const QByteArray &bytes)

@@ -32,6 +32,7 @@ public:
     bool PortOpen() const override;
     void SetSettings(const QString &settings) override;
     QString Settings() const override { return m_settings; }
+    void setBreakEnabled(bool on) override;
     void Output(const QByteArray &bytes) override;
     QByteArray Input() override;
     int InBufferCount() override;
@@ -50,7 +51,8 @@ signals:
     void inputArrived();
 
 private:
-    bool applySettings(const QString &settings);
+    // Empty when the port took the setting, else why not.
+    QString applySettings(const QString &settings);
     bool setParityLeniently(QSerialPort::Parity parity);
     void pullPending();
     const QList<QSerialPortInfo> &systemPorts() const;

@@ -217,7 +217,7 @@ private slots:
         QCOMPARE(question.defaultAnswer, Prompter::Answer::No);
         // The opened port settles for 100 ms; the search before the download
         // restarts nothing, so the only restart is the one after it.
-        QCOMPARE(p.waiter.waits().front().requestedMs, 100ms);
+        QCOMPARE(p.waiter.waits().front().requested, 100ms);
         QCOMPARE(p.writesOf("3", u"9600,o,8,1"_s), 1);
     }
 
