@@ -85,8 +85,12 @@ QGroupBox *SerialTestForm::makeTargetFrame()
     auto *command1 = button(QStringLiteral("Command1"), QStringLiteral("Search for Tavo"), frame7);
     m_searchButton = command1;
     connect(command1, &QPushButton::clicked, this, &SerialTestForm::Command1_Click);
+    auto *searchRow = new QHBoxLayout;
+    searchRow->addWidget(command1);
+    searchRow->addWidget(makePortsButton());
+    searchRow->addStretch();
     auto *frame7Layout = new QVBoxLayout(frame7);
-    frame7Layout->addWidget(command1, 0, Qt::AlignLeft);
+    frame7Layout->addLayout(searchRow);
     for (int i = 0; i < SlotCount; ++i) {
         const auto n = static_cast<std::size_t>(i);
         auto *option =

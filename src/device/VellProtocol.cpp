@@ -1,6 +1,7 @@
 #include "VellProtocol.h"
 
 #include "Logging.h"
+#include "PortSlots.h"
 #include "Prompter.h"
 #include "SerialLink.h"
 #include "VellTypes.h"
@@ -240,6 +241,9 @@ std::int32_t VellProtocol::Find_vell(bool restart)
 
 void VellProtocol::search_for_vell()
 {
+    // An adapter plugged in or pulled out since the last search counts.
+    if (PortSlots *ports = m_link.portSlots())
+        ports->relist();
     for (int i = 0; i < SlotCount; ++i) {
         SearchSlot &s = m_slots[static_cast<std::size_t>(i)];
         s.covered = true;

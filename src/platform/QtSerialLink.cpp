@@ -4,7 +4,6 @@
 #include "Logging.h"
 
 #include <QFile>
-#include <QSerialPortInfo>
 
 #ifdef Q_OS_UNIX
 #include <cerrno>
@@ -263,37 +262,7 @@ QString QtSerialLink::portName(int port) const
     return m_slots.name(port);
 }
 
-const QList<QSerialPortInfo> &QtSerialLink::systemPorts() const
-{
-    // Listing the system's ports walks every terminal device it has (some
-    // 15 ms on a desktop with dozens of virtual terminals), and a search
-    // asks for the description of all four slots. One listing serves
-    // them all; it is only a tooltip, so an adapter plugged in meanwhile
-    // may take a few seconds to get its description.
-    constexpr qint64 KeepMs = 10000;
-    if (!m_systemPortsAge.isValid() || m_systemPortsAge.hasExpired(KeepMs)) {
-        m_systemPorts = QSerialPortInfo::availablePorts();
-        m_systemPortsAge.start();
-    }
-    return m_systemPorts;
-}
-
 QString QtSerialLink::portDescription(int port) const
 {
-    const QString name = m_slots.name(port);
-    if (name.isEmpty())
-        return {};
-    QSerialPortInfo info;
-    for (const QSerialPortInfo &candidate : systemPorts()) {
-        if (candidate.portName() == name || candidate.systemLocation() == name) {
-            info = candidate;
-            break;
-        }
-    }
-    QStringList parts;
-    if (!info.description().isEmpty())
-        parts.append(info.description());
-    if (!info.manufacturer().isEmpty())
-        parts.append(info.manufacturer());
-    return parts.join(QStringLiteral(", "));
+    return m_slots.description(m_slots.name(port));
 }

@@ -3,11 +3,8 @@
 #include "PortSlots.h"
 #include "SerialLink.h"
 
-#include <QElapsedTimer>
-#include <QList>
 #include <QObject>
 #include <QSerialPort>
-#include <QSerialPortInfo>
 
 // SerialLink on a real serial port.
 //
@@ -38,6 +35,7 @@ public:
     int InBufferCount() override;
     QString portName(int port) const override;
     QString portDescription(int port) const override;
+    PortSlots *portSlots() override { return &m_slots; }
 
     QString lastError() const override { return m_lastError; }
 
@@ -55,14 +53,10 @@ private:
     QString applySettings(const QString &settings);
     bool setParityLeniently(QSerialPort::Parity parity);
     void pullPending();
-    const QList<QSerialPortInfo> &systemPorts() const;
 
     PortSlots m_slots;
     QSerialPort m_port;
     int m_commPort = 1;
     QString m_settings = QStringLiteral("9600,n,8,1");
     QString m_lastError;
-    // What the system last listed, and when (see systemPorts()).
-    mutable QList<QSerialPortInfo> m_systemPorts;
-    mutable QElapsedTimer m_systemPortsAge;
 };

@@ -5,6 +5,8 @@
 
 #include <stdexcept>
 
+class PortSlots;
+
 // A serial port as the unit protocol sees it: a port slot 1 to 4, a line
 // setting given as text ("9600,n,8,1", "110,n,8,2"), bytes out, bytes in.
 //
@@ -63,4 +65,8 @@ public:
         Q_UNUSED(port);
         return {};
     }
+    // The system's ports behind the slots, which the user may choose and
+    // which are listed afresh for every search; none on a line whose ports
+    // are fixed (a simulated one).
+    virtual PortSlots *portSlots() { return nullptr; }
 };
