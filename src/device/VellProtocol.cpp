@@ -188,11 +188,10 @@ std::int32_t VellProtocol::Find_vell(bool restart)
     if (!reset_line())
         return 0;
 
-    const QStringList settings = searchSettings();
     const QByteArray probeBytes = probe();
     bool anythingAnswered = false;
     for (int pass = 0; pass < Passes; ++pass) {
-        for (const QString &setting : settings) {
+        for (const QString &setting : m_searchSettings) {
             discardInput();
             // A rate the adapter cannot make finds nobody; the others may.
             if (!setSettings(setting))

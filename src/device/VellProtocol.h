@@ -114,6 +114,10 @@ public:
     // port is left open at the setting the unit answered at.
     std::int32_t Find_vell(bool restart);
 
+    // Only these of the search settings are tried, for a unit whose rate
+    // is known (all seven unless set).
+    void setSearchSettings(const QStringList &settings) { m_searchSettings = settings; }
+
     // Searches ports 1 to 4 and fills searchSlots(), reporting each slot through
     // slotChanged as it changes and through slotSearched once its port is
     // done. Afterwards no slot is chosen.
@@ -200,5 +204,6 @@ private:
     int m_blocksAcknowledged = 0;
     std::int32_t m_lastFound = 0;
     bool m_requireSerialTavo = false;
+    QStringList m_searchSettings = searchSettings();
     std::array<SearchSlot, SlotCount> m_slots{};
 };

@@ -1,4 +1,5 @@
 #include "LineBench.h"
+#include "TracingLink.h"
 #include "VellProtocol.h"
 
 #include <QTest>
@@ -113,6 +114,33 @@ private slots:
             if (e.bytes == "L")
                 rates << e.settings.section(u',', 0, 0);
         QCOMPARE(rates, probedAt);
+    }
+
+    // --trace: the whole exchange, one line per write, read and break.
+    void traceShowsTheWholeExchange()
+    {
+        Rig rig;
+        rig.link.refuseRates({110});
+        rig.open();
+        QStringList lines;
+        TracingLink tracer(
+            rig.link, [&lines](const QString &line) { lines << line; }, [&rig] { return rig.clock.time(); });
+        VellProtocol protocol(tracer, rig.waiter, rig.prompter, rig.types);
+        QCOMPARE(protocol.Find_vell(false), 22 + 256);
+        const QStringList expected{
+            u"+0.000 110,n,8,2 refused: SIM1 cannot run at 110 baud"_s,
+            u"+0.000 break on"_s,
+            u"+0.082 break off"_s,
+            u"+0.282 > 9600,n,8,2 FF"_s,
+            u"+0.292 > 9600,n,8,2 53"_s,
+            u"+0.302 > 9600,n,8,2 45"_s,
+            u"+0.312 > 9600,n,8,2 54"_s,
+            u"+0.322 > 9600,n,8,2 56"_s,
+            u"+0.332 > 9600,n,8,2 45"_s,
+            u"+0.342 > 9600,n,8,2 4C"_s,
+            u"+0.452 < 16 01 00 E8"_s,
+        };
+        QCOMPARE(lines, expected);
     }
 
     // Silence costs one pass of the seven settings; answers that are
