@@ -186,9 +186,9 @@ private slots:
         c.blockFault = fault == 2 ? UnitAckFault::WrongByte : UnitAckFault::None;
         c.restartFault = fault == 3 ? UnitAckFault::WrongByte : UnitAckFault::None;
         c.probeSilent = fault == 4;
+        c.vanishAfterBlock = fault == 6 ? 5 : -1;
         if (fault == 5)
             p.link.setPortKind(2, SimulatedLink::PortKind::Missing);
-        c.vanishAfterBlock = fault == 6 ? 5 : -1;
 
         // Half-way through the blocks the progress panel covers the slots.
         bool midway = false;
