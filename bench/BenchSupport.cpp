@@ -14,10 +14,12 @@ RecordingWaiter::RecordingWaiter(Waiter &inner, std::function<qint64()> nowNs)
     , m_nowNs(std::move(nowNs))
 {}
 
-bool RecordingWaiter::wait(std::chrono::milliseconds duration, const std::function<bool()> &enough)
+bool RecordingWaiter::wait(std::chrono::microseconds duration, const std::function<bool()> &enough)
 {
     Record record;
-    record.requestedMs = duration;
+    // The program's timer counts whole milliseconds; only the break of an
+    // adapter that cannot run at 110 baud asks for a fraction more.
+    record.requestedMs = std::chrono::ceil<std::chrono::milliseconds>(duration);
     record.conditional = static_cast<bool>(enough);
     const qint64 start = m_nowNs();
     bool ok = false;

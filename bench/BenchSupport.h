@@ -38,7 +38,7 @@ public:
     // `nowNs` reads the clock the waits run on, in nanoseconds.
     RecordingWaiter(Waiter &inner, std::function<qint64()> nowNs);
 
-    bool wait(std::chrono::milliseconds duration, const std::function<bool()> &enough = {}) override;
+    bool wait(std::chrono::microseconds duration, const std::function<bool()> &enough = {}) override;
 
     const std::vector<Record> &records() const { return m_records; }
     void clear() { m_records.clear(); }
@@ -103,6 +103,7 @@ public:
     bool PortOpen() const override { return m_inner.PortOpen(); }
     void SetSettings(const QString &settings) override;
     QString Settings() const override { return m_inner.Settings(); }
+    void setBreakEnabled(bool on) override { m_inner.setBreakEnabled(on); }
     void Output(const QByteArray &bytes) override;
     QByteArray Input() override;
     int InBufferCount() override;

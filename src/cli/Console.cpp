@@ -138,6 +138,27 @@ bool CommandParser::forced() const
     return m_parser.isSet(QStringLiteral("force"));
 }
 
+void CommandParser::addTraceOption()
+{
+    m_parser.addOption(QCommandLineOption(
+        QStringLiteral("trace"),
+        QStringLiteral("Print every byte sent and received on the standard error, one line per write or "
+                       "read: the seconds since the start, > for sent with the line setting, < for "
+                       "received, the bytes in hexadecimal (+0.215 > 9600,n,8,2 FF). Breaks, openings "
+                       "and refused settings get a line too.")));
+}
+
+bool CommandParser::traced() const
+{
+    return m_parser.isSet(QStringLiteral("trace"));
+}
+
+void traceLine(const QString &line)
+{
+    endProgress();
+    err() << line << Qt::endl;
+}
+
 Reading CommandParser::reading() const
 {
     return m_parser.isSet(QStringLiteral("lenient")) ? Reading::Lenient : Reading::Strict;

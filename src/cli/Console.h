@@ -98,6 +98,10 @@ public:
     // export file: go on although the configuration check finds errors.
     void addForceOption();
     bool forced() const;
+    // --trace, for commands that talk to a unit: every byte on the wire on
+    // stderr (see traceLine()).
+    void addTraceOption();
+    bool traced() const;
 
 private:
     QString m_command;
@@ -124,6 +128,10 @@ bool loadConfig(const QString &path, ConfigData &config, Reading reading);
 // export file: every finding is printed on stderr; with an error the
 // command must stop (false) unless `force`.
 bool passesCheck(const QString &path, const ConfigData &config, bool force);
+
+// One line of a --trace on stderr ("+0.215 > 9600,n,8,2 FF"), on a line
+// of its own whatever progress is shown.
+void traceLine(const QString &line);
 
 // Loads a configuration and builds its image into config.ConfigImage.
 bool loadConfigImage(const QString &path, ConfigData &config, Reading reading);

@@ -22,9 +22,9 @@ QString percent(int permille)
 
 } // namespace
 
-ProgramBoard::ProgramBoard(const QStringList &ports, QObject *parent)
+ProgramBoard::ProgramBoard(const QStringList &ports, bool inPlace, QObject *parent)
     : QObject(parent)
-    , m_terminal(errIsTerminal())
+    , m_terminal(inPlace)
 {
     for (const QString &port : ports) {
         m_rows.push_back({port, {}, -1, QStringLiteral("searching")});

@@ -19,7 +19,8 @@ class ProgramBoard : public QObject
     Q_OBJECT
 
 public:
-    explicit ProgramBoard(const QStringList &ports, QObject *parent = nullptr);
+    // `inPlace`: redraw the lines on a terminal; else plain lines.
+    ProgramBoard(const QStringList &ports, bool inPlace, QObject *parent = nullptr);
 
     void unitFound(int port, const QString &unit);
     void progressed(int port, int permille);

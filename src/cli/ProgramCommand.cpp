@@ -13,8 +13,10 @@
 #include "QtSerialLink.h"
 #include "SettingsKeyValueStore.h"
 #include "SignalWatcher.h"
+#include "TracingLink.h"
 #include "VellTypes.h"
 
+#include <QCoreApplication>
 #include <QEventLoop>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -25,7 +27,7 @@ namespace cli {
 
 // In UnitCommands.cpp: one run on one port, as the dialog does it.
 UnitRun programOnePort(const QString &portName, const ConfigData &config, const QString &file,
-                       bool showProgress);
+                       bool showProgress, bool trace);
 
 namespace {
 
@@ -54,17 +56,28 @@ struct ProgramOptions {
 };
 
 // What a worker thread talks to: the real port and waits in its own event
-// loop.
+// loop. With a trace, each line goes to the main thread, which prints it
+// with the port in front: the console is the main thread's.
 struct SerialBatchLine : BatchLine {
     QtSerialLink serial;
+    TracingLink tracer;
     EventLoopWaiter events;
+    bool traced;
 
-    explicit SerialBatchLine(const QString &port)
+    SerialBatchLine(const QString &port, bool trace)
         : serial(PortSlots(QStringList{port}))
+        , tracer(serial,
+                 [port](const QString &line) {
+                     QMetaObject::invokeMethod(
+                         QCoreApplication::instance(),
+                         [text = port + QStringLiteral(": ") + line] { traceLine(text); },
+                         Qt::QueuedConnection);
+                 })
+        , traced(trace)
     {
         events.watch(&serial, &QtSerialLink::inputArrived);
     }
-    SerialLink &link() override { return serial; }
+    SerialLink &link() override { return traced ? static_cast<SerialLink &>(tracer) : serial; }
     Waiter &waiter() override { return events; }
 };
 
@@ -85,20 +98,22 @@ std::optional<int> portsOf(CommandParser &cmd, const ProgramOptions &o, QStringL
 }
 
 std::vector<UnitRun> programTogether(const QStringList &ports, const ConfigData &config, bool repeat,
-                                     bool quiet)
+                                     bool quiet, bool trace)
 {
     VellTypes types;
     if (const auto store = SettingsKeyValueStore::openDefault())
         types.CheckVellTypes(*store);
-    ProgrammingBatch batch(types, config.ConfigImage,
-                           [](const QString &port) { return std::make_shared<SerialBatchLine>(port); });
+    ProgrammingBatch batch(types, config.ConfigImage, [trace](const QString &port) {
+        return std::make_shared<SerialBatchLine>(port, trace);
+    });
     batch.setRepeat(repeat);
     std::vector<UnitRun> runs;
     QObject::connect(&batch, &ProgrammingBatch::runFinished, &batch,
                      [&runs](int, const UnitRun &run) { runs.push_back(run); });
     std::unique_ptr<ProgramBoard> board;
     if (!quiet) {
-        board = std::make_unique<ProgramBoard>(ports);
+        // A trace and a board redrawn in place would write over each other.
+        board = std::make_unique<ProgramBoard>(ports, !trace && errIsTerminal());
         QObject::connect(&batch, &ProgrammingBatch::unitFound, board.get(), &ProgramBoard::unitFound);
         QObject::connect(&batch, &ProgrammingBatch::progressed, board.get(), &ProgramBoard::progressed);
         QObject::connect(&batch, &ProgrammingBatch::waiting, board.get(), &ProgramBoard::waiting);
@@ -164,6 +179,7 @@ int runProgram(const QStringList &args)
     cmd->addOptions({o.port, o.ports, o.log, o.json, o.repeat});
     cmd.addReadingOption();
     cmd.addForceOption();
+    cmd.addTraceOption();
     cmd.setExitCodes({ExitOk, ExitFailed, ExitUsage, ExitNoTavo, ExitUnitFailed});
     if (const auto stop = cmd.parse(args, 1))
         return *stop;
@@ -186,8 +202,8 @@ int runProgram(const QStringList &args)
     const bool json = cmd->isSet(o.json);
     const bool together = ports.size() > 1 || cmd->isSet(o.repeat);
     const std::vector<UnitRun> runs =
-        together ? programTogether(ports, config, cmd->isSet(o.repeat), json)
-                 : std::vector<UnitRun>{programOnePort(ports.front(), config, file, !json)};
+        together ? programTogether(ports, config, cmd->isSet(o.repeat), json, cmd.traced())
+                 : std::vector<UnitRun>{programOnePort(ports.front(), config, file, !json, cmd.traced())};
     return report(runs, context, log, json, together, ports);
 }
 

@@ -8,8 +8,11 @@
 #include "LineSettings.h"
 #include "PtyUnit.h"
 #include "SignalWatcher.h"
+#include "TracingLink.h"
 
 #include <QCoreApplication>
+
+#include <chrono>
 
 namespace cli {
 
@@ -84,7 +87,9 @@ struct SimOptions {
                                 QStringLiteral("Write each downloaded 256-byte image to FILE."),
                                 QStringLiteral("FILE")};
     QCommandLineOption trace{QStringLiteral("trace"),
-                             QStringLiteral("Print every byte received and sent on stderr.")};
+                             QStringLiteral("Print every byte received and sent on stderr, as the other "
+                                            "commands' --trace does from the host's side: < for received "
+                                            "with the line setting, > for sent.")};
     QCommandLineOption silent{QStringLiteral("silent"), QStringLiteral("Fault: never answer the search.")};
     QCommandLineOption badCheck{QStringLiteral("bad-check"),
                                 QStringLiteral("Fault: answer the search with a wrong check byte.")};
@@ -240,12 +245,18 @@ void reportUnit(PtyUnit &pty, const QString &imagePath, const QString &configPat
     });
     if (!trace)
         return;
-    QObject::connect(&pty, &PtyUnit::bytesReceived, &pty,
-                     [](const QByteArray &bytes, const QString &settings) {
-                         err() << "<- " << settings << ": " << bytes.toHex(' ').toUpper() << Qt::endl;
-                     });
-    QObject::connect(&pty, &PtyUnit::bytesSent, &pty, [](const QByteArray &bytes) {
-        err() << "-> " << bytes.toHex(' ').toUpper() << Qt::endl;
+    const auto start = std::chrono::steady_clock::now();
+    const auto since = [start] {
+        return std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::steady_clock::now()
+                                                                     - start);
+    };
+    QObject::connect(
+        &pty, &PtyUnit::bytesReceived, &pty, [since](const QByteArray &bytes, const QString &settings) {
+            traceLine(
+                TracingLink::line(since(), QStringLiteral("< %1 %2").arg(settings, TracingLink::hex(bytes))));
+        });
+    QObject::connect(&pty, &PtyUnit::bytesSent, &pty, [since](const QByteArray &bytes) {
+        traceLine(TracingLink::line(since(), QStringLiteral("> ") + TracingLink::hex(bytes)));
     });
 }
 

@@ -13,6 +13,7 @@
 #include "SettingsKeyValueStore.h"
 #include "SignalWatcher.h"
 #include "TestStrings.h"
+#include "TracingLink.h"
 #include "VellProtocol.h"
 #include "VellTypes.h"
 
@@ -32,12 +33,15 @@ namespace {
 // What a command that talks to units needs: the port, waits in the event
 // loop, messages on the console, the device-type table as the editor has it
 // and the protocol on top. Ctrl+C aborts the protocol at its next wait.
+// With `trace` the protocol talks through a TracingLink, so every byte on
+// the wire shows on stderr.
 class UnitSession
 {
 public:
-    explicit UnitSession(const PortSlots &ports)
+    UnitSession(const PortSlots &ports, bool trace)
         : link(ports)
-        , protocol(link, waiter, prompter, types)
+        , tracer(link, traceLine)
+        , protocol(trace ? static_cast<SerialLink &>(tracer) : link, waiter, prompter, types)
     {
         // The same table the editor's dialogs name units from (set up the
         // same way on first use), so a slot reads the same here and there.
@@ -50,6 +54,7 @@ public:
     }
 
     QtSerialLink link;
+    TracingLink tracer;
     EventLoopWaiter waiter;
     ConsolePrompter prompter;
     VellTypes types;
@@ -88,6 +93,25 @@ std::optional<int> outputNumber(const QString &text)
     return n;
 }
 
+// The rates of the search's settings, "9600" to "2400" in the order tried.
+QStringList searchRates()
+{
+    QStringList rates;
+    for (const QString &setting : VellProtocol::searchSettings())
+        rates.append(setting.section(QLatin1Char(','), 0, 0));
+    return rates;
+}
+
+// The search setting at `rate` ("19200" gives "19200,n,8,2"); nothing
+// when the search has none at that rate.
+std::optional<QString> searchSettingAt(const QString &rate)
+{
+    const qsizetype i = searchRates().indexOf(rate.trimmed());
+    if (i < 0)
+        return std::nullopt;
+    return VellProtocol::searchSettings().at(i);
+}
+
 } // namespace
 
 int runSearch(const QStringList &args)
@@ -108,12 +132,25 @@ int runSearch(const QStringList &args)
                                     QStringLiteral("Print a JSON array of the four slots (slot, port, text, "
                                                    "found, programmable) instead."));
     cmd->addOption(asJson);
+    const QCommandLineOption baud(QStringLiteral("baud"),
+                                  QStringLiteral("Search at this one of the seven rates only, for a unit "
+                                                 "whose rate is known."),
+                                  QStringLiteral("RATE"));
+    cmd->addOption(baud);
+    cmd.addTraceOption();
     cmd.setExitCodes({ExitOk, ExitUsage});
     if (const auto stop = cmd.parse(args, 0))
         return *stop;
+    const std::optional<QString> only =
+        cmd->isSet(baud) ? searchSettingAt(cmd->value(baud)) : std::optional<QString>(QString());
+    if (!only)
+        return cmd.usageError(QStringLiteral("--baud takes one of %1").arg(searchRates().join(u", ")));
 
     UnitSession session(cmd->isSet(ports) ? PortSlots::fromList(cmd->value(ports))
-                                          : PortSlots::fromEnvironment());
+                                          : PortSlots::fromEnvironment(),
+                        cmd.traced());
+    if (!only->isEmpty())
+        session.protocol.setSearchSettings({*only});
     const bool json = cmd->isSet(asJson);
     QJsonArray slots_;
     session.protocol.slotSearched = [&](int slot, const SearchSlot &found) {
@@ -141,9 +178,9 @@ int runSearch(const QStringList &args)
 }
 
 UnitRun programOnePort(const QString &portName, const ConfigData &config, const QString &file,
-                       bool showProgress)
+                       bool showProgress, bool trace)
 {
-    UnitSession session(PortSlots(QStringList{portName}));
+    UnitSession session(PortSlots(QStringList{portName}), trace);
     VellProtocol &protocol = session.protocol;
     protocol.setConfigImage(config.ConfigImage);
     protocol.setRequireSerialTavo(true);
@@ -269,19 +306,23 @@ bool loadCodeConfig(const QString &path, Reading reading, const TestStrings::Sel
 
 // Sends the composed message on the port, as the dialog's Send does.
 int sendOnPort(const QString &portName, const TestStrings::Selection &selection,
-               const SerialEditorData &message, const ConfigData &config, const QByteArray &bytes)
+               const SerialEditorData &message, const ConfigData &config, const QByteArray &bytes, bool trace)
 {
     const QString settings = TestStrings::sendSettings(selection.mode, config).value_or(QString());
     QtSerialLink link(PortSlots(QStringList{portName}));
+    TracingLink tracer(link, traceLine);
     EventLoopWaiter waiter;
     SignalWatcher watcher;
     QObject::connect(&watcher, &SignalWatcher::interrupted, &link, [&waiter] { waiter.requestAbort(); });
     // The waiter keeps the port open until the bytes are on the wire: closing
     // puts the port's old line setting back at once.
-    if (!TestStrings::Send(link, selection.port, selection.mode, message, config, &waiter)) {
-        const QString why = link.lastError().isEmpty()
+    const TestStrings::SendResult sent =
+        TestStrings::Send(trace ? static_cast<SerialLink &>(tracer) : link, selection.port, selection.mode,
+                          message, config, &waiter);
+    if (!sent) {
+        const QString why = sent.why.isEmpty()
                                 ? QStringLiteral("%1 refused the setting %2").arg(portName, settings)
-                                : link.lastError();
+                                : sent.why;
         fail(QStringLiteral("%1; nothing was sent").arg(why));
         return ExitNoTavo;
     }
@@ -311,6 +352,7 @@ int runSend(const QStringList &args)
     const SendOptions o;
     cmd->addOptions(o.all());
     cmd.addReadingOption();
+    cmd.addTraceOption();
     cmd.setExitCodes({ExitOk, ExitFailed, ExitUsage, ExitNoTavo});
     if (const auto stop = cmd.parse(args, 0))
         return *stop;
@@ -336,7 +378,7 @@ int runSend(const QStringList &args)
     } catch (const std::exception &) {
         return fail(QStringLiteral("the code holds a value that is not a byte"));
     }
-    return sendOnPort(cmd->value(o.port), selection, message, config, bytes);
+    return sendOnPort(cmd->value(o.port), selection, message, config, bytes, cmd.traced());
 }
 
 } // namespace cli

@@ -85,8 +85,12 @@ QGroupBox *SerialTestForm::makeTargetFrame()
     auto *command1 = button(QStringLiteral("Command1"), QStringLiteral("Search for Tavo"), frame7);
     m_searchButton = command1;
     connect(command1, &QPushButton::clicked, this, &SerialTestForm::Command1_Click);
+    auto *searchRow = new QHBoxLayout;
+    searchRow->addWidget(command1);
+    searchRow->addWidget(makePortsButton());
+    searchRow->addStretch();
     auto *frame7Layout = new QVBoxLayout(frame7);
-    frame7Layout->addWidget(command1, 0, Qt::AlignLeft);
+    frame7Layout->addLayout(searchRow);
     for (int i = 0; i < SlotCount; ++i) {
         const auto n = static_cast<std::size_t>(i);
         auto *option =
@@ -295,8 +299,15 @@ void SerialTestForm::Send_Click()
 {
     // The send waits for its bytes to leave; meanwhile a second press must
     // not start another one on the same port.
-    run([this](VellProtocol &) {
-        TestStrings::Send(m_link, m_port, m_mode, m_serialEditor1->ReturnCurrentMessage(), m_config,
-                          &m_waiter);
+    TestStrings::SendResult result;
+    const QPointer<SerialTestForm> self(this);
+    run([this, &result](VellProtocol &) {
+        result = TestStrings::Send(m_link, m_port, m_mode, m_serialEditor1->ReturnCurrentMessage(), m_config,
+                                   &m_waiter);
     });
+    // Nothing went out and the user sees the unit not react: say why
+    // (the port cannot run at the unit's rate, it is gone, another program
+    // has it).
+    if (self && !aborted())
+        notePortProblem(result.why.isEmpty() ? QString() : QStringLiteral("Send: %1").arg(result.why));
 }

@@ -37,6 +37,7 @@ public:
 
 protected:
     void Form_Activate() override;
+    void Command1_Click() override;
     void applySlot(int slot, const SearchSlot &state) override;
 
 private:
@@ -50,7 +51,6 @@ private:
     // What the dialog shows when it opens.
     void showOpeningState();
 
-    void Command1_Click();
     void Option1_Click(int index);
     void ModeOption_Click(int index);
     void WhichOption_Click(int index);

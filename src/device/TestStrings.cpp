@@ -190,31 +190,43 @@ std::chrono::milliseconds drainMs(int count, const QString &settings)
     return std::chrono::milliseconds((bits * 1000 + s.baud - 1) / s.baud) + Settle;
 }
 
-bool Send(SerialLink &link, int port, int mode, const SerialEditorData &message, const ConfigData &config,
-          Waiter *drain)
+namespace {
+
+// Opens the port, writes and lets the bytes leave; throws SerialLinkError
+// with the reason when the port cannot be had at the setting.
+void sendOnOpenPort(SerialLink &link, int port, const QString &settings, const QByteArray &bytes,
+                    Waiter *drain)
 {
-    bool sent = false;
+    link.SetCommPort(port);
+    link.SetSettings(settings);
+    link.SetPortOpen(true);
+    if (!link.PortOpen())
+        throw SerialLinkError(link.lastError().toStdString());
+    link.Output(bytes);
+    if (!drain)
+        return;
+    const std::chrono::milliseconds held = drainMs(static_cast<int>(bytes.size()), settings);
+    qCDebug(lcSerial) << "holding port" << port << "open" << held.count() << "ms for the bytes to leave";
+    drain->wait(held);
+}
+
+} // namespace
+
+SendResult Send(SerialLink &link, int port, int mode, const SerialEditorData &message,
+                const ConfigData &config, Waiter *drain)
+{
+    SendResult result;
     try {
         if (link.PortOpen())
             link.SetPortOpen(false);
         const std::optional<QString> settings = sendSettings(mode, config);
         if (port >= 1 && settings) {
-            const QByteArray bytes = sendBytes(mode, message);
-            link.SetCommPort(port);
-            link.SetSettings(*settings);
-            link.SetPortOpen(true);
-            link.Output(bytes);
-            sent = true;
-            if (drain) {
-                const std::chrono::milliseconds held = drainMs(static_cast<int>(bytes.size()), *settings);
-                qCDebug(lcSerial) << "holding port" << port << "open" << held.count()
-                                  << "ms for the bytes to leave";
-                drain->wait(held);
-            }
+            sendOnOpenPort(link, port, *settings, sendBytes(mode, message), drain);
+            result.sent = true;
         }
     } catch (const SerialLinkError &e) {
-        // A test string that cannot go out is simply not sent; the user
-        // sees the unit not react.
+        // The user sees the unit not react, and this says why.
+        result.why = QString::fromLocal8Bit(e.what());
         qCInfo(lcSerial) << "test string for port" << port << "not sent:" << e.what();
     } catch (const std::exception &e) {
         qCInfo(lcSerial) << "no test string in the message for mode" << mode << "-" << e.what();
@@ -225,7 +237,7 @@ bool Send(SerialLink &link, int port, int mode, const SerialEditorData &message,
     } catch (const std::exception &e) {
         qCInfo(lcSerial) << "port" << port << "not closed after a test string:" << e.what();
     }
-    return sent;
+    return result;
 }
 
 } // namespace TestStrings

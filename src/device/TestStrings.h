@@ -78,16 +78,25 @@ QByteArray sendBytes(int mode, const SerialEditorData &message);
 // for the far end to read them.
 std::chrono::milliseconds drainMs(int count, const QString &settings);
 
+// How a send went: true when the bytes were written; otherwise why not,
+// for a person ("/dev/ttyUSB0 cannot run at 28800 baud"), or nothing to
+// tell when there was nothing to send or no port to send it on.
+struct SendResult {
+    bool sent = false;
+    QString why;
+
+    explicit operator bool() const { return sent; }
+};
+
 // Sends the message on `port`: closes the link if it is open, opens the
-// port at the mode's setting, writes, closes. Nothing is reported: a send
-// that cannot be made (no port, nothing to send, a port that will not
-// open or refuses the setting) simply sends nothing. True when the bytes
-// were written.
+// port at the mode's setting, writes, closes. A send that cannot be made
+// (no port, nothing to send, a port that will not open or cannot run at
+// the setting) sends nothing and says why.
 //
 // With a waiter the port is held open until the bytes have left: closing
 // a port puts the line back to its setting from before the opening, and
 // bytes still on their way would go out at that one.
-bool Send(SerialLink &link, int port, int mode, const SerialEditorData &message, const ConfigData &config,
-          Waiter *drain = nullptr);
+SendResult Send(SerialLink &link, int port, int mode, const SerialEditorData &message,
+                const ConfigData &config, Waiter *drain = nullptr);
 
 } // namespace TestStrings

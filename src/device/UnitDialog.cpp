@@ -1,6 +1,8 @@
 #include "UnitDialog.h"
 
 #include "Logging.h"
+#include "PortChooser.h"
+#include "PortSlots.h"
 #include "Prompter.h"
 #include "SerialLink.h"
 #include "Waiter.h"
@@ -8,6 +10,7 @@
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPushButton>
 #include <QShowEvent>
 #include <QStackedLayout>
 #include <QTimer>
@@ -51,13 +54,55 @@ void UnitDialog::noteOpenError(int slot, const SearchSlot &state)
     if (state.covered)
         return;
     m_openErrors[static_cast<std::size_t>(slot)] = state.openError;
+    showPortProblems();
+}
+
+void UnitDialog::notePortProblem(const QString &problem)
+{
+    m_otherProblem = problem;
+    showPortProblems();
+}
+
+void UnitDialog::showPortProblems()
+{
     QStringList lines;
     for (std::size_t i = 0; i < m_openErrors.size(); ++i) {
         if (!m_openErrors[i].isEmpty())
             lines << QStringLiteral("Slot %1: %2").arg(i + 1).arg(m_openErrors[i]);
     }
+    if (!m_otherProblem.isEmpty())
+        lines << m_otherProblem;
     m_portProblems->setText(lines.join(QLatin1Char('\n')));
     m_portProblems->setVisible(!lines.isEmpty());
+}
+
+QPushButton *UnitDialog::makePortsButton()
+{
+    m_portsButton = new QPushButton(QStringLiteral("Ports..."), this);
+    m_portsButton->setObjectName(QStringLiteral("ChoosePorts"));
+    m_portsButton->setAutoDefault(false);
+    PortSlots *ports = m_link.portSlots();
+    m_portsButton->setVisible(ports != nullptr);
+    bool anyFree = false;
+    for (int port = 1; ports && port <= PortSlots::Count; ++port)
+        anyFree = anyFree || !ports->isNamed(port);
+    m_portsButton->setEnabled(anyFree);
+    m_portsButton->setToolTip(anyFree ? QStringLiteral("Choose the serial ports the four slots search")
+                                      : QStringLiteral("The ports were named by --ports or TAVO_PORTS"));
+    connect(m_portsButton, &QPushButton::clicked, this, &UnitDialog::choosePorts);
+    return m_portsButton;
+}
+
+void UnitDialog::choosePorts()
+{
+    PortSlots *ports = m_link.portSlots();
+    if (!ports || m_busy)
+        return;
+    auto *chooser = new PortChooser(*ports, this);
+    chooser->setAttribute(Qt::WA_DeleteOnClose);
+    // The slots show their new ports as the search reaches them.
+    connect(chooser, &QDialog::accepted, this, &UnitDialog::Command1_Click, Qt::QueuedConnection);
+    chooser->open();
 }
 
 UnitDialog::~UnitDialog()
@@ -124,12 +169,17 @@ bool UnitDialog::search()
 {
     if (m_searchButton)
         m_searchButton->setEnabled(false);
+    const bool portsFree = m_portsButton && m_portsButton->isEnabled();
+    if (m_portsButton)
+        m_portsButton->setEnabled(false);
     const QPointer<UnitDialog> self(this);
     const bool finished = run([](VellProtocol &p) { p.search_for_vell(); });
     if (!self)
         return false;
     if (m_searchButton)
         m_searchButton->setEnabled(true);
+    if (m_portsButton)
+        m_portsButton->setEnabled(portsFree);
     emit searchFinished();
     return finished;
 }

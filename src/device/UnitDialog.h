@@ -13,6 +13,7 @@
 class Prompter;
 class QFrame;
 class QLabel;
+class QPushButton;
 class SerialLink;
 class VellTypes;
 class Waiter;
@@ -62,6 +63,8 @@ protected:
     // Runs after the dialog has been shown and painted, every time it is
     // shown.
     virtual void Form_Activate() = 0;
+    // "Search for Tavo": also after the user has chosen other ports.
+    virtual void Command1_Click() = 0;
     // Mirrors one slot of the search in the slot's widgets.
     virtual void applySlot(int slot, const SearchSlot &state) = 0;
 
@@ -88,6 +91,13 @@ protected:
     // /dev/ttyUSB0 is in use by another program"), so that a user who
     // expected a unit there knows what to do; hidden while there is none.
     QLabel *portProblems() const { return m_portProblems; }
+    // Why something else the dialog did with a port went wrong (a test
+    // string that could not go out), on the same label; empty clears it.
+    void notePortProblem(const QString &problem);
+    // "Ports...", beside the search button: which system ports the slots
+    // use (see PortChooser). Hidden on a line whose ports are fixed, and
+    // disabled when the program was started with every slot named.
+    QPushButton *makePortsButton();
     void showPort(QLabel *label, const SearchSlot &state);
     // Mirrors one slot of the search in its row: the cover, what answered
     // (a text box in one dialog, a label in the other), the option button
@@ -117,10 +127,14 @@ protected:
 
 private:
     void noteOpenError(int slot, const SearchSlot &state);
+    void showPortProblems();
+    void choosePorts();
 
     struct Session;
     std::shared_ptr<Session> m_session;
     bool m_busy = false;
     QLabel *m_portProblems = nullptr;
+    QPushButton *m_portsButton = nullptr;
     std::array<QString, VellProtocol::SlotCount> m_openErrors;
+    QString m_otherProblem;
 };

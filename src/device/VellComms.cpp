@@ -131,6 +131,7 @@ QLayout *VellComms::makeButtons()
 
     auto *buttons = new QHBoxLayout;
     buttons->addWidget(command1);
+    buttons->addWidget(makePortsButton());
     buttons->addWidget(m_programVell);
     buttons->addStretch();
     buttons->addWidget(command2);

@@ -33,6 +33,7 @@ public:
 
 protected:
     void Form_Activate() override;
+    void Command1_Click() override;
     void applySlot(int slot, const SearchSlot &state) override;
 
 private:
@@ -41,7 +42,6 @@ private:
     QFrame *makePleaseWait();
     QLayout *makeButtons();
 
-    void Command1_Click();
     void Option1_Click(int index);
     void ProgramVell_Click();
 

@@ -1,6 +1,7 @@
 #include "VellProtocol.h"
 
 #include "Logging.h"
+#include "PortSlots.h"
 #include "Prompter.h"
 #include "SerialLink.h"
 #include "VellTypes.h"
@@ -89,12 +90,14 @@ VellProtocol::VellProtocol(SerialLink &link, Waiter &waiter, Prompter &prompter,
 // A write or setting that fails (the adapter was pulled, the simulator
 // went away) is treated like a byte lost on the line: the exchange simply
 // gets no answer and takes its ordinary failure path and message.
-void VellProtocol::setSettings(const QString &settings)
+bool VellProtocol::setSettings(const QString &settings)
 {
     try {
         m_link.SetSettings(settings);
+        return true;
     } catch (const SerialLinkError &e) {
         qCInfo(lcSerial) << "setting" << settings << "refused:" << e.what();
+        return false;
     }
 }
 
@@ -119,7 +122,7 @@ void VellProtocol::discardInput()
     m_link.Input();
 }
 
-bool VellProtocol::wait(std::chrono::milliseconds duration, int enoughBytes)
+bool VellProtocol::wait(std::chrono::microseconds duration, int enoughBytes)
 {
     if (enoughBytes <= 0)
         return m_waiter.wait(duration);
@@ -147,9 +150,37 @@ void VellProtocol::progress(const QString &label, int value)
 
 bool VellProtocol::reset_line()
 {
-    setSettings(resetSetting());
-    output(QByteArray(1, '\0'));
-    return wait(ResetWait);
+    if (setSettings(resetSetting())) {
+        output(QByteArray(1, '\0'));
+        return wait(ResetWait);
+    }
+    // Many adapters cannot go down to 110 baud (FTDI chips stop at about
+    // 183, many CP210x at 300). The unit only needs the line low as long
+    // as the 00 would hold it, which a break does at any rate.
+    return breakLine() && wait(ResetWait);
+}
+
+bool VellProtocol::breakLine()
+{
+    if (aborted())
+        return false;
+    try {
+        m_link.setBreakEnabled(true);
+    } catch (const SerialLinkError &e) {
+        // The search goes on without the reset; a unit that was not in the
+        // middle of something still answers.
+        qCInfo(lcSerial) << "no break on the line:" << e.what();
+        return true;
+    }
+    const bool waited = wait(ResetBreak);
+    // Let go of the line even when the user gave up: a port left in a
+    // break holds the unit in its reset.
+    try {
+        m_link.setBreakEnabled(false);
+    } catch (const SerialLinkError &e) {
+        qCInfo(lcSerial) << "break not released:" << e.what();
+    }
+    return waited;
 }
 
 std::int32_t VellProtocol::Find_vell(bool restart)
@@ -157,13 +188,14 @@ std::int32_t VellProtocol::Find_vell(bool restart)
     if (!reset_line())
         return 0;
 
-    const QStringList settings = searchSettings();
     const QByteArray probeBytes = probe();
     bool anythingAnswered = false;
     for (int pass = 0; pass < Passes; ++pass) {
-        for (const QString &setting : settings) {
+        for (const QString &setting : m_searchSettings) {
             discardInput();
-            setSettings(setting);
+            // A rate the adapter cannot make finds nobody; the others may.
+            if (!setSettings(setting))
+                continue;
             for (qsizetype i = 0; i < probeBytes.size(); ++i) {
                 // Only what comes after the last byte is the unit's answer;
                 // echoes and noise from the bytes before are dropped here.
@@ -208,6 +240,9 @@ std::int32_t VellProtocol::Find_vell(bool restart)
 
 void VellProtocol::search_for_vell()
 {
+    // An adapter plugged in or pulled out since the last search counts.
+    if (PortSlots *ports = m_link.portSlots())
+        ports->relist();
     for (int i = 0; i < SlotCount; ++i) {
         SearchSlot &s = m_slots[static_cast<std::size_t>(i)];
         s.covered = true;

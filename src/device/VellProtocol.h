@@ -40,11 +40,14 @@ struct SearchSlot {
 // to the user go through the Prompter.
 //
 // Bytes on the wire (every write lists the line setting it goes out at):
-//   line reset   110,n,8,2    00, then 200 ms
+//   line reset   110,n,8,2    00, then 200 ms; on an adapter that cannot
+//                             run at 110 baud a break as long as the 00
+//                             holds the line low (81.818 ms), then 200 ms
 //   probe        <s>,n,8,2    FF 'S' 'E' 'T' 'V' 'E' 'L', 10 ms after each
-//                             byte, input flushed before 'L'; reply: type
-//                             code, version 1, version 2, check byte (the
-//                             four add up to 255 modulo 256)
+//                             byte, at each of the seven search settings the
+//                             port can run at; input flushed before 'L';
+//                             reply: type code, version 1, version 2, check
+//                             byte (the four add up to 255 modulo 256)
 //   restart      9600,o,8,1   33, 10 ms, then 9600,e,8,1 FF; ack F0 xx
 //   block k      9600,o,8,1   11, 10 ms, then 9600,e,8,1 with k high, k low,
 //                             eight image bytes, check byte (all eleven add
@@ -78,6 +81,9 @@ public:
 
     // Line settings tried by the search, in order.
     static QStringList searchSettings();
+    // How long the break that stands in for the line reset's 00 holds the
+    // line low: its start bit and eight data bits at 110 baud.
+    static constexpr std::chrono::microseconds ResetBreak{9 * 1'000'000 / 110};
     static QString resetSetting() { return QStringLiteral("110,n,8,2"); }
     static QString commandSetting() { return QStringLiteral("9600,o,8,1"); }
     static QString dataSetting() { return QStringLiteral("9600,e,8,1"); }
@@ -97,7 +103,8 @@ public:
     VellProtocol(SerialLink &link, Waiter &waiter, Prompter &prompter, const VellTypes &types);
 
     // Puts a long low pulse on the line so that a unit drops whatever it
-    // was receiving. False when aborted.
+    // was receiving: a 00 at 110 baud, or a break where the port cannot
+    // run that slowly. False when aborted.
     bool reset_line();
 
     // Searches the open port for a unit. Returns 0 when nothing answered,
@@ -106,6 +113,10 @@ public:
     // was found, and between passes when its answers were rejected. The
     // port is left open at the setting the unit answered at.
     std::int32_t Find_vell(bool restart);
+
+    // Only these of the search settings are tried, for a unit whose rate
+    // is known (all seven unless set).
+    void setSearchSettings(const QStringList &settings) { m_searchSettings = settings; }
 
     // Searches ports 1 to 4 and fills searchSlots(), reporting each slot through
     // slotChanged as it changes and through slotSearched once its port is
@@ -167,7 +178,8 @@ public:
 
 private:
     bool aborted() const;
-    bool wait(std::chrono::milliseconds duration, int enoughBytes = 0);
+    bool wait(std::chrono::microseconds duration, int enoughBytes = 0);
+    bool breakLine();
     bool dumbRestart();
     // One port of search_for_vell: searched, its slot filled and reported.
     void searchSlot(int port);
@@ -175,7 +187,8 @@ private:
     // it cannot be had.
     void openSlotPort(int port);
     bool sendRestartCommand();
-    void setSettings(const QString &settings);
+    // False when the port refuses the setting.
+    bool setSettings(const QString &settings);
     void output(const QByteArray &bytes);
     void discardInput();
     void showError(const QString &text, const QString &title);
@@ -191,5 +204,6 @@ private:
     int m_blocksAcknowledged = 0;
     std::int32_t m_lastFound = 0;
     bool m_requireSerialTavo = false;
+    QStringList m_searchSettings = searchSettings();
     std::array<SearchSlot, SlotCount> m_slots{};
 };

@@ -11,11 +11,13 @@ EventLoopWaiter::EventLoopWaiter(QObject *parent)
     : QObject(parent)
 {}
 
-bool EventLoopWaiter::wait(std::chrono::milliseconds duration, const std::function<bool()> &enough)
+bool EventLoopWaiter::wait(std::chrono::microseconds duration, const std::function<bool()> &enough)
 {
     if (AbortRequested())
         return false;
-    m_requested += duration;
+    const auto timeout =
+        std::max(std::chrono::ceil<std::chrono::milliseconds>(duration), std::chrono::milliseconds(0));
+    m_requested += timeout;
     if (enough && enough())
         return true;
 
@@ -47,7 +49,7 @@ bool EventLoopWaiter::wait(std::chrono::milliseconds duration, const std::functi
                            &EventLoopWaiter::inputMayHaveArrived);
     }
 
-    timer.start(std::max(duration, std::chrono::milliseconds(0)));
+    timer.start(timeout);
     loop.exec();
     disconnect(idle);
 

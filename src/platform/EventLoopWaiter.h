@@ -21,7 +21,9 @@ class EventLoopWaiter : public QObject, public Waiter
 public:
     explicit EventLoopWaiter(QObject *parent = nullptr);
 
-    bool wait(std::chrono::milliseconds duration, const std::function<bool()> &enough = {}) override;
+    // The timer counts whole milliseconds: a wait of a fraction more lasts
+    // to the next one (the 81.818 ms break, 82 ms), never less.
+    bool wait(std::chrono::microseconds duration, const std::function<bool()> &enough = {}) override;
 
     // Ends the current wait early when `sender` emits `signal`, provided the
     // wait's condition holds by then.

@@ -4,7 +4,6 @@
 #include "Logging.h"
 
 #include <QFile>
-#include <QSerialPortInfo>
 
 #ifdef Q_OS_UNIX
 #include <cerrno>
@@ -81,9 +80,8 @@ void QtSerialLink::SetPortOpen(bool open)
         m_port.clearError();
         return;
     }
-    if (!applySettings(m_settings)) {
-        m_lastError =
-            QStringLiteral("%1 refuses the line setting %2: %3").arg(name, m_settings, m_port.errorString());
+    if (const QString refused = applySettings(m_settings); !refused.isEmpty()) {
+        m_lastError = refused;
         m_port.close();
     }
 }
@@ -93,11 +91,11 @@ bool QtSerialLink::PortOpen() const
     return m_port.isOpen();
 }
 
-bool QtSerialLink::applySettings(const QString &settings)
+QString QtSerialLink::applySettings(const QString &settings)
 {
     const auto s = LineSettings::parse(settings);
     if (!s)
-        return false;
+        return QStringLiteral("invalid line setting %1").arg(settings);
     // QSerialPort keeps the values of a closed port and applies them when
     // it opens; on an open one each call takes effect at once.
     // Going to no parity, QSerialPort leaves the odd-parity flag of the
@@ -105,11 +103,22 @@ bool QtSerialLink::applySettings(const QString &settings)
     // simulator) reads it as odd parity. Passing through even clears it.
     if (s->parity == LineSettings::Parity::None && m_port.isOpen())
         setParityLeniently(QSerialPort::EvenParity);
-    const bool ok = m_port.setBaudRate(s->baud)
-                    && m_port.setDataBits(static_cast<QSerialPort::DataBits>(s->dataBits))
-                    && setParityLeniently(toParity(s->parity))
-                    && m_port.setStopBits(s->stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop);
-    return ok || !m_port.isOpen();
+    // Adapters differ in the rates they can make: FTDI chips go down to
+    // some 183 baud, many CP210x to 300, and 14400 or 28800 are not
+    // standard rates everywhere. Say so in words the user can act on.
+    QString why;
+    if (!m_port.setBaudRate(s->baud))
+        why = QStringLiteral("%1 cannot run at %2 baud").arg(m_slots.name(m_commPort)).arg(s->baud);
+    else if (!m_port.setDataBits(static_cast<QSerialPort::DataBits>(s->dataBits))
+             || !setParityLeniently(toParity(s->parity))
+             || !m_port.setStopBits(s->stopBits == 2 ? QSerialPort::TwoStop : QSerialPort::OneStop))
+        why = QStringLiteral("%1 refuses the line setting %2: %3")
+                  .arg(m_slots.name(m_commPort), settings, m_port.errorString());
+    if (why.isEmpty() || !m_port.isOpen())
+        return {};
+    qCInfo(lcSerial) << why << "-" << m_port.errorString();
+    m_port.clearError();
+    return why;
 }
 
 bool QtSerialLink::setParityLeniently(QSerialPort::Parity parity)
@@ -130,12 +139,23 @@ void QtSerialLink::SetSettings(const QString &settings)
 {
     if (!LineSettings::parse(settings))
         throw SerialLinkError("invalid line setting");
-    if (!applySettings(settings)) {
+    if (const QString refused = applySettings(settings); !refused.isEmpty()) {
+        // Back to the setting in force, so that Settings() stays true.
+        applySettings(m_settings);
+        throw SerialLinkError(refused.toStdString());
+    }
+    m_settings = settings;
+}
+
+void QtSerialLink::setBreakEnabled(bool on)
+{
+    if (!m_port.isOpen())
+        throw SerialLinkError("the port is not open");
+    if (!m_port.setBreakEnabled(on)) {
         const QString why = m_port.errorString();
         m_port.clearError();
         throw SerialLinkError(why.toStdString());
     }
-    m_settings = settings;
 }
 
 void QtSerialLink::Output(const QByteArray &bytes)
@@ -242,37 +262,7 @@ QString QtSerialLink::portName(int port) const
     return m_slots.name(port);
 }
 
-const QList<QSerialPortInfo> &QtSerialLink::systemPorts() const
-{
-    // Listing the system's ports walks every terminal device it has (some
-    // 15 ms on a desktop with dozens of virtual terminals), and a search
-    // asks for the description of all four slots. One listing serves
-    // them all; it is only a tooltip, so an adapter plugged in meanwhile
-    // may take a few seconds to get its description.
-    constexpr qint64 KeepMs = 10000;
-    if (!m_systemPortsAge.isValid() || m_systemPortsAge.hasExpired(KeepMs)) {
-        m_systemPorts = QSerialPortInfo::availablePorts();
-        m_systemPortsAge.start();
-    }
-    return m_systemPorts;
-}
-
 QString QtSerialLink::portDescription(int port) const
 {
-    const QString name = m_slots.name(port);
-    if (name.isEmpty())
-        return {};
-    QSerialPortInfo info;
-    for (const QSerialPortInfo &candidate : systemPorts()) {
-        if (candidate.portName() == name || candidate.systemLocation() == name) {
-            info = candidate;
-            break;
-        }
-    }
-    QStringList parts;
-    if (!info.description().isEmpty())
-        parts.append(info.description());
-    if (!info.manufacturer().isEmpty())
-        parts.append(info.manufacturer());
-    return parts.join(QStringLiteral(", "));
+    return m_slots.description(m_slots.name(port));
 }

@@ -3,11 +3,8 @@
 #include "PortSlots.h"
 #include "SerialLink.h"
 
-#include <QElapsedTimer>
-#include <QList>
 #include <QObject>
 #include <QSerialPort>
-#include <QSerialPortInfo>
 
 // SerialLink on a real serial port.
 //
@@ -32,11 +29,13 @@ public:
     bool PortOpen() const override;
     void SetSettings(const QString &settings) override;
     QString Settings() const override { return m_settings; }
+    void setBreakEnabled(bool on) override;
     void Output(const QByteArray &bytes) override;
     QByteArray Input() override;
     int InBufferCount() override;
     QString portName(int port) const override;
     QString portDescription(int port) const override;
+    PortSlots *portSlots() override { return &m_slots; }
 
     QString lastError() const override { return m_lastError; }
 
@@ -50,17 +49,14 @@ signals:
     void inputArrived();
 
 private:
-    bool applySettings(const QString &settings);
+    // Empty when the port took the setting, else why not.
+    QString applySettings(const QString &settings);
     bool setParityLeniently(QSerialPort::Parity parity);
     void pullPending();
-    const QList<QSerialPortInfo> &systemPorts() const;
 
     PortSlots m_slots;
     QSerialPort m_port;
     int m_commPort = 1;
     QString m_settings = QStringLiteral("9600,n,8,1");
     QString m_lastError;
-    // What the system last listed, and when (see systemPorts()).
-    mutable QList<QSerialPortInfo> m_systemPorts;
-    mutable QElapsedTimer m_systemPortsAge;
 };

@@ -5,6 +5,8 @@
 
 #include <stdexcept>
 
+class PortSlots;
+
 // A serial port as the unit protocol sees it: a port slot 1 to 4, a line
 // setting given as text ("9600,n,8,1", "110,n,8,2"), bytes out, bytes in.
 //
@@ -33,9 +35,17 @@ public:
 
     // "baud,parity,data,stop" with parity n, e, o (m and s too), data 5 to 8,
     // stop 1 or 2. Throws SerialLinkError for a text that is not such a
-    // setting or that the port refuses. Takes effect at once when open.
+    // setting or that the open port refuses ("ttyUSB0 cannot run at 110
+    // baud"), and keeps the setting it had. Takes effect at once when open;
+    // a closed port takes any setting and tells at opening that it cannot
+    // run at it (the port then stays closed, and lastError() says why).
     virtual void SetSettings(const QString &settings) = 0;
     virtual QString Settings() const = 0;
+
+    // Holds the line low (a break) until it is turned off again, whatever
+    // the line setting. Throws SerialLinkError when the port is closed or
+    // cannot do it.
+    virtual void setBreakEnabled(bool on) = 0;
 
     // Throws SerialLinkError when the port is closed or the write fails.
     virtual void Output(const QByteArray &bytes) = 0;
@@ -55,4 +65,8 @@ public:
         Q_UNUSED(port);
         return {};
     }
+    // The system's ports behind the slots, which the user may choose and
+    // which are listed afresh for every search; none on a line whose ports
+    // are fixed (a simulated one).
+    virtual PortSlots *portSlots() { return nullptr; }
 };

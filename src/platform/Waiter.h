@@ -6,6 +6,10 @@
 // The waits of the serial protocol: "wait up to N ms, or until enough bytes
 // have arrived, or until the user gives up".
 //
+// Durations are in microseconds: most waits are whole milliseconds, but the
+// break that stands in for the line reset lasts as long as nine bits at
+// 110 baud, 81.818 ms, and the virtual clock of the tests keeps it exact.
+//
 // The program waits in a nested event loop so that the window stays
 // responsive; the tests advance a virtual clock instead, so that a search
 // with three-second restart waits runs in microseconds.
@@ -17,7 +21,7 @@ public:
     // Returns after `duration`, or as soon as `enough` (checked at the start
     // and whenever input may have arrived) returns true, or at once when an
     // abort has been requested. Returns false only when aborted.
-    virtual bool wait(std::chrono::milliseconds duration, const std::function<bool()> &enough = {}) = 0;
+    virtual bool wait(std::chrono::microseconds duration, const std::function<bool()> &enough = {}) = 0;
 
     // The form-level abort flag: once set, every wait returns at once. It
     // is usually set from a slot that runs inside a wait (the dialog being

@@ -81,6 +81,12 @@ void InProcessLink::SetSettings(const QString &settings)
     m_settingsText = settings;
 }
 
+void InProcessLink::setBreakEnabled(bool on)
+{
+    if (!onUnit() && m_others)
+        m_others->setBreakEnabled(on);
+}
+
 void InProcessLink::Output(const QByteArray &bytes)
 {
     if (!onUnit()) {

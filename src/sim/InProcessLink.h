@@ -38,12 +38,16 @@ public:
     bool PortOpen() const override;
     void SetSettings(const QString &settings) override;
     QString Settings() const override { return m_settingsText; }
+    // The simulated unit's line never breaks: a break on it is noise the
+    // unit drops, as it drops the line reset at 110 baud.
+    void setBreakEnabled(bool on) override;
     void Output(const QByteArray &bytes) override;
     QByteArray Input() override;
     int InBufferCount() override;
     QString portName(int port) const override;
     QString portDescription(int port) const override;
     QString lastError() const override;
+    PortSlots *portSlots() override { return m_others ? m_others->portSlots() : nullptr; }
 
 signals:
     // Bytes have come into the unit's port.

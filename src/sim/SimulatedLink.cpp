@@ -1,5 +1,7 @@
 #include "SimulatedLink.h"
 
+#include <utility>
+
 SimulatedLink::SimulatedLink(VirtualClock &clock)
     : m_clock(clock)
 {
@@ -74,7 +76,7 @@ QString SimulatedLink::portDescription(int number) const
 
 void SimulatedLink::record(Event::Kind kind, const QByteArray &bytes)
 {
-    m_events.push_back({kind, m_clock.now(), m_commPort, m_settingsText, bytes});
+    m_events.push_back({kind, m_clock.time(), m_commPort, m_settingsText, bytes});
 }
 
 std::vector<SimulatedLink::Event> SimulatedLink::writes() const
@@ -128,6 +130,10 @@ void SimulatedLink::SetPortOpen(bool open)
         m_lastError = QStringLiteral("%1 is in use by another program").arg(p.name);
         return;
     }
+    if (const QString refused = refusal(m_settings); !refused.isEmpty()) {
+        m_lastError = refused;
+        return;
+    }
     m_open = true;
     ++m_generation;
     m_input.clear();
@@ -139,9 +145,25 @@ void SimulatedLink::SetSettings(const QString &settings)
     const auto parsed = LineSettings::parse(settings);
     if (!parsed)
         throw SerialLinkError("invalid line setting");
+    if (const QString refused = refusal(*parsed); m_open && !refused.isEmpty())
+        throw SerialLinkError(refused.toStdString());
     m_settings = *parsed;
     m_settingsText = settings;
     record(Event::Kind::Settings);
+}
+
+QString SimulatedLink::refusal(const LineSettings &settings) const
+{
+    if (!m_refusedRates.contains(settings.baud))
+        return {};
+    return QStringLiteral("%1 cannot run at %2 baud").arg(port(m_commPort).name).arg(settings.baud);
+}
+
+void SimulatedLink::setBreakEnabled(bool on)
+{
+    if (!m_open)
+        throw SerialLinkError("the port is not open");
+    record(on ? Event::Kind::BreakOn : Event::Kind::BreakOff);
 }
 
 void SimulatedLink::Output(const QByteArray &bytes)
@@ -234,8 +256,7 @@ void SimulatedLink::injectInput(int number, const QByteArray &bytes, int delayMs
 
 QByteArray SimulatedLink::Input()
 {
-    const QByteArray bytes = m_input;
-    m_input.clear();
+    QByteArray bytes = std::exchange(m_input, {});
     if (m_open)
         record(Event::Kind::Read, bytes);
     return bytes;

@@ -5,6 +5,8 @@
 #include "UnitSimulator.h"
 #include "VirtualClock.h"
 
+#include <QList>
+
 #include <array>
 #include <memory>
 #include <vector>
@@ -21,6 +23,11 @@
 // garbage (zero bytes), as it would on a real line. A unit that vanishes
 // takes its port with it: the port closes and cannot be opened again, and
 // writes fail.
+//
+// Like a real adapter, a port can be told to refuse some rates (an FTDI
+// chip does not go down to 110 baud, many adapters make no 14400 or
+// 28800): an open port refuses such a setting, a closed one refuses to
+// open at it.
 class SimulatedLink : public SerialLink
 {
 public:
@@ -28,12 +35,14 @@ public:
     enum class PortKind { Missing, Empty, Unit, Busy };
 
     struct Event {
-        enum class Kind { Open, Close, Settings, Write, Read };
+        enum class Kind { Open, Close, Settings, Write, Read, BreakOn, BreakOff };
         Kind kind;
-        qint64 timeMs;
+        VirtualClock::Time time;
         int port;
         QString settings; // in force after the event
         QByteArray bytes; // written, or read
+
+        qint64 timeMs() const { return std::chrono::floor<std::chrono::milliseconds>(time).count(); }
     };
 
     explicit SimulatedLink(VirtualClock &clock);
@@ -44,6 +53,8 @@ public:
     UnitSimulator &attachUnit(int port, const UnitConfig &config = {});
     UnitSimulator *unit(int port);
     void setPortName(int port, const QString &name);
+    // The rates every port refuses from now on.
+    void refuseRates(const QList<int> &bauds) { m_refusedRates = bauds; }
     // Bytes that arrive at the host on the port after `delayMs`, as if sent
     // by something on the line (noise, echoes); lost if the port is closed
     // then.
@@ -61,6 +72,7 @@ public:
     bool PortOpen() const override { return m_open; }
     void SetSettings(const QString &settings) override;
     QString Settings() const override { return m_settingsText; }
+    void setBreakEnabled(bool on) override;
     void Output(const QByteArray &bytes) override;
     QByteArray Input() override;
     int InBufferCount() override { return static_cast<int>(m_input.size()); }
@@ -83,6 +95,8 @@ private:
     void deliver(int portNumber, int generation, const UnitSimulator::Reply &reply);
     void vanish(int portNumber);
     void scheduleDeadline(int portNumber);
+    // Why the current port cannot run at `settings`; empty when it can.
+    QString refusal(const LineSettings &settings) const;
 
     VirtualClock &m_clock;
     std::array<Port, 4> m_ports;
@@ -95,6 +109,7 @@ private:
     LineSettings m_settings;
     QByteArray m_input;
     QString m_lastError;
+    QList<int> m_refusedRates;
     std::vector<Event> m_events;
     // Scheduled events refer back to the link; they are dropped once it is
     // gone.

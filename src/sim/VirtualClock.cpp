@@ -1,9 +1,9 @@
 #include "VirtualClock.h"
 
-int VirtualClock::schedule(qint64 atMs, Action action)
+int VirtualClock::schedule(Time at, Action action)
 {
     const int id = m_nextId++;
-    const Key key{atMs < m_now ? m_now : atMs, id};
+    const Key key{at < m_now ? m_now : at, id};
     m_events.emplace(key, std::move(action));
     m_keys.emplace(id, key);
     return id;
@@ -18,7 +18,7 @@ void VirtualClock::cancel(int id)
     m_keys.erase(it);
 }
 
-std::optional<qint64> VirtualClock::nextEventTime() const
+std::optional<VirtualClock::Time> VirtualClock::nextEventTime() const
 {
     if (m_events.empty())
         return std::nullopt;
@@ -40,10 +40,10 @@ bool VirtualClock::runNext()
     return true;
 }
 
-void VirtualClock::advanceTo(qint64 timeMs)
+void VirtualClock::advanceTo(Time time)
 {
-    while (!m_events.empty() && m_events.begin()->first.first <= timeMs)
+    while (!m_events.empty() && m_events.begin()->first.first <= time)
         runNext();
-    if (timeMs > m_now)
-        m_now = timeMs;
+    if (time > m_now)
+        m_now = time;
 }

@@ -4,6 +4,7 @@
 
 #include <QtGlobal>
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <optional>
@@ -13,33 +14,43 @@
 // waiter moves it to the next scheduled event or to the end of its wait,
 // so a search with three-second waits runs in microseconds and every run
 // happens at exactly the same virtual times.
+//
+// It counts microseconds, so that a wait of a fraction of a millisecond
+// (the 81.818 ms break of the line reset) is kept exactly; most of what
+// happens on it is scheduled in whole milliseconds.
 class VirtualClock : public UnitClock
 {
 public:
-    qint64 now() const override { return m_now; }
+    using Time = std::chrono::microseconds;
 
-    // Runs `action` at virtual time `atMs` (not before now). Events due at
+    Time time() const { return m_now; }
+    // The time in whole milliseconds (rounded down).
+    qint64 now() const override { return std::chrono::floor<std::chrono::milliseconds>(m_now).count(); }
+
+    // Runs `action` at virtual time `at` (not before now). Events due at
     // the same time run in the order they were scheduled. Returns an id
     // for cancel().
-    int schedule(qint64 atMs, Action action);
+    int schedule(Time at, Action action);
+    int schedule(qint64 atMs, Action action) { return schedule(Time(atMs * 1000), std::move(action)); }
     int scheduleIn(qint64 delayMs, Action action) override
     {
-        return schedule(m_now + delayMs, std::move(action));
+        return schedule(m_now + std::chrono::milliseconds(delayMs), std::move(action));
     }
     void cancel(int id) override;
 
-    std::optional<qint64> nextEventTime() const;
+    std::optional<Time> nextEventTime() const;
     // Moves to the earliest event and runs it; false when nothing is
     // scheduled.
     bool runNext();
-    // Runs everything due up to `timeMs` in order, then stands at `timeMs`
+    // Runs everything due up to `time` in order, then stands at `time`
     // (never goes back).
-    void advanceTo(qint64 timeMs);
+    void advanceTo(Time time);
+    void advanceTo(qint64 timeMs) { advanceTo(Time(timeMs * 1000)); }
 
 private:
-    using Key = std::pair<qint64, int>;
+    using Key = std::pair<Time, int>;
     std::map<Key, Action> m_events;
     std::map<int, Key> m_keys;
-    qint64 m_now = 0;
+    Time m_now{0};
     int m_nextId = 1;
 };

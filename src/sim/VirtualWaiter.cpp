@@ -2,13 +2,13 @@
 
 #include <algorithm>
 
-bool VirtualWaiter::wait(std::chrono::milliseconds duration, const std::function<bool()> &enough)
+bool VirtualWaiter::wait(std::chrono::microseconds duration, const std::function<bool()> &enough)
 {
     Record record;
-    record.startMs = m_clock.now();
-    record.requestedMs = duration;
+    record.start = m_clock.time();
+    record.requested = duration;
     const auto finish = [&](bool early, bool aborted) {
-        record.elapsedMs = std::chrono::milliseconds(m_clock.now() - record.startMs);
+        record.elapsed = m_clock.time() - record.start;
         record.endedEarly = early;
         record.aborted = aborted;
         m_waits.push_back(record);
@@ -17,13 +17,13 @@ bool VirtualWaiter::wait(std::chrono::milliseconds duration, const std::function
 
     if (AbortRequested())
         return finish(false, true);
-    const qint64 deadline = record.startMs + std::max<qint64>(duration.count(), 0);
+    const VirtualClock::Time deadline = record.start + std::max(duration, std::chrono::microseconds(0));
     for (;;) {
         if (enough && enough())
             return finish(true, false);
         // An event due exactly at the deadline is let happen first: a reply
         // that arrives together with the time-out still counts.
-        const std::optional<qint64> next = m_clock.nextEventTime();
+        const std::optional<VirtualClock::Time> next = m_clock.nextEventTime();
         if (!next || *next > deadline) {
             m_clock.advanceTo(deadline);
             return finish(false, false);

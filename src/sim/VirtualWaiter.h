@@ -13,9 +13,9 @@ class VirtualWaiter : public Waiter
 {
 public:
     struct Record {
-        qint64 startMs = 0; // a reading of the clock
-        std::chrono::milliseconds requestedMs{0};
-        std::chrono::milliseconds elapsedMs{0};
+        VirtualClock::Time start{0}; // a reading of the clock
+        std::chrono::microseconds requested{0};
+        std::chrono::microseconds elapsed{0};
         // The wait ended because its condition held (possibly right at
         // the deadline), not because the time ran out.
         bool endedEarly = false;
@@ -26,7 +26,7 @@ public:
         : m_clock(clock)
     {}
 
-    bool wait(std::chrono::milliseconds duration, const std::function<bool()> &enough = {}) override;
+    bool wait(std::chrono::microseconds duration, const std::function<bool()> &enough = {}) override;
 
     // Runs `action` at virtual time `atMs`, inside whatever wait is in
     // progress then, the way a click or a closed window arrives while the

@@ -18,6 +18,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -248,6 +249,8 @@ private slots:
         row("sim unknown fault", "sim --restart-fault loud", 2, "silent, wrong or single");
         row("sim version beyond a byte", "sim --version 1.256", 2, "--version");
         row("sim baud no port offers", "sim --baud 1234", 2, "not a rate");
+        row("search at a rate it never tries", "search --baud 1200", 2,
+            "--baud takes one of 9600, 38400, 28800, 19200, 14400, 4800, 2400");
 
         row("send --help tells maps from masks", "send --help", 0, "reads such a byte as a mask");
         row("program --help lists its exit codes", "program --help", 0,
@@ -354,23 +357,35 @@ private slots:
     void searchNamesWhatAnswers_data()
     {
         QTest::addColumn<QStringList>("simArgs");
+        QTest::addColumn<QStringList>("searchArgs");
         QTest::addColumn<QString>("slot1");
+        QTest::addColumn<QStringList>("traced"); // lines on stderr after their time; MISSING the third port
 
         QTest::newRow("other type") << QStringList{u"--type"_s, u"0x11"_s, u"--version"_s, u"2.5"_s}
-                                    << u"Bench Unit 2.5"_s; // named by the stored table
-        QTest::newRow("nothing answers") << QStringList{u"--silent"_s} << u"--------------"_s;
+                                    << QStringList() << u"Bench Unit 2.5"_s // named by the stored table
+                                    << QStringList();
+        QTest::newRow("nothing answers")
+            << QStringList{u"--silent"_s} << QStringList() << u"--------------"_s << QStringList();
+        // The whole exchange, at the one rate asked for.
+        QTest::newRow("traced at 9600 only")
+            << QStringList() << QStringList{u"--trace"_s, u"--baud"_s, u"9600"_s} << u"Serial Tavo 1.0"_s
+            << QStringList{u"> 110,n,8,2 00"_s, u"> 9600,n,8,2 FF"_s, u"> 9600,n,8,2 4C"_s,
+                           u"< 16 01 00 E8"_s,  u"> 9600,o,8,1 33"_s, u"cannot open MISSING"_s};
     }
 
     void searchNamesWhatAnswers()
     {
         QFETCH(QStringList, simArgs);
+        QFETCH(QStringList, searchArgs);
         QFETCH(QString, slot1);
+        QFETCH(QStringList, traced);
 
         const auto sim = startSim(simArgs);
         if (!sim)
             QSKIP("no pseudo-terminal for the simulated unit");
         const QString missing = path(u"ttyMissing"_s);
-        const Run run = tavo({u"search"_s, u"--ports"_s, sim->pty() + u",,"_s + missing});
+        const Run run =
+            tavo(QStringList{u"search"_s, u"--ports"_s, sim->pty() + u",,"_s + missing} + searchArgs);
         QCOMPARE(run.code, 0);
         const QStringList expected{
             u"slot 1 (%1): %2"_s.arg(sim->pty(), slot1),
@@ -381,8 +396,19 @@ private slots:
         QCOMPARE(run.out.split(u'\n', Qt::SkipEmptyParts), expected);
         // Why the missing port shows nothing.
         QVERIFY2(run.err.contains(missing), qPrintable(run.err));
+        for (const QString &line : traced) {
+            const QRegularExpression pattern(
+                u"^\\+\\d+\\.\\d{3} "_s
+                    + QRegularExpression::escape(QString(line).replace(u"MISSING"_s, missing)),
+                QRegularExpression::MultilineOption);
+            QVERIFY2(pattern.match(run.err).hasMatch(), qPrintable(line + u"\n"_s + run.err));
+        }
+        // --baud 9600: no other rate is tried.
+        QVERIFY2(searchArgs.isEmpty() || !run.err.contains(u"38400"_s), qPrintable(run.err));
 
         // The same as JSON, for a program to read.
+        if (!searchArgs.isEmpty())
+            return;
         const Run json = tavo({u"search"_s, u"--json"_s, u"--ports"_s, sim->pty() + u",,"_s + missing});
         const QJsonArray slots_ = QJsonDocument::fromJson(json.bytes).array();
         QCOMPARE(slots_.size(), 4);
@@ -390,7 +416,7 @@ private slots:
         QCOMPARE(first.value(u"port"_s).toString(), sim->pty());
         QCOMPARE(first.value(u"text"_s).toString(), slot1);
         QCOMPARE(first.value(u"found"_s).toBool(), slot1 != u"--------------"_s);
-        QVERIFY(!first.value(u"programmable"_s).toBool());
+        QCOMPARE(first.value(u"programmable"_s).toBool(), slot1.startsWith(u"Serial Tavo"_s));
         QVERIFY(slots_.at(1).toObject().value(u"port"_s).isNull());
     }
 

@@ -32,7 +32,7 @@ struct LineBench {
     {
         int n = 0;
         for (const SimulatedLink::Event &e : link.events())
-            n += e.kind == kind && e.timeMs > afterMs && (port == 0 || e.port == port);
+            n += e.kind == kind && e.timeMs() > afterMs && (port == 0 || e.port == port);
         return n;
     }
     // "title | text" of every message shown.

@@ -31,7 +31,7 @@ struct SimLine : BatchLine {
     {
         QStringList lines;
         for (const SimulatedLink::Event &e : simulated.writes())
-            lines << u"%1 %2 %3"_s.arg(e.timeMs).arg(e.settings, QString::fromLatin1(e.bytes.toHex()));
+            lines << u"%1 %2 %3"_s.arg(e.time.count()).arg(e.settings, QString::fromLatin1(e.bytes.toHex()));
         return lines;
     }
 };

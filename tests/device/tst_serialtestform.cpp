@@ -84,6 +84,30 @@ private slots:
         QVERIFY(!b.link.PortOpen());
     }
 
+    // A unit whose rate the adapter cannot make gets nothing in Tavo mode,
+    // and the dialog says why below the slots until a send goes out.
+    void sendAtARateTheAdapterLacksSaysWhy()
+    {
+        TestBench b;
+        b.link.refuseRates({19200});
+        QVERIFY(activate(b.form));
+        click(b.form, u"WhichOption1"_s);
+        click(b.form, u"Option1_2"_s);
+        b.link.clearEvents();
+        click(b.form, u"Send"_s);
+        QVERIFY(b.link.writes().empty());
+        const auto *problems = child<QLabel>(b.form, u"PortProblems"_s);
+        QVERIFY(problems->isVisible());
+        QCOMPARE(problems->text().split(u'\n').constLast(), u"Send: SIM3 cannot run at 19200 baud"_s);
+        QCoreApplication::processEvents(); // the dialog grows to the new line
+        QVERIFY(saveScreenshot(b.form, u"serialtest-refused.png"_s));
+
+        click(b.form, u"ModeOption2"_s);
+        click(b.form, u"Send"_s);
+        QCOMPARE(b.link.writes().size(), std::size_t(1));
+        QVERIFY(!problems->text().contains(u"Send:"_s));
+    }
+
     void pulseOutputHidesOffAndForcesOn()
     {
         TestBench b;

@@ -165,14 +165,23 @@ private slots:
         QCOMPARE(events.back().kind, Event::Kind::Close);
         QCOMPARE(events.back().port, 1);
         // 10 bits a byte at 9600 baud.
-        QVERIFY(events.back().timeMs - link.writes().front().timeMs >= 14 * 10 * 1000 / 9600);
+        QVERIFY(events.back().timeMs() - link.writes().front().timeMs() >= 14 * 10 * 1000 / 9600);
 
         link.clearEvents();
-        QVERIFY(!TestStrings::Send(link, 2, TestStrings::Mask, message, config)); // port 2 is missing
-        QVERIFY(!TestStrings::Send(link, 0, TestStrings::Mask, message, config)); // no port chosen
-        QVERIFY(!TestStrings::Send(link, 5, TestStrings::Mask, message, config)); // no such port
+        QCOMPARE(TestStrings::Send(link, 2, TestStrings::Mask, message, config).why,
+                 u"there is no port SIM2"_s);
+        QVERIFY(!TestStrings::Send(link, 0, TestStrings::Mask, message, config));            // no port chosen
+        QVERIFY(!TestStrings::Send(link, 5, TestStrings::Mask, message, config));            // no such port
         QVERIFY(!TestStrings::Send(link, 1, TestStrings::Tavo, SerialEditorData(), config)); // empty code
         QVERIFY(!TestStrings::Send(link, 1, 4, message, config));                            // no such mode
+        // Nor does a port that cannot run at the unit's rate, which says so.
+        ConfigData at28800;
+        at28800.BaudIndex = 5;
+        link.refuseRates({28800});
+        const TestStrings::SendResult refused =
+            TestStrings::Send(link, 1, TestStrings::Tavo, message, at28800);
+        QVERIFY(!refused);
+        QCOMPARE(refused.why, u"SIM1 cannot run at 28800 baud"_s);
         QVERIFY(link.writes().empty());
         QVERIFY(!link.PortOpen());
     }

@@ -1,8 +1,12 @@
 #include "DeviceUnitServices.h"
 #include "DialogBench.h"
+#include "PortChooser.h"
+#include "QtSerialLink.h"
 #include "SettingsKeyValueStore.h"
 #include "VellComms.h"
 
+#include <QComboBox>
+#include <QDialogButtonBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QProgressBar>
@@ -159,6 +163,9 @@ private slots:
             << 3 << QStringList{u"Error! | Reply fail to restart"_s, ProgramFailed} << 1 << 1;
         QTest::newRow("unit silent") << 4 << QStringList{u"Error! | Tavo not responding"_s} << 0 << 1;
         QTest::newRow("port gone") << 5 << QStringList{u"Error! | Port not open"_s} << 0 << 0;
+        // The adapter pulled out after block 5: the download's message, and
+        // the dialog finds the unit again once it is back.
+        QTest::newRow("unplugged") << 6 << QStringList{u"Error!  6 | No reply to download"_s} << 0 << 1;
     }
 
     void programmingRun()
@@ -179,6 +186,7 @@ private slots:
         c.blockFault = fault == 2 ? UnitAckFault::WrongByte : UnitAckFault::None;
         c.restartFault = fault == 3 ? UnitAckFault::WrongByte : UnitAckFault::None;
         c.probeSilent = fault == 4;
+        c.vanishAfterBlock = fault == 6 ? 5 : -1;
         if (fault == 5)
             p.link.setPortKind(2, SimulatedLink::PortKind::Missing);
 
@@ -206,6 +214,13 @@ private slots:
         QCOMPARE(p.eventsOf(LineBench::Kind::Open, -1, 2), opens);
         QVERIFY(!p.dialog.isVisible());
         QVERIFY(!p.link.PortOpen());
+        if (fault == 6) {
+            p.link.attachUnit(2);
+            QVERIFY(activate(p.dialog));
+            QCOMPARE(child<QLineEdit>(p.dialog, u"VellType1"_s)->text(), u"Serial Tavo 1.0"_s);
+            click(p.dialog, u"Option1_1"_s);
+            QVERIFY(p.programEnabled());
+        }
         if (fault != 0)
             return;
         QVERIFY(midway);
@@ -217,7 +232,7 @@ private slots:
         QCOMPARE(question.defaultAnswer, Prompter::Answer::No);
         // The opened port settles for 100 ms; the search before the download
         // restarts nothing, so the only restart is the one after it.
-        QCOMPARE(p.waiter.waits().front().requestedMs, 100ms);
+        QCOMPARE(p.waiter.waits().front().requested, 100ms);
         QCOMPARE(p.writesOf("3", u"9600,o,8,1"_s), 1);
     }
 
@@ -283,6 +298,86 @@ private slots:
         if (guard)
             QVERIFY(!guard->isVisible());
         delete guard.data();
+    }
+
+    // The slots take the ports present at each search, adapters first, and
+    // the user can put any port into any slot; slots named at the start
+    // stay. (No port named here exists: every opening fails at once.)
+    void slotsFollowThePortsPresentAndTheUsersChoice_data()
+    {
+        QTest::addColumn<QStringList>("present"); // at the next search; "*" marks an adapter
+        QTest::addColumn<QString>("named");       // --ports
+        QTest::addColumn<QList<int>>("picks");    // Down presses in each slot's choice; none: no chooser
+        QTest::addColumn<QStringList>("searched");
+
+        const QString none = u"(no port)"_s;
+        const QStringList before{u"tst-s0"_s, u"*tst-usb0"_s};
+        QTest::newRow("as they were")
+            << before << QString() << QList<int>{} << QStringList{u"tst-usb0"_s, u"tst-s0"_s, none, none};
+        QTest::newRow("adapter plugged in")
+            << QStringList{u"tst-s0"_s, u"*tst-usb0"_s, u"*tst-usb10"_s, u"*tst-usb2"_s} << QString()
+            << QList<int>{} << QStringList{u"tst-usb0"_s, u"tst-usb2"_s, u"tst-usb10"_s, u"tst-s0"_s};
+        QTest::newRow("adapter pulled out") << QStringList{u"tst-s0"_s} << QString() << QList<int>{}
+                                            << QStringList{u"tst-s0"_s, none, none, none};
+        // Automatic, No port, then the ports present: the adapter, tst-s0.
+        QTest::newRow("tst-s0 chosen for slot 1") << before << QString() << QList<int>{3, 0, 0, 0}
+                                                  << QStringList{u"tst-s0"_s, u"tst-usb0"_s, none, none};
+        QTest::newRow("slot 2 left empty") << before << QString() << QList<int>{0, 1, 0, 0}
+                                           << QStringList{u"tst-usb0"_s, none, u"tst-s0"_s, none};
+        QTest::newRow("named at the start")
+            << before << u"A,,C"_s << QList<int>{} << QStringList{u"A"_s, none, u"C"_s, none};
+    }
+
+    void slotsFollowThePortsPresentAndTheUsersChoice()
+    {
+        QFETCH(QStringList, present);
+        QFETCH(QString, named);
+        QFETCH(QList<int>, picks);
+        QFETCH(QStringList, searched);
+
+        QList<PortSlots::SystemPort> system;
+        const auto plug = [&system](const QStringList &ports) {
+            system.clear();
+            for (QString name : ports) {
+                const bool adapter = name.startsWith(u'*');
+                system.append({name.remove(u'*'), QString(), adapter ? u"USB serial"_s : QString(), adapter});
+            }
+        };
+        plug({u"tst-s0"_s, u"*tst-usb0"_s});
+        QtSerialLink link(named.isEmpty() ? PortSlots::systemDefault([&system] { return system; })
+                                          : PortSlots::fromList(named));
+        DialogBench bench;
+        VellComms dialog(bench.config, {link, bench.waiter, bench.prompter, bench.types});
+        QVERIFY(activate(dialog));
+        QCOMPARE(child<QPushButton>(dialog, u"ChoosePorts"_s)->isEnabled(), named.isEmpty());
+
+        plug(present);
+        if (picks.isEmpty()) {
+            click(dialog, u"Command1"_s);
+        } else {
+            click(dialog, u"ChoosePorts"_s);
+            auto *chooser = child<PortChooser>(dialog, u"PortChooser"_s);
+            for (int slot = 0; slot < picks.size(); ++slot) {
+                auto *choice = child<QComboBox>(*chooser, u"PortChoice%1"_s.arg(slot));
+                QCOMPARE(choice->count(), 2 + present.size());
+                for (int i = 0; i < picks.at(slot); ++i)
+                    QTest::keyClick(choice, Qt::Key_Down);
+            }
+            QVERIFY(saveScreenshot(*chooser, u"portchooser.png"_s));
+            QSignalSpy finished(&dialog, &UnitDialog::searchFinished);
+            QTest::mouseClick(child<QDialogButtonBox>(*chooser, QString())->button(QDialogButtonBox::Ok),
+                              Qt::LeftButton);
+            QCoreApplication::processEvents(); // the search follows the chooser's closing
+            QCOMPARE(finished.count(), 1);
+            QVERIFY(saveScreenshot(dialog, u"vellcomms-ports.png"_s));
+        }
+        QStringList shown;
+        for (int slot = 0; slot < 4; ++slot)
+            shown << child<QLabel>(dialog, u"PortName%1"_s.arg(slot))->text();
+        QCOMPARE(shown, searched);
+        QVERIFY(child<QLabel>(dialog, u"PortProblems"_s)
+                    ->text()
+                    .startsWith(u"Slot 1: there is no port "_s + searched.at(0)));
     }
 
     // The editor's side: the device types come from the store, and the

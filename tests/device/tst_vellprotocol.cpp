@@ -1,4 +1,5 @@
 #include "LineBench.h"
+#include "TracingLink.h"
 #include "VellProtocol.h"
 
 #include <QTest>
@@ -30,16 +31,19 @@ struct Rig : LineBench {
         return attached;
     }
 
-    // "t=200 9600,n,8,2 W ff" for writes, "t=260 R 4" for reads.
+    // "t=200 9600,n,8,2 W ff" for writes, "t=260 R 4" for reads,
+    // "t=81.818 break off" for breaks; milliseconds.
     QStringList trace() const
     {
         QStringList lines;
         for (const auto &e : link.events()) {
+            const QString t = u"t="_s + QString::number(double(e.time.count()) / 1000, 'g', 10);
             if (e.kind == Kind::Write)
-                lines << u"t=%1 %2 W %3"_s.arg(e.timeMs).arg(e.settings,
-                                                             QString::fromLatin1(e.bytes.toHex(' ')));
+                lines << u"%1 %2 W %3"_s.arg(t, e.settings, QString::fromLatin1(e.bytes.toHex(' ')));
             else if (e.kind == Kind::Read)
-                lines << u"t=%1 R %2"_s.arg(e.timeMs).arg(e.bytes.size());
+                lines << u"%1 R %2"_s.arg(t).arg(e.bytes.size());
+            else if (e.kind == Kind::BreakOn || e.kind == Kind::BreakOff)
+                lines << t + (e.kind == Kind::BreakOn ? u" break on"_s : u" break off"_s);
         }
         return lines;
     }
@@ -69,6 +73,74 @@ private slots:
         QCOMPARE(rig.trace(), expected);
         QCOMPARE(rig.link.Settings(), u"9600,n,8,2"_s);
         QVERIFY(rig.link.PortOpen());
+    }
+
+    // An adapter that cannot run at 110 baud gets the line reset as a break
+    // as long as the 00 (nine bit times, 81.818 ms); a search rate it
+    // cannot make is left out. Otherwise the wire is what it always was.
+    void lineResetOnEveryAdapter_data()
+    {
+        QTest::addColumn<QList<int>>("refused");
+        QTest::addColumn<QStringList>("head"); // the start of the trace
+        QTest::addColumn<QStringList>("probedAt");
+
+        const QStringList reset{u"t=0 110,n,8,2 W 00"_s, u"t=200 R 0"_s, u"t=200 9600,n,8,2 W ff"_s};
+        const QStringList broken{u"t=0 break on"_s, u"t=81.818 break off"_s, u"t=281.818 R 0"_s,
+                                 u"t=281.818 9600,n,8,2 W ff"_s};
+        const QStringList all{u"9600"_s,  u"38400"_s, u"28800"_s, u"19200"_s,
+                              u"14400"_s, u"4800"_s,  u"2400"_s};
+        const QStringList standard{u"9600"_s, u"38400"_s, u"19200"_s, u"4800"_s, u"2400"_s};
+        QTest::newRow("takes 110 baud") << QList<int>{} << reset << all;
+        QTest::newRow("stops above 110 baud") << QList<int>{110} << broken << all;
+        QTest::newRow("no custom rates") << QList<int>{14400, 28800} << reset << standard;
+        QTest::newRow("neither") << QList<int>{110, 14400, 28800} << broken << standard;
+    }
+
+    void lineResetOnEveryAdapter()
+    {
+        QFETCH(QList<int>, refused);
+        QFETCH(QStringList, head);
+        QFETCH(QStringList, probedAt);
+
+        Rig rig;
+        rig.link.refuseRates(refused);
+        UnitConfig silent;
+        silent.probeSilent = true;
+        rig.open(silent);
+        QCOMPARE(rig.protocol.Find_vell(true), 0);
+        QCOMPARE(rig.trace().mid(0, head.size()), head);
+        QStringList rates;
+        for (const auto &e : rig.link.writes())
+            if (e.bytes == "L")
+                rates << e.settings.section(u',', 0, 0);
+        QCOMPARE(rates, probedAt);
+    }
+
+    // --trace: the whole exchange, one line per write, read and break.
+    void traceShowsTheWholeExchange()
+    {
+        Rig rig;
+        rig.link.refuseRates({110});
+        rig.open();
+        QStringList lines;
+        TracingLink tracer(
+            rig.link, [&lines](const QString &line) { lines << line; }, [&rig] { return rig.clock.time(); });
+        VellProtocol protocol(tracer, rig.waiter, rig.prompter, rig.types);
+        QCOMPARE(protocol.Find_vell(false), 22 + 256);
+        const QStringList expected{
+            u"+0.000 110,n,8,2 refused: SIM1 cannot run at 110 baud"_s,
+            u"+0.000 break on"_s,
+            u"+0.082 break off"_s,
+            u"+0.282 > 9600,n,8,2 FF"_s,
+            u"+0.292 > 9600,n,8,2 53"_s,
+            u"+0.302 > 9600,n,8,2 45"_s,
+            u"+0.312 > 9600,n,8,2 54"_s,
+            u"+0.322 > 9600,n,8,2 56"_s,
+            u"+0.332 > 9600,n,8,2 45"_s,
+            u"+0.342 > 9600,n,8,2 4C"_s,
+            u"+0.452 < 16 01 00 E8"_s,
+        };
+        QCOMPARE(lines, expected);
     }
 
     // Silence costs one pass of the seven settings; answers that are
@@ -137,7 +209,7 @@ private slots:
         QCOMPARE(rig.writesOf("3", Odd), restarts);
         QCOMPARE(rig.writesOf("\xFF", Even), restarts);
         // Five bytes end the 100 ms wait after the probe early, four do not.
-        QCOMPARE(rig.waiter.waits().at(8).requestedMs, 100ms);
+        QCOMPARE(rig.waiter.waits().at(8).requested, 100ms);
         QCOMPARE(rig.waiter.waits().at(8).endedEarly, !(prefix + suffix).isEmpty());
         // A restart without an answer waits 3 s for the unit to boot.
         if (!found && prefix.isEmpty() && suffix.isEmpty())
@@ -222,7 +294,7 @@ private slots:
             QCOMPARE(shown.icon, Prompter::Icon::Exclamation);
         // Every attempt: 10 ms between command and data, then up to 500 ms.
         for (std::size_t i = 0; i < rig.waiter.waits().size(); ++i)
-            QCOMPARE(rig.waiter.waits()[i].requestedMs, i % 2 ? 500ms : 10ms);
+            QCOMPARE(rig.waiter.waits()[i].requested, i % 2 ? 500ms : 10ms);
     }
 
     // The command line's guard: after the search, a unit of another type
@@ -285,7 +357,7 @@ private slots:
             QCOMPARE(command.bytes, QByteArray("\x11"));
             QCOMPARE(command.settings, Odd);
             QCOMPARE(data.settings, Even);
-            QCOMPARE(data.timeMs - command.timeMs, 10);
+            QCOMPARE(data.timeMs() - command.timeMs(), 10);
             QByteArray block = QByteArray(1, '\0') + char(k);
             block.append(reinterpret_cast<const char *>(image.data()) + 8 * k, 8);
             int sum = 0;

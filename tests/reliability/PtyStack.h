@@ -52,6 +52,7 @@ public:
     bool PortOpen() const override { return m_link.PortOpen(); }
     void SetSettings(const QString &settings) override { m_link.SetSettings(settings); }
     QString Settings() const override { return m_link.Settings(); }
+    void setBreakEnabled(bool on) override { m_link.setBreakEnabled(on); }
     QByteArray Input() override { return m_link.Input(); }
     int InBufferCount() override { return m_link.InBufferCount(); }
     QString portName(int port) const override { return m_link.portName(port); }
