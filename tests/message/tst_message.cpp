@@ -1,5 +1,6 @@
 #include "NumericText.h"
 #include "SerialEditorData.h"
+#include "support/Messages.h"
 
 #include <QTest>
 
@@ -7,21 +8,8 @@
 
 namespace {
 
+using samples::message;
 using Type = SerialEditorData::Type;
-
-SerialEditorData make(std::initializer_list<std::pair<int, Type>> bytes, int cursor = 0, bool ignore = false)
-{
-    SerialEditorData m;
-    int i = 0;
-    for (const auto &[value, type] : bytes) {
-        m.SetByteValue(i, static_cast<std::int16_t>(value));
-        m.SetByteType(i++, type);
-    }
-    m.SetNumberOfBytesInMessage(static_cast<std::int16_t>(i));
-    m.SetCurrentByte(static_cast<std::int16_t>(cursor));
-    m.SetCanDoIgnore(ignore);
-    return m;
-}
 
 QString packed(const SerialEditorData &m)
 {
@@ -37,7 +25,7 @@ class TestMessage : public QObject
 private slots:
     void packsCountCursorModeIgnoreAndOneExtraPair()
     {
-        SerialEditorData m = make({{13, Type::Control}, {65, Type::Ascii}}, 2, true);
+        SerialEditorData m = message({{13, Type::Control}, {65, Type::Ascii}}, true);
         QCOMPARE(packed(m), QStringLiteral("2,2,0,1,13,4,65,0,0,0,"));
         m.SetCurrentMode(Type::Binary);
         m.SetByteValue(2, -7); // the slot after the message travels too, unnamed type and all
@@ -92,7 +80,7 @@ private slots:
         QFETCH(QString, outcome);
         QFETCH(QString, repacked);
 
-        SerialEditorData m = make({{99, Type::Hexadecimal}}, 1, true);
+        SerialEditorData m = message({{99, Type::Hexadecimal}}, true);
         m.SetCurrentMode(Type::Control);
         QString got;
         try {
@@ -121,7 +109,7 @@ private slots:
 
     void emptyOutKeepsTheTypesOfLaterSlots()
     {
-        SerialEditorData m = make({{1, Type::Decimal}, {2, Type::Hexadecimal}, {3, Type::Binary}}, 3, true);
+        SerialEditorData m = message({{1, Type::Decimal}, {2, Type::Hexadecimal}, {3, Type::Binary}}, true);
         m.SetCurrentMode(Type::Hexadecimal);
         m.EmptyOut();
         QCOMPARE(packed(m), QStringLiteral("0,0,0,0,0,0,"));
@@ -131,12 +119,12 @@ private slots:
 
     void copyAndCompareIgnoreCursorAndMode()
     {
-        const SerialEditorData source = make({{72, Type::Ascii}, {105, Type::Ascii}}, 1, true);
+        const SerialEditorData source = message({{72, Type::Ascii}, {105, Type::Ascii}}, true);
         SerialEditorData target;
         target.SetCurrentMode(Type::Binary);
         target.SetAllDataTo(source);
         QCOMPARE(target.CurrentMode(), Type::Binary);
-        QCOMPARE(target.CurrentByte(), 1);
+        QCOMPARE(target.CurrentByte(), 2);
         target.SetCurrentByte(0);
         QVERIFY(target.IsTheSameAs(source)); // the cursor is not part of the message
 
