@@ -7,55 +7,18 @@
 #include "Product.h"
 #include "ScriptedPrompter.h"
 #include "SerialTavo.h"
+#include "support/ChildProcess.h"
 #include "support/ConfigSamples.h"
 #include "support/ScriptedCommonDialog.h"
 
-#include <QDataStream>
 #include <QDir>
 #include <QDirIterator>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <csignal>
-#include <functional>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
 enum class Fault { DirectoryInPlace, MissingFolder, FileSizeLimit };
-
-// The part of the window's state a failed command may touch, carried out of
-// the child process that ran the command.
-struct Outcome {
-    QStringList messages; // "title | text | icon"
-    QString currentFileName;
-    QString caption;
-    bool modified = false;
-
-    friend QDataStream &operator<<(QDataStream &s, const Outcome &o)
-    {
-        return s << o.messages << o.currentFileName << o.caption << o.modified;
-    }
-    friend QDataStream &operator>>(QDataStream &s, Outcome &o)
-    {
-        return s >> o.messages >> o.currentFileName >> o.caption >> o.modified;
-    }
-};
-
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-bool writeBytes(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
-}
 
 // Every file and folder under `root` with its size, to see that a failed
 // save neither left a temporary file nor changed anything else.
@@ -73,57 +36,6 @@ QStringList listing(const QString &root)
     return entries;
 }
 
-// Runs `work` in a child process whose files may grow to `fileSizeLimit`
-// bytes at most (0: no limit), with SIGXFSZ ignored so that a write past
-// the limit fails with EFBIG instead of killing the process. The child
-// hands back what `work` returns and leaves without running exit handlers.
-bool inChild(rlim_t fileSizeLimit, const std::function<Outcome()> &work, Outcome &outcome)
-{
-    int fds[2];
-    if (pipe(fds) != 0)
-        return false;
-    const pid_t pid = fork();
-    if (pid < 0)
-        return false;
-    if (pid == 0) {
-        ::close(fds[0]);
-        std::signal(SIGXFSZ, SIG_IGN);
-        if (fileSizeLimit > 0) {
-            const rlimit limit{fileSizeLimit, fileSizeLimit};
-            if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
-                _exit(2);
-        }
-        QByteArray report;
-        QDataStream out(&report, QIODevice::WriteOnly);
-        out << work();
-        qsizetype written = 0;
-        while (written < report.size()) {
-            const ssize_t n =
-                ::write(fds[1], report.constData() + written, std::size_t(report.size() - written));
-            if (n <= 0)
-                _exit(3);
-            written += n;
-        }
-        _exit(0);
-    }
-    ::close(fds[1]);
-    QByteArray report;
-    char buffer[4096];
-    for (;;) {
-        const ssize_t n = ::read(fds[0], buffer, sizeof buffer);
-        if (n <= 0)
-            break;
-        report.append(buffer, n);
-    }
-    ::close(fds[0]);
-    int status = 0;
-    if (waitpid(pid, &status, 0) != pid || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
-        return false;
-    QDataStream in(report);
-    in >> outcome;
-    return in.status() == QDataStream::Ok;
-}
-
 struct Window {
     ScriptedPrompter prompter;
     ScriptedCommonDialog dialog;
@@ -131,16 +43,19 @@ struct Window {
 
     Window() { window.start(); }
 
-    Outcome outcome() const
+    // What a failed command may touch, a line each: the messages shown
+    // ("title | text | icon"), the configuration's name, the caption and
+    // whether it is marked modified.
+    QByteArray outcome() const
     {
-        Outcome o;
+        QStringList lines;
         for (const auto &m : prompter.shown())
-            o.messages << m.title + QStringLiteral(" | ") + m.text + QStringLiteral(" | ")
-                              + QString::number(int(m.icon));
-        o.currentFileName = window.CurrentFileName();
-        o.caption = window.windowTitle();
-        o.modified = const_cast<SerialTavo &>(window).config().ConfigModified;
-        return o;
+            lines << m.title + QStringLiteral(" | ") + m.text + QStringLiteral(" | ")
+                         + QString::number(int(m.icon));
+        lines << QStringLiteral("name: ") + window.CurrentFileName()
+              << QStringLiteral("caption: ") + window.windowTitle()
+              << QStringLiteral("modified: %1").arg(const_cast<SerialTavo &>(window).config().ConfigModified);
+        return lines.join(QLatin1Char('\n')).toUtf8();
     }
 };
 
@@ -191,14 +106,14 @@ private slots:
         // would drop the line.
         const QString opened = path(QStringLiteral("current.OTS"));
         const QByteArray original = tavo::configFileText(samples::varied()) + "kept by hand\r\n";
-        QVERIFY(writeBytes(opened, original));
+        QVERIFY(samples::writeBytes(opened, original));
         QString target;
-        rlim_t limit = 0;
+        testsupport::ChildConditions conditions;
         switch (fault) {
         case Fault::DirectoryInPlace:
             target = path(saving ? QStringLiteral("folder.OTS") : QStringLiteral("folder.BDX"));
             QVERIFY(QDir().mkpath(target));
-            QVERIFY(writeBytes(target + QStringLiteral("/inside.txt"), "inside"));
+            QVERIFY(samples::writeBytes(target + QStringLiteral("/inside.txt"), "inside"));
             break;
         case Fault::MissingFolder:
             target = path(QStringLiteral("no such folder/x.")
@@ -207,12 +122,12 @@ private slots:
         case Fault::FileSizeLimit:
             // Big enough to start the new file, too small to finish it.
             target = saving ? opened : path(QStringLiteral("current.BDX"));
-            limit = saving ? 200 : 4096;
+            conditions.fileSizeLimit = saving ? 200 : 4096;
             if (!saving)
-                QVERIFY(writeBytes(target, "an export from before"));
+                QVERIFY(samples::writeBytes(target, "an export from before"));
             break;
         }
-        const QByteArray targetBefore = readAll(target);
+        const QByteArray targetBefore = samples::readAll(target);
 
         Window w;
         w.dialog.setNextFileName(opened);
@@ -226,62 +141,22 @@ private slots:
             w.dialog.setNextFileName(target);
         const QStringList before = listing(m_dir.path());
 
-        Outcome outcome;
-        QVERIFY(inChild(
-            limit,
-            [&] {
-                w.window.runCommand(run);
-                return w.outcome();
-            },
-            outcome));
-
-        QCOMPARE(outcome.messages, QStringList{message});
-        QCOMPARE(listing(m_dir.path()), before);
-        QCOMPARE(readAll(opened), original);
-        QCOMPARE(readAll(target), targetBefore);
-        QCOMPARE(QFileInfo(target).isDir(), fault == Fault::DirectoryInPlace);
+        const testsupport::ChildResult child = testsupport::runInChild(conditions, [&] {
+            w.window.runCommand(run);
+            return w.outcome();
+        });
+        QVERIFY(child.returned);
         // Only a failed save makes the configuration untitled; both leave
         // the unsaved changes marked.
-        QCOMPARE(outcome.currentFileName, saving ? QString() : opened);
-        QCOMPARE(outcome.caption, saving ? tavo::productCaption() : QStringLiteral("current"));
-        QVERIFY(outcome.modified);
-    }
-
-    void theSameWritesSucceedWithoutTheFault_data()
-    {
-        QTest::addColumn<QString>("command");
-        QTest::newRow("save") << QStringLiteral("SAVE");
-        QTest::newRow("export") << QStringLiteral("EXPORT");
-    }
-
-    // The limits above fail the writes part-way, not before they begin: with
-    // room for the whole file the same child writes it.
-    void theSameWritesSucceedWithoutTheFault()
-    {
-        QFETCH(QString, command);
-        const bool saving = command == QLatin1String("SAVE");
-        const QString opened = path(QStringLiteral("current.OTS"));
-        QVERIFY(writeBytes(opened, tavo::configFileText(samples::varied()) + "kept by hand\r\n"));
-        const QString target = saving ? opened : path(QStringLiteral("current.BDX"));
-
-        Window w;
-        w.dialog.setNextFileName(opened);
-        w.window.runCommand(QStringLiteral("OPEN"));
-        if (!saving)
-            w.dialog.setNextFileName(target);
-        const qsizetype expectedSize =
-            saving ? tavo::configFileText(w.window.config()).size() : tavo::ExportFileSize;
-        Outcome outcome;
-        QVERIFY(inChild(
-            rlim_t(expectedSize),
-            [&] {
-                w.window.runCommand(command);
-                return w.outcome();
-            },
-            outcome));
-        QCOMPARE(outcome.messages.size(), saving ? 0 : 1);
-        QCOMPARE(QFileInfo(target).size(), expectedSize);
-        QCOMPARE(outcome.currentFileName, opened);
+        QCOMPARE(QString::fromUtf8(*child.returned).split(QLatin1Char('\n')),
+                 QStringList({message, QStringLiteral("name: ") + (saving ? QString() : opened),
+                              QStringLiteral("caption: ")
+                                  + (saving ? tavo::productCaption() : QStringLiteral("current")),
+                              QStringLiteral("modified: 1")}));
+        QCOMPARE(listing(m_dir.path()), before);
+        QCOMPARE(samples::readAll(opened), original);
+        QCOMPARE(samples::readAll(target), targetBefore);
+        QCOMPARE(QFileInfo(target).isDir(), fault == Fault::DirectoryInPlace);
     }
 
     // Numbers a hand-edited or damaged file may hold, one line replaced in a
@@ -340,7 +215,7 @@ private slots:
         QList<QByteArray> lines = tavo::configFileText(inFile).split('\n');
         lines[line - 1] = content + '\r';
         const QString file = path(QStringLiteral("unusual.OTS"));
-        QVERIFY(writeBytes(file, lines.join('\n')));
+        QVERIFY(samples::writeBytes(file, lines.join('\n')));
 
         ConfigData config;
         const tavo::ConfigReadResult result = tavo::readConfigFile(file, config);
