@@ -26,77 +26,90 @@ class TestConfig : public QObject
     QString path(const char *name) const { return m_dir.filePath(QString::fromLatin1(name)); }
 
 private slots:
-    void filesCutShortLoadWhatCameBefore_data()
+    // One line of a file replaced, or the file cut before it, read into a
+    // configuration that differs from the file in every field. The reading
+    // stops at the first line it cannot use and keeps everything before
+    // it; the fields from there on keep what they held. A line that loads
+    // is written back as `readsAs` (null: its field keeps what it held).
+    // Output 2 is on lines 6 to 9 (its period is 36 in the file, its mode
+    // pulse), output 3 on lines 10 to 13 (On/Off), the baud index on 34.
+    void readingStopsAtTheFirstUnusableLine_data()
     {
-        // clang-format off
-        QTest::addColumn<int>("lines");
-        for (int lines = 0; lines <= 35; ++lines)
-            QTest::addRow("%d lines", lines) << lines;
-        // clang-format on
-    }
-
-    void filesCutShortLoadWhatCameBefore()
-    {
-        QFETCH(int, lines);
-        const ConfigData inFile = varied(), before;
-        const QList<QByteArray> all = tavo::configFileText(inFile).split('\n');
-        QVERIFY(writeBytes(path("short.OTS"), all.mid(0, lines).join('\n') + (lines ? "\n" : "")));
-
-        ConfigData config;
-        QList<int> shown;
-        const auto result = tavo::readConfigFile(path("short.OTS"), config, [&](int n) { shown << n; });
-        QCOMPARE(result.status, lines == 35 ? Status::Loaded : Status::MissingLine);
-        QCOMPARE(result.line, lines == 35 ? 0 : lines + 1);
-        QCOMPARE(shown.size(), qBound(0, (lines - 1) / 4, 8));
-        for (std::size_t n = 0; n < 8; ++n) {
-            const int on = 2 + 4 * int(n); // the output's first line
-            QVERIFY(config.OnMessages[n].IsTheSameAs((lines >= on ? inFile : before).OnMessages[n]));
-            QVERIFY(config.OffMessages[n].IsTheSameAs((lines >= on + 1 ? inFile : before).OffMessages[n]));
-            QCOMPARE(config.OnPeriods[n], (lines >= on + 2 ? inFile : before).OnPeriods[n]);
-            QCOMPARE(config.PulseModes[n], (lines >= on + 3 ? inFile : before).PulseModes[n]);
-        }
-        QCOMPARE(config.BaudIndex, lines >= 34 ? 4 : 0);
-        QCOMPARE(config.ParityIndex, lines >= 35 ? 2 : 0);
-    }
-
-    void malformedLines_data()
-    {
-        // clang-format off
         QTest::addColumn<int>("line");
-        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QByteArray>("content"); // null: the file ends before the line
         QTest::addColumn<bool>("loads");
-        QTest::addColumn<int>("period2"); // output 2: period 72, On/Off, in the file
-        QTest::addColumn<bool>("pulse2");
-        QTest::newRow("any header") << 1 << QByteArray("Something else") << true << 72 << false;
-        QTest::newRow("period not a number") << 12 << QByteArray("ten") << false << 0 << false;
-        QTest::newRow("mode word True") << 13 << QByteArray("TRUE") << true << 72 << true;
-        QTest::newRow("mode number 1") << 13 << QByteArray("1") << true << 72 << true;
-        QTest::newRow("On code not a message") << 10 << QByteArray("hello") << true << 72 << false;
-        QTest::newRow("On code longer than its slots") << 10 << "20,0,0,0," + QByteArray("1,0,").repeated(20) << false << 0 << false;
-        QTest::newRow("baud outside the list") << 34 << QByteArray("9") << true << 72 << false;
-        // clang-format on
+        QTest::addColumn<QByteArray>("readsAs");
+
+        const auto row = [](const char *name, int line, const char *content, bool loads,
+                            const char *readsAs = nullptr) {
+            QTest::newRow(name) << line << QByteArray(content) << loads << QByteArray(readsAs);
+        };
+        row("empty file", 1, nullptr, false);
+        row("cut after output 1's On code", 3, nullptr, false);
+        row("cut before output 1's mode", 5, nullptr, false);
+        row("cut after output 1", 6, nullptr, false);
+        row("cut before the baud index", 34, nullptr, false);
+        row("cut before the parity index", 35, nullptr, false);
+        row("whole file", 36, nullptr, true);
+
+        row("any header", 1, "Something else", true);
+        row("On code not a code", 10, "hello", true);
+        row("On code longer than its slots", 10,
+            "16,0,0,0,1,0,1,0,1,0,1,0,1,0,1,0,1,0,1,0,1,0,1,0,1,0,1,0,1,0,1,0,1,0,1,0,", false);
+        row("code byte beyond 16 bits", 6, "1,0,0,0,1e5,1,", false);
+        row("period negative", 8, "-1", true, "-1");
+        row("period rounded half to even", 8, "35.5", true, "36");
+        row("period not a number", 8, "ten", false);
+        row("period two numbers", 8, "1 2", false);
+        row("period rounding past 16 bits", 8, "32767.5", false);
+        row("mode True in any case", 9, "tRuE", true, "-1");
+        row("mode fraction is true", 9, "0.4", true, "-1");
+        row("mode negative zero is false", 13, "-0", true, "0");
+        row("mode a word", 9, "on", false);
+        row("baud outside the list", 34, "9", true, "9");
+        row("baud fraction", 34, "5.5", true, "6");
+        row("baud beyond 16 bits", 34, "99999", false);
     }
 
-    void malformedLines()
+    void readingStopsAtTheFirstUnusableLine()
     {
         QFETCH(int, line);
         QFETCH(QByteArray, content);
         QFETCH(bool, loads);
-        QFETCH(int, period2);
-        QFETCH(bool, pulse2);
-        QVERIFY(writeBytes(path("bad.OTS"), withLine(tavo::configFileText(varied()), line, content)));
+        QFETCH(QByteArray, readsAs);
+
+        const ConfigData inFile = varied();
         ConfigData config;
-        const SerialEditorData before = message({{'k', SerialEditorData::Type::Ascii}});
-        config.OnMessages[2] = before;
-        const auto result = tavo::readConfigFile(path("bad.OTS"), config);
-        QCOMPARE(result.status, loads ? Status::Loaded : Status::BadValue);
+        for (std::size_t n = 0; n < 8; ++n) {
+            config.OnMessages[n] = config.OffMessages[n] = code("k");
+            config.OnPeriods[n] = 9;
+            config.PulseModes[n] = !inFile.PulseModes[n];
+        }
+        config.BaudIndex = config.ParityIndex = 1;
+        const QList<QByteArray> fileLines = tavo::configFileText(inFile).split('\n');
+        const QList<QByteArray> keptLines = tavo::configFileText(config).split('\n');
+        QList<QByteArray> written = fileLines;
+        if (content.isNull())
+            written = written.mid(0, line - 1) << QByteArray();
+        else
+            written[line - 1] = content + '\r';
+        QVERIFY(writeBytes(path("odd.OTS"), written.join('\n')));
+
+        int shown = 0;
+        const auto result = tavo::readConfigFile(path("odd.OTS"), config, [&](int) { ++shown; });
+        QCOMPARE(result.status, loads              ? Status::Loaded
+                                : content.isNull() ? Status::MissingLine
+                                                   : Status::BadValue);
         QCOMPARE(result.line, loads ? 0 : line);
-        QCOMPARE(config.OnPeriods[2], period2);
-        QCOMPARE(config.PulseModes[2], pulse2);
-        // A line that is no message leaves that message alone; the next still loads.
-        if (line == 10 && loads)
-            QVERIFY(config.OnMessages[2].IsTheSameAs(before)
-                    && config.OffMessages[2].IsTheSameAs(varied().OffMessages[2]));
+        QCOMPARE(shown, loads ? 8 : (line - 2) / 4);
+        QList<QByteArray> expected;
+        for (int l = 1; l <= 35; ++l) {
+            const bool fromFile = loads ? l != line : l < line;
+            expected << (l == line && !readsAs.isNull() ? readsAs + '\r'
+                         : fromFile                     ? fileLines[l - 1]
+                                                        : keptLines[l - 1]);
+        }
+        QCOMPARE(tavo::configFileText(config).split('\n').mid(0, 35), expected);
     }
 
     // What the command line's strict reading refuses, and what it lets pass

@@ -1,7 +1,6 @@
 // Saves and exports that cannot complete, driven through the real window:
 // what the user is told, what happens to the file already there, and that
-// nothing half-written is left behind. Then unusual numbers in a
-// configuration file, and what each one does to the configuration.
+// nothing half-written is left behind.
 #include "ConfigFile.h"
 #include "ExportFile.h"
 #include "Product.h"
@@ -157,89 +156,6 @@ private slots:
         QCOMPARE(samples::readAll(opened), original);
         QCOMPARE(samples::readAll(target), targetBefore);
         QCOMPARE(QFileInfo(target).isDir(), fault == Fault::DirectoryInPlace);
-    }
-
-    // Numbers a hand-edited or damaged file may hold, one line replaced in a
-    // file that is otherwise whole, read into a new configuration. The table
-    // names the line, what is there, whether the file still loads, and the
-    // value the line's field ends up with (a line that stops the reading
-    // leaves its field as it was: zero).
-    void unusualNumbers_data()
-    {
-        QTest::addColumn<int>("line");
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<bool>("loads");
-        QTest::addColumn<int>("value");
-
-        // Line 8 is the period of output 1 (36 in the file), line 9 its mode
-        // (pulse), line 6 its On code, line 34 the baud index (4).
-        QTest::newRow("period at the top of 16 bits") << 8 << QByteArray("32767") << true << 32767;
-        QTest::newRow("period rounding up past 16 bits") << 8 << QByteArray("32767.5") << false << 0;
-        QTest::newRow("period rounding down into 16 bits") << 8 << QByteArray("-32768.5") << true << -32768;
-        QTest::newRow("period below 16 bits") << 8 << QByteArray("-32769") << false << 0;
-        QTest::newRow("period huge") << 8 << QByteArray("1e300") << false << 0;
-        QTest::newRow("period beyond a double") << 8 << QByteArray("1e999") << false << 0;
-        QTest::newRow("period negative") << 8 << QByteArray("-1") << true << -1;
-        QTest::newRow("period half rounds to even") << 8 << QByteArray("0.5") << true << 0;
-        QTest::newRow("period minus half") << 8 << QByteArray("-.5") << true << 0;
-        QTest::newRow("period with exponent") << 8 << QByteArray("1.5e2") << true << 150;
-        QTest::newRow("period with a D exponent") << 8 << QByteArray("2D1") << true << 20;
-        QTest::newRow("period words") << 8 << QByteArray("nan") << false << 0;
-        QTest::newRow("period two numbers") << 8 << QByteArray("1 2") << false << 0;
-        QTest::newRow("mode fraction is true") << 9 << QByteArray("0.4") << true << 1;
-        QTest::newRow("mode negative zero is false") << 9 << QByteArray("-0") << true << 0;
-        QTest::newRow("mode too small to be a number is false") << 9 << QByteArray("1e-999") << true << 0;
-        QTest::newRow("mode -1 with blanks") << 9 << QByteArray("  -1  ") << true << 1;
-        QTest::newRow("mode huge") << 9 << QByteArray("1e300") << true << 1;
-        QTest::newRow("mode a word") << 9 << QByteArray("on") << false << 0;
-        QTest::newRow("baud huge") << 34 << QByteArray("99999") << false << 0;
-        QTest::newRow("baud fraction") << 34 << QByteArray("5.5") << true << 6;
-        // On code lines: the value of the first byte.
-        QTest::newRow("code byte at the bottom of 16 bits")
-            << 6 << QByteArray("1,0,0,0,-32768,1,") << true << -32768;
-        QTest::newRow("code byte past 16 bits") << 6 << QByteArray("1,0,0,0,1e5,1,") << false << 0;
-        QTest::newRow("code byte with text after it") << 6 << QByteArray("1,0,0,0,65x,1,") << true << 65;
-        QTest::newRow("code count with a fraction") << 6 << QByteArray("0.6,0,0,0,7,1,") << true << 7;
-        QTest::newRow("code count negative") << 6 << QByteArray("-3,0,0,0,") << true << 0;
-        QTest::newRow("code count past 16 bits") << 6 << QByteArray("65536,0,0,0,") << false << 0;
-    }
-
-    void unusualNumbers()
-    {
-        QFETCH(int, line);
-        QFETCH(QByteArray, content);
-        QFETCH(bool, loads);
-        QFETCH(int, value);
-
-        const ConfigData inFile = samples::varied();
-        QList<QByteArray> lines = tavo::configFileText(inFile).split('\n');
-        lines[line - 1] = content + '\r';
-        const QString file = path(QStringLiteral("unusual.OTS"));
-        QVERIFY(samples::writeBytes(file, lines.join('\n')));
-
-        ConfigData config;
-        const tavo::ConfigReadResult result = tavo::readConfigFile(file, config);
-        QCOMPARE(result.ok(), loads);
-        if (!loads) {
-            QCOMPARE(result.status, tavo::ConfigReadResult::BadValue);
-            QCOMPARE(result.line, line);
-        }
-        switch (line) {
-        case 6: QCOMPARE(config.OnMessages[1].ByteValue(0), value); break;
-        case 8: QCOMPARE(config.OnPeriods[1], value); break;
-        case 9: QCOMPARE(int(config.PulseModes[1]), value); break;
-        case 34: QCOMPARE(config.BaudIndex, value); break;
-        }
-        // Everything before the line is the file's; everything after it is
-        // the file's when the file loads and untouched when it does not.
-        const ConfigData untouched;
-        for (int n = 0; n < ConfigData::OutputCount; ++n) {
-            if (n == 1)
-                continue;
-            const bool read = loads || 2 + 4 * n < line;
-            QVERIFY(samples::sameOutput(config, read ? inFile : untouched, n));
-        }
-        QCOMPARE(config.ParityIndex, loads ? inFile.ParityIndex : untouched.ParityIndex);
     }
 };
 
