@@ -2,7 +2,7 @@
 // simulated unit on a pseudo-terminal, in real time: a unit unplugged in
 // the middle of a download. Every wait here ends on an event from the
 // port or on the protocol's own timers; nothing sleeps.
-#include "reliability/PtyStack.h"
+#include "support/PtyStack.h"
 
 #include <QTest>
 

@@ -2,7 +2,7 @@
 // on a pseudo-terminal, in real time, that must not leak descriptors or
 // memory. About half a minute: a test of its own, labelled soak, so that
 // a quick run can leave it out.
-#include "reliability/PtyStack.h"
+#include "support/PtyStack.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,8 +1,7 @@
 #pragma once
 
 // The program's serial stack (QSerialPort, waits in the event loop) on the
-// pseudo-terminal of a simulated unit, as the pseudo-terminal tests of
-// this folder drive it.
+// pseudo-terminal of a simulated unit, as the pseudo-terminal tests drive it.
 #include "EventLoopWaiter.h"
 #include "Prompter.h"
 #include "PtyUnit.h"
