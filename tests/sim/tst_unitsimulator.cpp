@@ -158,50 +158,61 @@ private slots:
         QCOMPARE(reported, expected);
     }
 
+    // A unit at 19200, odd parity. Output 1: On "AB", Off "CD". Output 3,
+    // pulse mode, period 0 (0.1 s): On "AB" too, and an Off code it never
+    // listens for. Output 5, pulse for 2 s on "Z". Each step sends bytes at
+    // a time and setting (or only lets the time pass) and shows the outputs
+    // and the next time the unit has something to do.
     void configuredCodesSwitchOutputs()
     {
-        UnitSimulator::Image image = UnitConfig::defaultImage();
-        image[9] = 4;  // 19200
-        image[10] = 1; // odd
-        // Output 1: On "AB", Off "CD". Output 3, pulse mode, period 0 (0.1 s):
-        // On "AB" too. Output 5, pulse for 2 s on "Z".
+        UnitConfig config;
         const auto setCode = [&](int offset, const QByteArray &code) {
-            image[static_cast<std::size_t>(offset)] = static_cast<std::uint8_t>(code.size());
-            std::copy(code.begin(), code.end(), image.begin() + offset + 1);
+            config.image[static_cast<std::size_t>(offset)] = static_cast<std::uint8_t>(code.size());
+            std::copy(code.begin(), code.end(), config.image.begin() + offset + 1);
         };
         setCode(16 + 15 * 0, "AB");
         setCode(136 + 15 * 0, "CD");
         setCode(16 + 15 * 2, "AB");
-        setCode(136 + 15 * 2, "XY"); // ignored: pulse outputs have no Off code
+        setCode(136 + 15 * 2, "XY");
         setCode(16 + 15 * 4, "Z");
-        image[8] = 0x04 | 0x10;
-        image[2] = 0;
-        image[4] = 2;
-        UnitConfig config;
-        config.image = image;
+        config.image[8] = 0x04 | 0x10;
+        config.image[2] = 0;
+        config.image[4] = 2;
+        config.image[9] = 4;  // 19200
+        config.image[10] = 1; // odd
         UnitSimulator unit(config);
-        const LineSettings own = setting(u"19200,o,8,1"_s);
 
-        unit.feed(QByteArray("xA"), own, 0);
-        QCOMPARE(unit.outputs(), 0);
-        unit.feed(QByteArray("B"), setting(u"9600,o,8,1"_s), 1); // wrong setting: no match
-        QCOMPARE(unit.outputs(), 0);
-        unit.feed(QByteArray("AB"), own, 10);
-        QCOMPARE(unit.outputs(), 0x05);
-        unit.feed(QByteArray("Z"), own, 20);
-        QCOMPARE(unit.outputs(), 0x15);
-        unit.feed(QByteArray("XY"), own, 30);
-        QCOMPARE(unit.outputs(), 0x15);
-        QCOMPARE(unit.nextDeadline(), std::optional<qint64>(110));
-        unit.advanceTo(110);
-        QCOMPARE(unit.outputs(), 0x11);
-        unit.feed(QByteArray("CD"), own, 200);
-        QCOMPARE(unit.outputs(), 0x10);
-        unit.advanceTo(2019);
-        QCOMPARE(unit.outputs(), 0x10);
-        unit.advanceTo(2020);
-        QCOMPARE(unit.outputs(), 0x00);
-        QVERIFY(!unit.nextDeadline());
+        struct Step {
+            qint64 at;
+            const char *sent; // empty: time passes
+            const char *setting;
+            const char *expected;
+        };
+        const char *own = "19200,o,8,1";
+        // clang-format off
+        const Step steps[] = {
+            {0, "xA", own, "00 -"},
+            {1, "B", "9600,o,8,1", "00 -"}, // at another setting: no match
+            {10, "AB", own, "05 110"},
+            {20, "Z", own, "15 110"},
+            {30, "XY", own, "15 110"},
+            {110, "", own, "11 2020"},
+            {200, "CD", own, "10 2020"},
+            {2019, "", own, "10 2020"},
+            {2020, "", own, "00 -"},
+        };
+        // clang-format on
+        for (const Step &step : steps) {
+            if (*step.sent)
+                unit.feed(QByteArray(step.sent), setting(QString::fromLatin1(step.setting)), step.at);
+            else
+                unit.advanceTo(step.at);
+            const auto next = unit.nextDeadline();
+            QCOMPARE(u"t=%1: %2 %3"_s.arg(step.at)
+                         .arg(int(unit.outputs()), 2, 16, QLatin1Char('0'))
+                         .arg(next ? QString::number(*next) : u"-"_s),
+                     u"t=%1: %2"_s.arg(step.at).arg(QString::fromLatin1(step.expected)));
+        }
     }
 };
 
