@@ -27,11 +27,11 @@ private slots:
         Stack stack(unit);
         ConfigData config = samples::varied(); // 19200 baud, odd parity; output 1 goes on at "ON\r"
         tavo::BuildConfigImage(config);
-        stack.protocol->setConfigImage(config.ConfigImage);
+        stack.protocol.setConfigImage(config.ConfigImage);
         stack.link.SetCommPort(1);
         stack.link.SetPortOpen(true);
 
-        QCOMPARE(stack.protocol->program_unit(), VellProtocol::ProgramResult::Finished);
+        QCOMPARE(stack.protocol.program_unit(), VellProtocol::ProgramResult::Finished);
         QCOMPARE(stack.prompter.shown, QStringList{u"All sent ok | Program another tavo"_s});
         QVERIFY(unit.unit().image() == config.ConfigImage);
         QCOMPARE(unit.unit().restarts(), 1);
@@ -91,8 +91,8 @@ private slots:
             if (bytes.endsWith('L'))
                 probedAt << settings;
         });
-        stack.protocol->search_for_vell();
-        QCOMPARE(stack.protocol->searchSlots()[0].text, u"--------------"_s);
+        stack.protocol.search_for_vell();
+        QCOMPARE(stack.protocol.searchSlots()[0].text, u"--------------"_s);
         QCOMPARE(probedAt, VellProtocol::searchSettings());
         QCOMPARE(unit.unit().restarts(), 0);
     }

@@ -68,7 +68,7 @@ private slots:
         if (!unit.start(&error))
             QSKIP(qPrintable(QStringLiteral("no pseudo-terminal: ") + error));
         Stack stack(unit);
-        VellProtocol &protocol = *stack.protocol;
+        VellProtocol &protocol = stack.protocol;
 
         stack.prompter.answer = [](const QString &, const QString &) { return Answer::No; };
         protocol.setConfigImage(imageFor(1));
