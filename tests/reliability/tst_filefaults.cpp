@@ -17,8 +17,6 @@
 
 namespace {
 
-enum class Fault { DirectoryInPlace, MissingFolder, FileSizeLimit };
-
 // Every file and folder under `root` with its size, to see that a failed
 // save neither left a temporary file nor changed anything else.
 QStringList listing(const QString &root)
@@ -58,8 +56,6 @@ struct Window {
     }
 };
 
-const QString Exclamation = QString::number(int(Prompter::Icon::Exclamation));
-
 } // namespace
 
 class TestFileFaults : public QObject
@@ -72,32 +68,33 @@ class TestFileFaults : public QObject
 private slots:
     void init() { QVERIFY(QDir(m_dir.path()).removeRecursively() && QDir().mkpath(m_dir.path())); }
 
+    // SAVE of the named configuration writes it under its own name; SAVEAS
+    // and EXPORT write where the user says. A target ending in "/" is a
+    // folder with a file in it; a file size limit (in bytes) is big enough
+    // to start the new file, too small to finish it.
     void writesThatCannotCompleteKeepWhatWasThere_data()
     {
         QTest::addColumn<QString>("command");
-        QTest::addColumn<Fault>("fault");
-        QTest::addColumn<QString>("message");
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<int>("sizeLimit");
 
-        const QString save =
-            QStringLiteral("Error! | Failed to save file, may be write protected | ") + Exclamation;
-        const QString exported = QStringLiteral("Error! | Failed to export! | ") + Exclamation;
-        for (const QString &command : {QStringLiteral("SAVE"), QStringLiteral("EXPORT")}) {
-            const QString &message = command == QLatin1String("SAVE") ? save : exported;
-            QTest::addRow("%s over a folder", qPrintable(command))
-                << command << Fault::DirectoryInPlace << message;
-            QTest::addRow("%s into a missing folder", qPrintable(command))
-                << command << Fault::MissingFolder << message;
-            QTest::addRow("%s past the file size limit", qPrintable(command))
-                << command << Fault::FileSizeLimit << message;
-        }
+        const auto row = [](const char *name, const char *command, const char *target, int sizeLimit = 0) {
+            QTest::newRow(name) << QString::fromLatin1(command) << QString::fromLatin1(target) << sizeLimit;
+        };
+        row("save over a folder", "SAVEAS", "folder.OTS/");
+        row("save into a missing folder", "SAVEAS", "no such folder/x.OTS");
+        row("save past the file size limit", "SAVE", "current.OTS", 200);
+        row("export over a folder", "EXPORT", "folder.BDX/");
+        row("export into a missing folder", "EXPORT", "no such folder/x.BDX");
+        row("export past the file size limit", "EXPORT", "current.BDX", 4096);
     }
 
     void writesThatCannotCompleteKeepWhatWasThere()
     {
         QFETCH(QString, command);
-        QFETCH(Fault, fault);
-        QFETCH(QString, message);
-        const bool saving = command == QLatin1String("SAVE");
+        QFETCH(QString, target);
+        QFETCH(int, sizeLimit);
+        const bool saving = command != QLatin1String("EXPORT");
 
         // The configuration being edited comes from a file, so it has a name
         // a failed save must forget and a failed export must keep. That file
@@ -106,26 +103,13 @@ private slots:
         const QString opened = path(QStringLiteral("current.OTS"));
         const QByteArray original = tavo::configFileText(samples::varied()) + "kept by hand\r\n";
         QVERIFY(samples::writeBytes(opened, original));
-        QString target;
-        testsupport::ChildConditions conditions;
-        switch (fault) {
-        case Fault::DirectoryInPlace:
-            target = path(saving ? QStringLiteral("folder.OTS") : QStringLiteral("folder.BDX"));
-            QVERIFY(QDir().mkpath(target));
-            QVERIFY(samples::writeBytes(target + QStringLiteral("/inside.txt"), "inside"));
-            break;
-        case Fault::MissingFolder:
-            target = path(QStringLiteral("no such folder/x.")
-                          + (saving ? QStringLiteral("OTS") : QStringLiteral("BDX")));
-            break;
-        case Fault::FileSizeLimit:
-            // Big enough to start the new file, too small to finish it.
-            target = saving ? opened : path(QStringLiteral("current.BDX"));
-            conditions.fileSizeLimit = saving ? 200 : 4096;
-            if (!saving)
-                QVERIFY(samples::writeBytes(target, "an export from before"));
-            break;
-        }
+        const bool folder = target.endsWith(QLatin1Char('/'));
+        target = path(target);
+        if (folder)
+            QVERIFY(QDir().mkpath(target)
+                    && samples::writeBytes(target + QStringLiteral("inside.txt"), "inside"));
+        else if (QFileInfo(target).dir().exists() && !QFileInfo::exists(target))
+            QVERIFY(samples::writeBytes(target, "a file from before"));
         const QByteArray targetBefore = samples::readAll(target);
 
         Window w;
@@ -133,29 +117,31 @@ private slots:
         w.window.runCommand(QStringLiteral("OPEN"));
         QCOMPARE(w.window.CurrentFileName(), opened);
         w.window.config().ConfigModified = true;
-        // SAVE of a named configuration writes it under its own name; for the
-        // other faults the user picks the bad name in Save As.
-        const QString run = saving && fault != Fault::FileSizeLimit ? QStringLiteral("SAVEAS") : command;
-        if (run != QLatin1String("SAVE"))
-            w.dialog.setNextFileName(target);
+        w.dialog.setNextFileName(target);
         const QStringList before = listing(m_dir.path());
 
+        testsupport::ChildConditions conditions;
+        conditions.fileSizeLimit = sizeLimit;
         const testsupport::ChildResult child = testsupport::runInChild(conditions, [&] {
-            w.window.runCommand(run);
+            w.window.runCommand(command);
             return w.outcome();
         });
         QVERIFY(child.returned);
         // Only a failed save makes the configuration untitled; both leave
         // the unsaved changes marked.
+        const QString message =
+            saving ? QStringLiteral("Error! | Failed to save file, may be write protected | ")
+                   : QStringLiteral("Error! | Failed to export! | ");
         QCOMPARE(QString::fromUtf8(*child.returned).split(QLatin1Char('\n')),
-                 QStringList({message, QStringLiteral("name: ") + (saving ? QString() : opened),
+                 QStringList({message + QString::number(int(Prompter::Icon::Exclamation)),
+                              QStringLiteral("name: ") + (saving ? QString() : opened),
                               QStringLiteral("caption: ")
                                   + (saving ? tavo::productCaption() : QStringLiteral("current")),
                               QStringLiteral("modified: 1")}));
         QCOMPARE(listing(m_dir.path()), before);
         QCOMPARE(samples::readAll(opened), original);
         QCOMPARE(samples::readAll(target), targetBefore);
-        QCOMPARE(QFileInfo(target).isDir(), fault == Fault::DirectoryInPlace);
+        QCOMPARE(QFileInfo(target).isDir(), folder);
     }
 };
 
