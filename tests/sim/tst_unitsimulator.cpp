@@ -39,12 +39,9 @@ QByteArray block(int k, const QByteArray &eight, int checkError = 0)
     return b;
 }
 
-QByteArray bytes(std::initializer_list<int> values)
+QByteArray hex(const char *text)
 {
-    QByteArray b;
-    for (const int v : values)
-        b.append(static_cast<char>(v));
-    return b;
+    return QByteArray::fromHex(text);
 }
 
 } // namespace
@@ -88,13 +85,13 @@ private slots:
         QTest::addColumn<QByteArray>("expected");
 
         const QByteArray eight("12345678");
-        QTest::newRow("restart") << 0x33 << bytes({0xFF}) << u"oe"_s << bytes({0xF0, 0});
-        QTest::newRow("restart needs FF") << 0x33 << bytes({0xFE}) << u"oe"_s << QByteArray();
-        QTest::newRow("restart command at even") << 0x33 << bytes({0xFF}) << u"ee"_s << QByteArray();
-        QTest::newRow("restart data at odd") << 0x33 << bytes({0xFF}) << u"oo"_s << QByteArray();
-        QTest::newRow("good block") << 0x11 << block(7, eight) << u"oe"_s << bytes({0xF0, 0});
-        QTest::newRow("bad check") << 0x11 << block(7, eight, 1) << u"oe"_s << bytes({0x0F, 0});
-        QTest::newRow("block past the image") << 0x11 << block(32, eight) << u"oe"_s << bytes({0x0F, 0});
+        QTest::newRow("restart") << 0x33 << hex("ff") << u"oe"_s << hex("f000");
+        QTest::newRow("restart needs FF") << 0x33 << hex("fe") << u"oe"_s << QByteArray();
+        QTest::newRow("restart command at even") << 0x33 << hex("ff") << u"ee"_s << QByteArray();
+        QTest::newRow("restart data at odd") << 0x33 << hex("ff") << u"oo"_s << QByteArray();
+        QTest::newRow("good block") << 0x11 << block(7, eight) << u"oe"_s << hex("f000");
+        QTest::newRow("bad check") << 0x11 << block(7, eight, 1) << u"oe"_s << hex("0f00");
+        QTest::newRow("block past the image") << 0x11 << block(32, eight) << u"oe"_s << hex("0f00");
         QTest::newRow("short block") << 0x11 << block(7, eight).left(10) << u"oe"_s << QByteArray();
         QTest::newRow("unknown command") << 0x22 << block(7, eight) << u"oe"_s << QByteArray();
     }
@@ -107,7 +104,7 @@ private slots:
         QFETCH(QByteArray, expected);
         UnitSimulator unit;
         qint64 now = 0;
-        send(unit, bytes({0x81}), u"9600,n,8,1"_s, now);
+        send(unit, hex("81"), u"9600,n,8,1"_s, now);
         QByteArray answer = send(unit, QByteArray(1, char(command)), u"9600,%1,8,1"_s.arg(parities[0]), now);
         answer += send(unit, data, u"9600,%1,8,1"_s.arg(parities[1]), now);
         QCOMPARE(answer, expected);
@@ -125,17 +122,16 @@ private slots:
         QTest::addColumn<QList<int>>("times");
         QTest::addColumn<int>("expected");
 
-        QTest::newRow("map of outputs 1 and 8") << 0x10 << bytes({0x81}) << QList<int>{0} << 0x81;
-        QTest::newRow("mask on output 3") << 0x10 << bytes({0x04}) << QList<int>{0} << 0x14;
-        QTest::newRow("mask off output 3") << 0x07 << bytes({0xFB}) << QList<int>{0} << 0x03;
-        QTest::newRow("bit on output 8") << 0x01 << bytes({0xFF, 0x08}) << QList<int>{0, 1} << 0x81;
-        QTest::newRow("bit off output 1") << 0x03 << bytes({0x00, 0x01}) << QList<int>{0, 1} << 0x02;
-        QTest::newRow("lone FF is all on") << 0x00 << bytes({0xFF}) << QList<int>{0} << 0xFF;
-        QTest::newRow("lone 00 is all off") << 0x5A << bytes({0x00}) << QList<int>{0} << 0x00;
-        QTest::newRow("slow second byte") << 0x00 << bytes({0xFF, 0x03}) << QList<int>{0, 50} << 0x03;
-        QTest::newRow("FF then a map") << 0x00 << bytes({0xFF, 0x30}) << QList<int>{0, 1} << 0x30;
-        QTest::newRow("00 then output 9 is no bit")
-            << 0x0F << bytes({0x00, 0x09}) << QList<int>{0, 1} << 0x09;
+        QTest::newRow("map of outputs 1 and 8") << 0x10 << hex("81") << QList<int>{0} << 0x81;
+        QTest::newRow("mask on output 3") << 0x10 << hex("04") << QList<int>{0} << 0x14;
+        QTest::newRow("mask off output 3") << 0x07 << hex("fb") << QList<int>{0} << 0x03;
+        QTest::newRow("bit on output 8") << 0x01 << hex("ff08") << QList<int>{0, 1} << 0x81;
+        QTest::newRow("bit off output 1") << 0x03 << hex("0001") << QList<int>{0, 1} << 0x02;
+        QTest::newRow("lone FF is all on") << 0x00 << hex("ff") << QList<int>{0} << 0xFF;
+        QTest::newRow("lone 00 is all off") << 0x5A << hex("00") << QList<int>{0} << 0x00;
+        QTest::newRow("slow second byte") << 0x00 << hex("ff03") << QList<int>{0, 50} << 0x03;
+        QTest::newRow("FF then a map") << 0x00 << hex("ff30") << QList<int>{0, 1} << 0x30;
+        QTest::newRow("00 then output 9 is no bit") << 0x0F << hex("0009") << QList<int>{0, 1} << 0x09;
     }
 
     void testStrings()
