@@ -206,8 +206,7 @@ private slots:
         ConfigData config = varied();
         QCOMPARE(tavo::readConfigFile(path("missing.OTS"), config).status, Status::NotFound);
         QCOMPARE(tavo::readConfigFile(path("folder.OTS"), config).status, Status::IsFolder);
-        for (std::size_t n = 0; n < 8; ++n)
-            QVERIFY(sameOutput(config, varied(), n));
+        QCOMPARE(tavo::configFileText(config), tavo::configFileText(varied()));
 
         QByteArray unix = tavo::configFileText(varied()).replace("\r\n", "\n");
         unix.chop(1); // line feeds alone and nothing after the last line also do
