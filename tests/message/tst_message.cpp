@@ -40,6 +40,9 @@ private slots:
         QVERIFY_THROWS_EXCEPTION(std::out_of_range, m.PackedIntoString());
     }
 
+    // What the configuration reader makes of each code line is in the
+    // configuration tests; here is what only the message shows: the fault
+    // each bad number raises, and what it does with the entry mode.
     void unpacking_data()
     {
         // clang-format off
@@ -49,22 +52,12 @@ private slots:
 
         const QString unchanged = QStringLiteral("1,1,0,1,99,2,0,0,"); // the message before each row
         QTest::newRow("empty message") << "0,0,0,0," << "ok" << "0,0,0,0,0,0,";
-        QTest::newRow("one hex byte, no extra pair") << "1,0,0,1,255,2," << "ok" << "1,0,0,1,255,2,0,0,";
-        QTest::newRow("values not range-checked") << "2,1,0,0,300,1,-5,1," << "ok" << "2,1,0,0,300,1,-5,1,0,0,";
         QTest::newRow("trailing rubbish ignored") << "1,1,0,0,65,0,junk" << "ok" << "1,1,0,0,65,0,0,0,";
-        QTest::newRow("negative count reads no pairs") << "-2,0,0,0," << "ok" << "-2,0,0,0,";
-        QTest::newRow("count 15 uses every slot")
-            << QStringLiteral("15,0,0,0,") + QStringLiteral("1,0,").repeated(15) << "ok" << QString();
         QTest::newRow("lenient numbers") << " 1x,&H1,2.5,0,&H41,6.4," << "ok" << "1,1,0,0,65,6,0,0,";
 
-        QTest::newRow("empty text") << "" << "refused" << unchanged;
         QTest::newRow("no final comma") << "0,0,0,0" << "refused" << unchanged;
-        QTest::newRow("mode 7") << "1,0,7,0,65,0," << "refused" << unchanged;
         QTest::newRow("mode -1") << "1,0,-1,0,65,0," << "refused" << unchanged;
-        QTest::newRow("ignore field 2") << "1,0,0,2,65,0," << "refused" << unchanged;
         QTest::newRow("ignore field blank") << "1,0,0, 1,65,0," << "refused" << unchanged;
-        QTest::newRow("second pair missing") << "2,0,0,0,65,0," << "refused" << unchanged;
-        QTest::newRow("type 7") << "1,0,0,0,65,7," << "refused" << unchanged;
         QTest::newRow("type field unterminated") << "1,0,0,0,65,0" << "refused" << unchanged;
 
         QTest::newRow("count 16 writes past the slots")
