@@ -2,7 +2,6 @@
 // what the user is told, what happens to the file already there, and that
 // nothing half-written is left behind.
 #include "ConfigFile.h"
-#include "ExportFile.h"
 #include "Product.h"
 #include "ScriptedPrompter.h"
 #include "SerialTavo.h"
