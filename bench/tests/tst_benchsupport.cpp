@@ -5,12 +5,8 @@
 #include "BenchSupport.h"
 #include "Launcher.h"
 #include "PtyHosts.h"
-#include "ScriptedPrompter.h"
-#include "SimulatedLink.h"
 #include "VellProtocol.h"
-#include "VellTypes.h"
-#include "VirtualClock.h"
-#include "VirtualWaiter.h"
+#include "support/VirtualLine.h"
 
 #include <QTemporaryDir>
 #include <QTest>
@@ -18,6 +14,16 @@
 using namespace bench;
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
+
+namespace {
+
+// A line in virtual time whose waits are noted as the benchmarks note them.
+struct Rig : samples::VirtualLine<> {
+    RecordingWaiter recorder{waiter, [this] { return clock.now() * 1'000'000; }};
+    VellProtocol protocol{link, recorder, prompter, types};
+};
+
+} // namespace
 
 class TestBenchSupport : public QObject
 {
@@ -28,48 +34,40 @@ private slots:
     {
         QTest::addColumn<bool>("withCondition");
         QTest::addColumn<int>("arrivalMs"); // -1: nothing arrives
+        QTest::addColumn<int>("abortMs");   // -1: no abort
         QTest::addColumn<bool>("conditionMet");
         QTest::addColumn<double>("elapsedMs");
 
-        QTest::newRow("no condition, input arrives") << false << 20 << false << 100.0;
-        QTest::newRow("condition met early") << true << 20 << true << 20.0;
-        QTest::newRow("condition met at the deadline") << true << 100 << true << 100.0;
-        QTest::newRow("condition never met") << true << -1 << false << 100.0;
+        QTest::newRow("no condition, input arrives") << false << 20 << -1 << false << 100.0;
+        QTest::newRow("condition met early") << true << 20 << -1 << true << 20.0;
+        QTest::newRow("condition met at the deadline") << true << 100 << -1 << true << 100.0;
+        QTest::newRow("condition never met") << true << -1 << -1 << false << 100.0;
+        QTest::newRow("aborted") << false << -1 << 30 << false << 30.0;
     }
 
     void waitsAreSortedByHowTheyEnded()
     {
         QFETCH(bool, withCondition);
         QFETCH(int, arrivalMs);
+        QFETCH(int, abortMs);
         QFETCH(bool, conditionMet);
         QFETCH(double, elapsedMs);
 
-        VirtualClock clock;
-        VirtualWaiter inner(clock);
-        RecordingWaiter waiter(inner, [&clock] { return clock.now() * 1'000'000; });
+        Rig rig;
         bool arrived = false;
         if (arrivalMs >= 0)
-            clock.schedule(arrivalMs, [&] { arrived = true; });
+            rig.clock.schedule(arrivalMs, [&] { arrived = true; });
+        if (abortMs >= 0)
+            rig.clock.schedule(abortMs, [&] { rig.recorder.requestAbort(); });
         const std::function<bool()> enough = [&] { return arrived; };
-        QVERIFY(waiter.wait(100ms, withCondition ? enough : std::function<bool()>()));
+        QCOMPARE(rig.recorder.wait(100ms, withCondition ? enough : std::function<bool()>()), abortMs < 0);
 
-        QCOMPARE(waiter.records().size(), std::size_t(1));
-        const RecordingWaiter::Record &r = waiter.records().front();
+        QCOMPARE(rig.recorder.records().size(), std::size_t(1));
+        const RecordingWaiter::Record &r = rig.recorder.records().front();
         QCOMPARE(r.requestedMs, 100ms);
         QCOMPARE(r.conditional, withCondition);
         QCOMPARE(r.conditionMet, conditionMet);
         QCOMPARE(r.elapsedMs, elapsedMs);
-    }
-
-    void abortReachesTheWaitInProgress()
-    {
-        VirtualClock clock;
-        VirtualWaiter inner(clock);
-        RecordingWaiter waiter(inner, [&clock] { return clock.now() * 1'000'000; });
-        clock.schedule(30, [&] { waiter.requestAbort(); });
-        QVERIFY(!waiter.wait(3000ms));
-        QCOMPARE(clock.now(), 30);
-        QVERIFY(!waiter.wait(10ms));
     }
 
     // The floor worked out from a run's waits must be what the run takes
@@ -101,40 +99,34 @@ private slots:
         QFETCH(int, answerDelayMs);
         QFETCH(qint64, floorMs);
 
-        VirtualClock clock;
-        SimulatedLink link(clock);
+        Rig rig;
         UnitConfig unit = instantUnit();
         unit.probeDelayMs = answerDelayMs;
         unit.ackDelayMs = answerDelayMs;
         unit.badCheckByte = scenario == u"rejected"_s;
         if (scenario == u"silent"_s) {
-            link.setPortKind(1, SimulatedLink::PortKind::Empty);
+            rig.link.setPortKind(1, SimulatedLink::PortKind::Empty);
         } else {
-            link.attachUnit(1, unit);
-            link.setPortKind(2, SimulatedLink::PortKind::Empty);
+            rig.link.attachUnit(1, unit);
+            rig.link.setPortKind(2, SimulatedLink::PortKind::Empty);
         }
-        VirtualWaiter inner(clock);
-        RecordingWaiter waiter(inner, [&clock] { return clock.now() * 1'000'000; });
-        ScriptedPrompter prompter;
-        const VellTypes types;
-        VellProtocol protocol(link, waiter, prompter, types);
 
         if (scenario == u"four"_s) {
-            protocol.search_for_vell();
+            rig.protocol.search_for_vell();
         } else {
-            link.SetCommPort(1);
-            link.SetPortOpen(true);
+            rig.link.SetCommPort(1);
+            rig.link.SetPortOpen(true);
             if (scenario == u"program"_s)
-                QCOMPARE(protocol.program_unit(), VellProtocol::ProgramResult::Finished);
+                QCOMPARE(rig.protocol.program_unit(), VellProtocol::ProgramResult::Finished);
             else
-                QCOMPARE(protocol.Find_vell(true), 0);
+                QCOMPARE(rig.protocol.Find_vell(true), 0);
         }
 
-        const WaitSummary s = summarize(waiter.records());
-        QCOMPARE(s.count(), int(waiter.records().size()));
+        const WaitSummary s = summarize(rig.recorder.records());
+        QCOMPARE(s.count(), int(rig.recorder.records().size()));
         QCOMPARE(s.floorMs(), floorMs);
-        QCOMPARE(static_cast<double>(clock.now()), static_cast<double>(s.floorMs()) + s.earlySpentMs);
-        QCOMPARE(s.spentMs(), static_cast<double>(clock.now()));
+        QCOMPARE(static_cast<double>(rig.clock.now()), static_cast<double>(s.floorMs()) + s.earlySpentMs);
+        QCOMPARE(s.spentMs(), static_cast<double>(rig.clock.now()));
         if (answerDelayMs == 0)
             QCOMPARE(s.earlySpentMs, 0.0);
         else
@@ -143,24 +135,23 @@ private slots:
 
     void linkCallsAreCountedAlsoWhenTheyFail()
     {
-        VirtualClock clock;
-        SimulatedLink link(clock);
-        link.setPortKind(1, SimulatedLink::PortKind::Empty);
-        TimedLink timed(link);
+        Rig rig;
+        rig.link.setPortKind(1, SimulatedLink::PortKind::Empty);
+        TimedLink timed(rig.link);
         timed.SetCommPort(1);
         timed.SetPortOpen(true);
         QVERIFY(timed.PortOpen());
         QVERIFY_THROWS_EXCEPTION(SerialLinkError, timed.SetCommPort(2));
         timed.Output(QByteArray(3, 'x'));
         timed.SetPortOpen(false);
-        QCOMPARE(timed.tally(TimedLink::CommPortOp).calls, 2);
-        QCOMPARE(timed.tally(TimedLink::Open).calls, 1);
-        QCOMPARE(timed.tally(TimedLink::Close).calls, 1);
-        QCOMPARE(timed.tally(TimedLink::OutputOp).calls, 1);
-        QCOMPARE(timed.tally(TimedLink::InputOp).calls, 0);
+        QList<int> calls; // port number, open, close, write, read
+        for (const auto op : {TimedLink::CommPortOp, TimedLink::Open, TimedLink::Close, TimedLink::OutputOp,
+                              TimedLink::InputOp})
+            calls << timed.tally(op).calls;
+        QCOMPARE(calls, (QList<int>{2, 1, 1, 1, 0}));
         QVERIFY(timed.describe().contains(u"port number 2x"_s));
         QVERIFY(!timed.describe().contains(u"read"_s));
-        QCOMPARE(link.writtenBytes(), QByteArray(3, 'x'));
+        QCOMPARE(rig.link.writtenBytes(), QByteArray(3, 'x'));
     }
 
     // The start-up figures are only as good as the launcher's account of
@@ -266,8 +257,11 @@ private slots:
         QTest::newRow("memory below baseline") << u"memory"_s << 100.0 << 20480.0 << 20480.0 << int(V::Met);
         QTest::newRow("gap below") << u"below"_s << 19.9 << 0.0 << 20.0 << int(V::Met);
         QTest::newRow("gap at the limit") << u"below"_s << 20.0 << 0.0 << 20.0 << int(V::Missed);
+        QTest::newRow("measurement failed") << u"failure"_s << 0.0 << 0.0 << 0.0 << int(V::Failed);
     }
 
+    // Each verdict shows in the table and in its summary; a failed
+    // measurement says why on its own line.
     void verdicts()
     {
         QFETCH(QString, kind);
@@ -277,28 +271,21 @@ private slots:
         QFETCH(int, verdict);
 
         ResultTable table(u"t"_s);
+        table.addRatio(u"virtual"_s, 1, 1, 0);
         if (kind == u"ratio"_s)
-            table.addRatio(u"m"_s, measured, reference, target);
+            table.addRatio(u"probe"_s, measured, reference, target);
         else if (kind == u"memory"_s)
-            table.addExtraMemory(u"m"_s, measured, reference, target);
+            table.addExtraMemory(u"probe"_s, measured, reference, target);
+        else if (kind == u"below"_s)
+            table.addBelow(u"probe"_s, measured, target);
         else
-            table.addBelow(u"m"_s, measured, target);
-        QCOMPARE(int(table.rows().front().verdict), verdict);
+            table.addFailure(u"probe"_s, u"cannot open /dev/pts/9"_s);
+        QCOMPARE(int(table.rows().back().verdict), verdict);
         QCOMPARE(table.anyMissed(), verdict == int(ResultTable::Verdict::Missed));
-        QVERIFY(!table.anyFailed());
-        QCOMPARE(table.render().contains(u"MISSED"_s), table.anyMissed());
-    }
-
-    void failedMeasurementShowsWhy()
-    {
-        ResultTable table(u"Download"_s);
-        table.addRatio(u"virtual"_s, 700, 700, 0);
-        table.addFailure(u"pty"_s, u"cannot open /dev/pts/9"_s);
-        QVERIFY(table.anyFailed());
-        QVERIFY(!table.anyMissed());
-        const QStringList lines = table.render().split(u'\n');
-        QVERIFY(lines.filter(u"pty"_s).value(0).contains(u"cannot open /dev/pts/9"_s));
-        QVERIFY(lines.filter(u"pty"_s).value(0).contains(u"FAILED"_s));
+        QCOMPARE(table.anyFailed(), verdict == int(ResultTable::Verdict::Failed));
+        const QString row = table.render().split(u'\n').filter(u"probe"_s).value(0);
+        QCOMPARE(row.contains(u"MISSED"_s), table.anyMissed());
+        QCOMPARE(row.contains(u"FAILED"_s) && row.contains(u"cannot open /dev/pts/9"_s), table.anyFailed());
     }
 };
 

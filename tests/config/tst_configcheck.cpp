@@ -2,6 +2,7 @@
 // check finds in each.
 
 #include "ConfigCheck.h"
+#include "support/Messages.h"
 
 #include <QTest>
 
@@ -11,25 +12,12 @@ namespace {
 
 using Type = SerialEditorData::Type;
 
-// A code written as text: '?' is an Ignore byte, any other character a
-// byte of that value.
-SerialEditorData code(const QString &text)
-{
-    SerialEditorData m;
-    m.SetNumberOfBytesInMessage(static_cast<std::int16_t>(text.size()));
-    for (int i = 0; i < text.size(); ++i) {
-        const bool ignore = text.at(i) == u'?';
-        m.SetByteValue(i, static_cast<std::int16_t>(ignore ? 0 : text.at(i).unicode()));
-        m.SetByteType(i, ignore ? Type::Ignore : Type::Ascii);
-    }
-    return m;
-}
-
-// "2on=GO" puts GO into output 2's On code; "3pulse" makes output 3 a
-// pulse output.
+// "2on=GO" puts GO into output 2's On code ('?' is an Ignore byte);
+// "3pulse" makes output 3 a pulse output.
 ConfigData configuration(const QStringList &items)
 {
     ConfigData config;
+    const auto code = [](const QString &text) { return samples::code(text.toLatin1(), Type::Ascii, '?'); };
     for (const QString &item : items) {
         const auto n = static_cast<std::size_t>(item.at(0).digitValue() - 1);
         if (item.mid(1) == u"pulse"_s)

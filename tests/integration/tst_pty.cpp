@@ -1,51 +1,15 @@
+// The program's serial stack over real ports: the simulated unit on a
+// pseudo-terminal, QSerialPort, waits in the event loop.
 #include "ConfigImage.h"
-#include "EventLoopWaiter.h"
-#include "PtyUnit.h"
-#include "QtSerialLink.h"
-#include "ScriptedPrompter.h"
-#include "VellProtocol.h"
-#include "device/LineBench.h"
+#include "support/ConfigSamples.h"
+#include "support/PtyStack.h"
 
-#include <QElapsedTimer>
 #include <QSignalSpy>
 #include <QTest>
 
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
-
-namespace {
-
-// What the program downloads for a configuration: the unit must end up
-// holding exactly this image and react to the codes in it.
-ConfigData sampleConfiguration()
-{
-    ConfigData config;
-    config.BaudIndex = 4;   // 19200
-    config.ParityIndex = 1; // even
-    config.OnMessages[0] = code("ON1");
-    config.OffMessages[0] = code("OFF1");
-    config.OnPeriods[3] = 7;
-    config.PulseModes[3] = true;
-    tavo::BuildConfigImage(config);
-    return config;
-}
-
-struct Host {
-    explicit Host(const QString &port)
-        : link(PortSlots({port, QString(), QString(), QString()}))
-        , protocol(link, waiter, prompter, types)
-    {
-        waiter.watch(&link, &QtSerialLink::inputArrived);
-    }
-
-    QtSerialLink link;
-    EventLoopWaiter waiter;
-    ScriptedPrompter prompter;
-    VellTypes types;
-    VellProtocol protocol;
-};
-
-} // namespace
+using namespace ptytest;
 
 class TestPty : public QObject
 {
@@ -60,28 +24,22 @@ private slots:
         QString error;
         if (!unit.start(&error))
             QSKIP(qPrintable(u"no pseudo-terminal: "_s + error));
-        Host host(unit.slavePath());
-        const ConfigData config = sampleConfiguration();
-        host.protocol.setConfigImage(config.ConfigImage);
-        host.link.SetCommPort(1);
-        host.link.SetPortOpen(true);
+        Stack stack(unit);
+        ConfigData config = samples::varied(); // 19200 baud, odd parity; output 1 goes on at "ON\r"
+        tavo::BuildConfigImage(config);
+        stack.protocol.setConfigImage(config.ConfigImage);
+        stack.link.SetCommPort(1);
+        stack.link.SetPortOpen(true);
 
-        QElapsedTimer clock;
-        clock.start();
-        QCOMPARE(host.protocol.program_unit(), VellProtocol::ProgramResult::Finished);
-        qInfo("programming run (search, 32 blocks, restart): %lld ms (%lld ms of it in waits, %lld ms asked "
-              "for)",
-              clock.elapsed(), qint64(host.waiter.waitedMs().count()),
-              qint64(host.waiter.requestedMs().count()));
-        QCOMPARE(host.prompter.shown().size(), 1);
-        QCOMPARE(host.prompter.shown().front().title, u"All sent ok"_s);
+        QCOMPARE(stack.protocol.program_unit(), VellProtocol::ProgramResult::Finished);
+        QCOMPARE(stack.prompter.shown, QStringList{u"All sent ok | Program another tavo"_s});
         QVERIFY(unit.unit().image() == config.ConfigImage);
         QCOMPARE(unit.unit().restarts(), 1);
 
         QSignalSpy outputs(&unit, &PtyUnit::outputsChanged);
-        host.link.SetSettings(u"19200,e,8,1"_s);
-        host.link.Output("ON1");
-        host.waiter.wait(2s, [&] { return !outputs.isEmpty(); });
+        stack.link.SetSettings(u"19200,o,8,1"_s);
+        stack.link.Output("ON\r");
+        stack.waiter.wait(2s, [&] { return !outputs.isEmpty(); });
         QCOMPARE(unit.unit().outputs(), 0x01);
     }
 
@@ -103,20 +61,22 @@ private slots:
         QString error;
         if (!unit.start(&error))
             QSKIP(qPrintable(u"no pseudo-terminal: "_s + error));
-        Host host(unit.slavePath());
-        host.link.SetCommPort(1);
-        host.link.SetPortOpen(true);
+        Stack stack(unit);
+        stack.link.SetCommPort(1);
+        stack.link.SetPortOpen(true);
         QSignalSpy outputs(&unit, &PtyUnit::outputsChanged);
 
-        host.link.SetSettings(VellProtocol::commandSetting());
-        host.link.Output(command.left(1));
-        host.link.SetSettings(VellProtocol::dataSetting());
-        host.link.Output(command.mid(1));
-        QVERIFY(host.waiter.wait(2s, [&] { return host.link.InBufferCount() >= 2; }));
-        QCOMPARE(host.link.Input().left(1), QByteArray(1, char(VellProtocol::Acknowledge)));
+        stack.link.SetSettings(VellProtocol::commandSetting());
+        stack.link.Output(command.left(1));
+        stack.link.SetSettings(VellProtocol::dataSetting());
+        stack.link.Output(command.mid(1));
+        QVERIFY(stack.waiter.wait(2s, [&] { return stack.link.InBufferCount() >= 2; }));
+        QCOMPARE(stack.link.Input().left(1), QByteArray(1, char(VellProtocol::Acknowledge)));
         QVERIFY(outputs.isEmpty());
     }
 
+    // The unit sees every setting of the search on the line, the rates
+    // without a standard constant included, and only one pass.
     void searchOfASilentPort()
     {
         UnitConfig config;
@@ -125,21 +85,14 @@ private slots:
         QString error;
         if (!unit.start(&error))
             QSKIP(qPrintable(u"no pseudo-terminal: "_s + error));
-        Host host(unit.slavePath());
+        Stack stack(unit);
         QStringList probedAt;
         connect(&unit, &PtyUnit::bytesReceived, this, [&](const QByteArray &bytes, const QString &settings) {
             if (bytes.endsWith('L'))
                 probedAt << settings;
         });
-        QElapsedTimer clock;
-        clock.start();
-        host.protocol.search_for_vell();
-        qInfo("search of a port where nothing answers: %lld ms (%lld ms of it in waits, %lld ms asked for)",
-              clock.elapsed(), qint64(host.waiter.waitedMs().count()),
-              qint64(host.waiter.requestedMs().count()));
-        QCOMPARE(host.protocol.searchSlots()[0].text, u"--------------"_s);
-        // The unit saw every setting of the search on the line, the rates
-        // without a standard constant included, and only one pass.
+        stack.protocol.search_for_vell();
+        QCOMPARE(stack.protocol.searchSlots()[0].text, u"--------------"_s);
         QCOMPARE(probedAt, VellProtocol::searchSettings());
         QCOMPARE(unit.unit().restarts(), 0);
     }

@@ -1,61 +1,20 @@
 // Saves and exports that cannot complete, driven through the real window:
 // what the user is told, what happens to the file already there, and that
-// nothing half-written is left behind. Then unusual numbers in a
-// configuration file, and what each one does to the configuration.
+// nothing half-written is left behind.
 #include "ConfigFile.h"
-#include "ExportFile.h"
 #include "Product.h"
 #include "ScriptedPrompter.h"
 #include "SerialTavo.h"
+#include "support/ChildProcess.h"
 #include "support/ConfigSamples.h"
 #include "support/ScriptedCommonDialog.h"
 
-#include <QDataStream>
 #include <QDir>
 #include <QDirIterator>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <csignal>
-#include <functional>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace {
-
-enum class Fault { DirectoryInPlace, MissingFolder, FileSizeLimit };
-
-// The part of the window's state a failed command may touch, carried out of
-// the child process that ran the command.
-struct Outcome {
-    QStringList messages; // "title | text | icon"
-    QString currentFileName;
-    QString caption;
-    bool modified = false;
-
-    friend QDataStream &operator<<(QDataStream &s, const Outcome &o)
-    {
-        return s << o.messages << o.currentFileName << o.caption << o.modified;
-    }
-    friend QDataStream &operator>>(QDataStream &s, Outcome &o)
-    {
-        return s >> o.messages >> o.currentFileName >> o.caption >> o.modified;
-    }
-};
-
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-bool writeBytes(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
-}
 
 // Every file and folder under `root` with its size, to see that a failed
 // save neither left a temporary file nor changed anything else.
@@ -73,57 +32,6 @@ QStringList listing(const QString &root)
     return entries;
 }
 
-// Runs `work` in a child process whose files may grow to `fileSizeLimit`
-// bytes at most (0: no limit), with SIGXFSZ ignored so that a write past
-// the limit fails with EFBIG instead of killing the process. The child
-// hands back what `work` returns and leaves without running exit handlers.
-bool inChild(rlim_t fileSizeLimit, const std::function<Outcome()> &work, Outcome &outcome)
-{
-    int fds[2];
-    if (pipe(fds) != 0)
-        return false;
-    const pid_t pid = fork();
-    if (pid < 0)
-        return false;
-    if (pid == 0) {
-        ::close(fds[0]);
-        std::signal(SIGXFSZ, SIG_IGN);
-        if (fileSizeLimit > 0) {
-            const rlimit limit{fileSizeLimit, fileSizeLimit};
-            if (setrlimit(RLIMIT_FSIZE, &limit) != 0)
-                _exit(2);
-        }
-        QByteArray report;
-        QDataStream out(&report, QIODevice::WriteOnly);
-        out << work();
-        qsizetype written = 0;
-        while (written < report.size()) {
-            const ssize_t n =
-                ::write(fds[1], report.constData() + written, std::size_t(report.size() - written));
-            if (n <= 0)
-                _exit(3);
-            written += n;
-        }
-        _exit(0);
-    }
-    ::close(fds[1]);
-    QByteArray report;
-    char buffer[4096];
-    for (;;) {
-        const ssize_t n = ::read(fds[0], buffer, sizeof buffer);
-        if (n <= 0)
-            break;
-        report.append(buffer, n);
-    }
-    ::close(fds[0]);
-    int status = 0;
-    if (waitpid(pid, &status, 0) != pid || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
-        return false;
-    QDataStream in(report);
-    in >> outcome;
-    return in.status() == QDataStream::Ok;
-}
-
 struct Window {
     ScriptedPrompter prompter;
     ScriptedCommonDialog dialog;
@@ -131,20 +39,21 @@ struct Window {
 
     Window() { window.start(); }
 
-    Outcome outcome() const
+    // What a failed command may touch, a line each: the messages shown
+    // ("title | text | icon"), the configuration's name, the caption and
+    // whether it is marked modified.
+    QByteArray outcome() const
     {
-        Outcome o;
+        QStringList lines;
         for (const auto &m : prompter.shown())
-            o.messages << m.title + QStringLiteral(" | ") + m.text + QStringLiteral(" | ")
-                              + QString::number(int(m.icon));
-        o.currentFileName = window.CurrentFileName();
-        o.caption = window.windowTitle();
-        o.modified = const_cast<SerialTavo &>(window).config().ConfigModified;
-        return o;
+            lines << m.title + QStringLiteral(" | ") + m.text + QStringLiteral(" | ")
+                         + QString::number(int(m.icon));
+        lines << QStringLiteral("name: ") + window.CurrentFileName()
+              << QStringLiteral("caption: ") + window.windowTitle()
+              << QStringLiteral("modified: %1").arg(const_cast<SerialTavo &>(window).config().ConfigModified);
+        return lines.join(QLatin1Char('\n')).toUtf8();
     }
 };
-
-const QString Exclamation = QString::number(int(Prompter::Icon::Exclamation));
 
 } // namespace
 
@@ -158,32 +67,33 @@ class TestFileFaults : public QObject
 private slots:
     void init() { QVERIFY(QDir(m_dir.path()).removeRecursively() && QDir().mkpath(m_dir.path())); }
 
+    // SAVE of the named configuration writes it under its own name; SAVEAS
+    // and EXPORT write where the user says. A target ending in "/" is a
+    // folder with a file in it; a file size limit (in bytes) is big enough
+    // to start the new file, too small to finish it.
     void writesThatCannotCompleteKeepWhatWasThere_data()
     {
         QTest::addColumn<QString>("command");
-        QTest::addColumn<Fault>("fault");
-        QTest::addColumn<QString>("message");
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<int>("sizeLimit");
 
-        const QString save =
-            QStringLiteral("Error! | Failed to save file, may be write protected | ") + Exclamation;
-        const QString exported = QStringLiteral("Error! | Failed to export! | ") + Exclamation;
-        for (const QString &command : {QStringLiteral("SAVE"), QStringLiteral("EXPORT")}) {
-            const QString &message = command == QLatin1String("SAVE") ? save : exported;
-            QTest::addRow("%s over a folder", qPrintable(command))
-                << command << Fault::DirectoryInPlace << message;
-            QTest::addRow("%s into a missing folder", qPrintable(command))
-                << command << Fault::MissingFolder << message;
-            QTest::addRow("%s past the file size limit", qPrintable(command))
-                << command << Fault::FileSizeLimit << message;
-        }
+        const auto row = [](const char *name, const char *command, const char *target, int sizeLimit = 0) {
+            QTest::newRow(name) << QString::fromLatin1(command) << QString::fromLatin1(target) << sizeLimit;
+        };
+        row("save over a folder", "SAVEAS", "folder.OTS/");
+        row("save into a missing folder", "SAVEAS", "no such folder/x.OTS");
+        row("save past the file size limit", "SAVE", "current.OTS", 200);
+        row("export over a folder", "EXPORT", "folder.BDX/");
+        row("export into a missing folder", "EXPORT", "no such folder/x.BDX");
+        row("export past the file size limit", "EXPORT", "current.BDX", 4096);
     }
 
     void writesThatCannotCompleteKeepWhatWasThere()
     {
         QFETCH(QString, command);
-        QFETCH(Fault, fault);
-        QFETCH(QString, message);
-        const bool saving = command == QLatin1String("SAVE");
+        QFETCH(QString, target);
+        QFETCH(int, sizeLimit);
+        const bool saving = command != QLatin1String("EXPORT");
 
         // The configuration being edited comes from a file, so it has a name
         // a failed save must forget and a failed export must keep. That file
@@ -191,180 +101,46 @@ private slots:
         // would drop the line.
         const QString opened = path(QStringLiteral("current.OTS"));
         const QByteArray original = tavo::configFileText(samples::varied()) + "kept by hand\r\n";
-        QVERIFY(writeBytes(opened, original));
-        QString target;
-        rlim_t limit = 0;
-        switch (fault) {
-        case Fault::DirectoryInPlace:
-            target = path(saving ? QStringLiteral("folder.OTS") : QStringLiteral("folder.BDX"));
-            QVERIFY(QDir().mkpath(target));
-            QVERIFY(writeBytes(target + QStringLiteral("/inside.txt"), "inside"));
-            break;
-        case Fault::MissingFolder:
-            target = path(QStringLiteral("no such folder/x.")
-                          + (saving ? QStringLiteral("OTS") : QStringLiteral("BDX")));
-            break;
-        case Fault::FileSizeLimit:
-            // Big enough to start the new file, too small to finish it.
-            target = saving ? opened : path(QStringLiteral("current.BDX"));
-            limit = saving ? 200 : 4096;
-            if (!saving)
-                QVERIFY(writeBytes(target, "an export from before"));
-            break;
-        }
-        const QByteArray targetBefore = readAll(target);
+        QVERIFY(samples::writeBytes(opened, original));
+        const bool folder = target.endsWith(QLatin1Char('/'));
+        target = path(target);
+        if (folder)
+            QVERIFY(QDir().mkpath(target)
+                    && samples::writeBytes(target + QStringLiteral("inside.txt"), "inside"));
+        else if (QFileInfo(target).dir().exists() && !QFileInfo::exists(target))
+            QVERIFY(samples::writeBytes(target, "a file from before"));
+        const QByteArray targetBefore = samples::readAll(target);
 
         Window w;
         w.dialog.setNextFileName(opened);
         w.window.runCommand(QStringLiteral("OPEN"));
         QCOMPARE(w.window.CurrentFileName(), opened);
         w.window.config().ConfigModified = true;
-        // SAVE of a named configuration writes it under its own name; for the
-        // other faults the user picks the bad name in Save As.
-        const QString run = saving && fault != Fault::FileSizeLimit ? QStringLiteral("SAVEAS") : command;
-        if (run != QLatin1String("SAVE"))
-            w.dialog.setNextFileName(target);
+        w.dialog.setNextFileName(target);
         const QStringList before = listing(m_dir.path());
 
-        Outcome outcome;
-        QVERIFY(inChild(
-            limit,
-            [&] {
-                w.window.runCommand(run);
-                return w.outcome();
-            },
-            outcome));
-
-        QCOMPARE(outcome.messages, QStringList{message});
-        QCOMPARE(listing(m_dir.path()), before);
-        QCOMPARE(readAll(opened), original);
-        QCOMPARE(readAll(target), targetBefore);
-        QCOMPARE(QFileInfo(target).isDir(), fault == Fault::DirectoryInPlace);
+        testsupport::ChildConditions conditions;
+        conditions.fileSizeLimit = sizeLimit;
+        const testsupport::ChildResult child = testsupport::runInChild(conditions, [&] {
+            w.window.runCommand(command);
+            return w.outcome();
+        });
+        QVERIFY(child.returned);
         // Only a failed save makes the configuration untitled; both leave
         // the unsaved changes marked.
-        QCOMPARE(outcome.currentFileName, saving ? QString() : opened);
-        QCOMPARE(outcome.caption, saving ? tavo::productCaption() : QStringLiteral("current"));
-        QVERIFY(outcome.modified);
-    }
-
-    void theSameWritesSucceedWithoutTheFault_data()
-    {
-        QTest::addColumn<QString>("command");
-        QTest::newRow("save") << QStringLiteral("SAVE");
-        QTest::newRow("export") << QStringLiteral("EXPORT");
-    }
-
-    // The limits above fail the writes part-way, not before they begin: with
-    // room for the whole file the same child writes it.
-    void theSameWritesSucceedWithoutTheFault()
-    {
-        QFETCH(QString, command);
-        const bool saving = command == QLatin1String("SAVE");
-        const QString opened = path(QStringLiteral("current.OTS"));
-        QVERIFY(writeBytes(opened, tavo::configFileText(samples::varied()) + "kept by hand\r\n"));
-        const QString target = saving ? opened : path(QStringLiteral("current.BDX"));
-
-        Window w;
-        w.dialog.setNextFileName(opened);
-        w.window.runCommand(QStringLiteral("OPEN"));
-        if (!saving)
-            w.dialog.setNextFileName(target);
-        const qsizetype expectedSize =
-            saving ? tavo::configFileText(w.window.config()).size() : tavo::ExportFileSize;
-        Outcome outcome;
-        QVERIFY(inChild(
-            rlim_t(expectedSize),
-            [&] {
-                w.window.runCommand(command);
-                return w.outcome();
-            },
-            outcome));
-        QCOMPARE(outcome.messages.size(), saving ? 0 : 1);
-        QCOMPARE(QFileInfo(target).size(), expectedSize);
-        QCOMPARE(outcome.currentFileName, opened);
-    }
-
-    // Numbers a hand-edited or damaged file may hold, one line replaced in a
-    // file that is otherwise whole, read into a new configuration. The table
-    // names the line, what is there, whether the file still loads, and the
-    // value the line's field ends up with (a line that stops the reading
-    // leaves its field as it was: zero).
-    void unusualNumbers_data()
-    {
-        QTest::addColumn<int>("line");
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<bool>("loads");
-        QTest::addColumn<int>("value");
-
-        // Line 8 is the period of output 1 (36 in the file), line 9 its mode
-        // (pulse), line 6 its On code, line 34 the baud index (4).
-        QTest::newRow("period at the top of 16 bits") << 8 << QByteArray("32767") << true << 32767;
-        QTest::newRow("period rounding up past 16 bits") << 8 << QByteArray("32767.5") << false << 0;
-        QTest::newRow("period rounding down into 16 bits") << 8 << QByteArray("-32768.5") << true << -32768;
-        QTest::newRow("period below 16 bits") << 8 << QByteArray("-32769") << false << 0;
-        QTest::newRow("period huge") << 8 << QByteArray("1e300") << false << 0;
-        QTest::newRow("period beyond a double") << 8 << QByteArray("1e999") << false << 0;
-        QTest::newRow("period negative") << 8 << QByteArray("-1") << true << -1;
-        QTest::newRow("period half rounds to even") << 8 << QByteArray("0.5") << true << 0;
-        QTest::newRow("period minus half") << 8 << QByteArray("-.5") << true << 0;
-        QTest::newRow("period with exponent") << 8 << QByteArray("1.5e2") << true << 150;
-        QTest::newRow("period with a D exponent") << 8 << QByteArray("2D1") << true << 20;
-        QTest::newRow("period words") << 8 << QByteArray("nan") << false << 0;
-        QTest::newRow("period two numbers") << 8 << QByteArray("1 2") << false << 0;
-        QTest::newRow("mode fraction is true") << 9 << QByteArray("0.4") << true << 1;
-        QTest::newRow("mode negative zero is false") << 9 << QByteArray("-0") << true << 0;
-        QTest::newRow("mode too small to be a number is false") << 9 << QByteArray("1e-999") << true << 0;
-        QTest::newRow("mode -1 with blanks") << 9 << QByteArray("  -1  ") << true << 1;
-        QTest::newRow("mode huge") << 9 << QByteArray("1e300") << true << 1;
-        QTest::newRow("mode a word") << 9 << QByteArray("on") << false << 0;
-        QTest::newRow("baud huge") << 34 << QByteArray("99999") << false << 0;
-        QTest::newRow("baud fraction") << 34 << QByteArray("5.5") << true << 6;
-        // On code lines: the value of the first byte.
-        QTest::newRow("code byte at the bottom of 16 bits")
-            << 6 << QByteArray("1,0,0,0,-32768,1,") << true << -32768;
-        QTest::newRow("code byte past 16 bits") << 6 << QByteArray("1,0,0,0,1e5,1,") << false << 0;
-        QTest::newRow("code byte with text after it") << 6 << QByteArray("1,0,0,0,65x,1,") << true << 65;
-        QTest::newRow("code count with a fraction") << 6 << QByteArray("0.6,0,0,0,7,1,") << true << 7;
-        QTest::newRow("code count negative") << 6 << QByteArray("-3,0,0,0,") << true << 0;
-        QTest::newRow("code count past 16 bits") << 6 << QByteArray("65536,0,0,0,") << false << 0;
-    }
-
-    void unusualNumbers()
-    {
-        QFETCH(int, line);
-        QFETCH(QByteArray, content);
-        QFETCH(bool, loads);
-        QFETCH(int, value);
-
-        const ConfigData inFile = samples::varied();
-        QList<QByteArray> lines = tavo::configFileText(inFile).split('\n');
-        lines[line - 1] = content + '\r';
-        const QString file = path(QStringLiteral("unusual.OTS"));
-        QVERIFY(writeBytes(file, lines.join('\n')));
-
-        ConfigData config;
-        const tavo::ConfigReadResult result = tavo::readConfigFile(file, config);
-        QCOMPARE(result.ok(), loads);
-        if (!loads) {
-            QCOMPARE(result.status, tavo::ConfigReadResult::BadValue);
-            QCOMPARE(result.line, line);
-        }
-        switch (line) {
-        case 6: QCOMPARE(config.OnMessages[1].ByteValue(0), value); break;
-        case 8: QCOMPARE(config.OnPeriods[1], value); break;
-        case 9: QCOMPARE(int(config.PulseModes[1]), value); break;
-        case 34: QCOMPARE(config.BaudIndex, value); break;
-        }
-        // Everything before the line is the file's; everything after it is
-        // the file's when the file loads and untouched when it does not.
-        const ConfigData untouched;
-        for (int n = 0; n < ConfigData::OutputCount; ++n) {
-            if (n == 1)
-                continue;
-            const bool read = loads || 2 + 4 * n < line;
-            QVERIFY(samples::sameOutput(config, read ? inFile : untouched, n));
-        }
-        QCOMPARE(config.ParityIndex, loads ? inFile.ParityIndex : untouched.ParityIndex);
+        const QString message =
+            saving ? QStringLiteral("Error! | Failed to save file, may be write protected | ")
+                   : QStringLiteral("Error! | Failed to export! | ");
+        QCOMPARE(QString::fromUtf8(*child.returned).split(QLatin1Char('\n')),
+                 QStringList({message + QString::number(int(Prompter::Icon::Exclamation)),
+                              QStringLiteral("name: ") + (saving ? QString() : opened),
+                              QStringLiteral("caption: ")
+                                  + (saving ? tavo::productCaption() : QStringLiteral("current")),
+                              QStringLiteral("modified: 1")}));
+        QCOMPARE(listing(m_dir.path()), before);
+        QCOMPARE(samples::readAll(opened), original);
+        QCOMPARE(samples::readAll(target), targetBefore);
+        QCOMPARE(QFileInfo(target).isDir(), folder);
     }
 };
 

@@ -2,7 +2,7 @@
 // simulated unit on a pseudo-terminal, in real time: a unit unplugged in
 // the middle of a download. Every wait here ends on an event from the
 // port or on the protocol's own timers; nothing sleeps.
-#include "reliability/PtyStack.h"
+#include "support/PtyStack.h"
 
 #include <QTest>
 
@@ -23,15 +23,15 @@ private slots:
         if (!unit.start(&error))
             QSKIP(qPrintable(QStringLiteral("no pseudo-terminal: ") + error));
         Stack stack(unit);
-        connect(&unit, &PtyUnit::vanished, this, [&] { stack.watched->unitGone = true; });
-        stack.protocol->setConfigImage(imageFor(1));
+        connect(&unit, &PtyUnit::vanished, this, [&] { stack.link.unitGone = true; });
+        stack.protocol.setConfigImage(imageFor(1));
 
         stack.link.SetCommPort(1);
         stack.link.SetPortOpen(true);
         QVERIFY(stack.link.PortOpen());
-        QCOMPARE(stack.protocol->program_unit(), VellProtocol::ProgramResult::Finished);
+        QCOMPARE(stack.protocol.program_unit(), VellProtocol::ProgramResult::Finished);
 
-        QVERIFY(stack.watched->unitGone);
+        QVERIFY(stack.link.unitGone);
         // The block after the last acknowledged one fails, with the download's
         // own message and nothing after it.
         QCOMPARE(stack.prompter.shown,
@@ -41,23 +41,23 @@ private slots:
         // The link closed the port when it failed, and refused every write
         // from then on: nothing went to whatever might take the port's name.
         QVERIFY(!stack.link.PortOpen());
-        QVERIFY(stack.watched->writesRefusedAfterVanishing > 0);
-        QCOMPARE(stack.watched->writesAfterVanishing, 0);
+        QVERIFY(stack.link.writesRefusedAfterVanishing > 0);
+        QCOMPARE(stack.link.writesAfterVanishing, 0);
         QCOMPARE(unit.unit().imagesReceived(), 0);
 
         // Plugged in again (a new unit on a new terminal), it is found and
         // programmed as usual.
         PtyUnit again;
         QVERIFY(again.start());
-        stack.useUnit(again);
+        stack.link.setPortSlots(slotsFor(again));
         stack.prompter.shown.clear();
-        stack.protocol->search_for_vell();
-        const SearchSlot &slot = stack.protocol->searchSlots()[0];
+        stack.protocol.search_for_vell();
+        const SearchSlot &slot = stack.protocol.searchSlots()[0];
         QCOMPARE(slot.text, QStringLiteral("Serial Tavo 1.0"));
         QVERIFY(slot.optionEnabled);
-        stack.protocol->chooseSlot(0);
-        stack.protocol->setConfigImage(imageFor(2));
-        QCOMPARE(stack.protocol->programChosenSlot(), VellProtocol::ProgramResult::Finished);
+        stack.protocol.chooseSlot(0);
+        stack.protocol.setConfigImage(imageFor(2));
+        QCOMPARE(stack.protocol.programChosenSlot(), VellProtocol::ProgramResult::Finished);
         QCOMPARE(stack.prompter.shown, QStringList{QStringLiteral("All sent ok | Program another tavo")});
         QCOMPARE(bytesOf(again.unit().image()), bytesOf(imageFor(2)));
         QVERIFY(!stack.link.PortOpen());

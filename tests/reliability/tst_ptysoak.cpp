@@ -2,7 +2,7 @@
 // on a pseudo-terminal, in real time, that must not leak descriptors or
 // memory. About half a minute: a test of its own, labelled soak, so that
 // a quick run can leave it out.
-#include "reliability/PtyStack.h"
+#include "support/PtyStack.h"
 
 #include <QDir>
 #include <QFile>
@@ -68,7 +68,7 @@ private slots:
         if (!unit.start(&error))
             QSKIP(qPrintable(QStringLiteral("no pseudo-terminal: ") + error));
         Stack stack(unit);
-        VellProtocol &protocol = *stack.protocol;
+        VellProtocol &protocol = stack.protocol;
 
         stack.prompter.answer = [](const QString &, const QString &) { return Answer::No; };
         protocol.setConfigImage(imageFor(1));

@@ -39,12 +39,9 @@ QByteArray block(int k, const QByteArray &eight, int checkError = 0)
     return b;
 }
 
-QByteArray bytes(std::initializer_list<int> values)
+QByteArray hex(const char *text)
 {
-    QByteArray b;
-    for (const int v : values)
-        b.append(static_cast<char>(v));
-    return b;
+    return QByteArray::fromHex(text);
 }
 
 // What the unit reports switching, a line each: "mask 3 on 04 -> 14",
@@ -110,13 +107,13 @@ private slots:
         QTest::addColumn<QByteArray>("expected");
 
         const QByteArray eight("12345678");
-        QTest::newRow("restart") << 0x33 << bytes({0xFF}) << u"oe"_s << bytes({0xF0, 0});
-        QTest::newRow("restart needs FF") << 0x33 << bytes({0xFE}) << u"oe"_s << QByteArray();
-        QTest::newRow("restart command at even") << 0x33 << bytes({0xFF}) << u"ee"_s << QByteArray();
-        QTest::newRow("restart data at odd") << 0x33 << bytes({0xFF}) << u"oo"_s << QByteArray();
-        QTest::newRow("good block") << 0x11 << block(7, eight) << u"oe"_s << bytes({0xF0, 0});
-        QTest::newRow("bad check") << 0x11 << block(7, eight, 1) << u"oe"_s << bytes({0x0F, 0});
-        QTest::newRow("block past the image") << 0x11 << block(32, eight) << u"oe"_s << bytes({0x0F, 0});
+        QTest::newRow("restart") << 0x33 << hex("ff") << u"oe"_s << hex("f000");
+        QTest::newRow("restart needs FF") << 0x33 << hex("fe") << u"oe"_s << QByteArray();
+        QTest::newRow("restart command at even") << 0x33 << hex("ff") << u"ee"_s << QByteArray();
+        QTest::newRow("restart data at odd") << 0x33 << hex("ff") << u"oo"_s << QByteArray();
+        QTest::newRow("good block") << 0x11 << block(7, eight) << u"oe"_s << hex("f000");
+        QTest::newRow("bad check") << 0x11 << block(7, eight, 1) << u"oe"_s << hex("0f00");
+        QTest::newRow("block past the image") << 0x11 << block(32, eight) << u"oe"_s << hex("0f00");
         QTest::newRow("short block") << 0x11 << block(7, eight).left(10) << u"oe"_s << QByteArray();
         QTest::newRow("unknown command") << 0x22 << block(7, eight) << u"oe"_s << QByteArray();
     }
@@ -129,7 +126,7 @@ private slots:
         QFETCH(QByteArray, expected);
         UnitSimulator unit;
         qint64 now = 0;
-        send(unit, bytes({0x81}), u"9600,n,8,1"_s, now);
+        send(unit, hex("81"), u"9600,n,8,1"_s, now);
         QByteArray answer = send(unit, QByteArray(1, char(command)), u"9600,%1,8,1"_s.arg(parities[0]), now);
         answer += send(unit, data, u"9600,%1,8,1"_s.arg(parities[1]), now);
         QCOMPARE(answer, expected);
@@ -150,24 +147,24 @@ private slots:
         QTest::addColumn<QStringList>("reports");
 
         QTest::newRow("map of outputs 1 and 8")
-            << 0x10 << bytes({0x81}) << QList<int>{0} << 0x81 << QStringList{u"map 81 -> 81"_s};
+            << 0x10 << hex("81") << QList<int>{0} << 0x81 << QStringList{u"map 81 -> 81"_s};
         QTest::newRow("mask on output 3")
-            << 0x10 << bytes({0x04}) << QList<int>{0} << 0x14 << QStringList{u"mask 3 on 04 -> 14"_s};
+            << 0x10 << hex("04") << QList<int>{0} << 0x14 << QStringList{u"mask 3 on 04 -> 14"_s};
         QTest::newRow("mask off output 3")
-            << 0x07 << bytes({0xFB}) << QList<int>{0} << 0x03 << QStringList{u"mask 3 off fb -> 03"_s};
-        QTest::newRow("bit on output 8") << 0x01 << bytes({0xFF, 0x08}) << QList<int>{0, 1} << 0x81
-                                         << QStringList{u"bit 8 on ff08 -> 81"_s};
-        QTest::newRow("bit off output 1") << 0x03 << bytes({0x00, 0x01}) << QList<int>{0, 1} << 0x02
-                                          << QStringList{u"bit 1 off 0001 -> 02"_s};
+            << 0x07 << hex("fb") << QList<int>{0} << 0x03 << QStringList{u"mask 3 off fb -> 03"_s};
+        QTest::newRow("bit on output 8")
+            << 0x01 << hex("ff08") << QList<int>{0, 1} << 0x81 << QStringList{u"bit 8 on ff08 -> 81"_s};
+        QTest::newRow("bit off output 1")
+            << 0x03 << hex("0001") << QList<int>{0, 1} << 0x02 << QStringList{u"bit 1 off 0001 -> 02"_s};
         QTest::newRow("lone FF is all on")
-            << 0x00 << bytes({0xFF}) << QList<int>{0} << 0xFF << QStringList{u"map ff -> ff"_s};
+            << 0x00 << hex("ff") << QList<int>{0} << 0xFF << QStringList{u"map ff -> ff"_s};
         QTest::newRow("lone 00 is all off")
-            << 0x5A << bytes({0x00}) << QList<int>{0} << 0x00 << QStringList{u"map 00 -> 00"_s};
-        QTest::newRow("slow second byte") << 0x00 << bytes({0xFF, 0x03}) << QList<int>{0, 50} << 0x03
+            << 0x5A << hex("00") << QList<int>{0} << 0x00 << QStringList{u"map 00 -> 00"_s};
+        QTest::newRow("slow second byte") << 0x00 << hex("ff03") << QList<int>{0, 50} << 0x03
                                           << QStringList{u"map ff -> 03"_s, u"map 03 -> 03"_s};
-        QTest::newRow("FF then a map") << 0x00 << bytes({0xFF, 0x30}) << QList<int>{0, 1} << 0x30
+        QTest::newRow("FF then a map") << 0x00 << hex("ff30") << QList<int>{0, 1} << 0x30
                                        << QStringList{u"map ff -> 30"_s, u"map 30 -> 30"_s};
-        QTest::newRow("00 then output 9 is no bit") << 0x0F << bytes({0x00, 0x09}) << QList<int>{0, 1} << 0x09
+        QTest::newRow("00 then output 9 is no bit") << 0x0F << hex("0009") << QList<int>{0, 1} << 0x09
                                                     << QStringList{u"map 00 -> 09"_s, u"map 09 -> 09"_s};
     }
 
@@ -194,27 +191,28 @@ private slots:
         QCOMPARE(log.lines, reports);
     }
 
+    // A unit at 19200, odd parity. Output 1: On "AB", Off "CD". Output 3,
+    // pulse mode, period 0 (0.1 s): On "AB" too, and an Off code it never
+    // listens for. Output 5, pulse for 2 s on "Z". Each step sends bytes at
+    // a time and setting (or only lets the time pass) and shows the outputs
+    // and the next time the unit has something to do.
     void configuredCodesSwitchOutputs()
     {
-        UnitSimulator::Image image = UnitConfig::defaultImage();
-        image[9] = 4;  // 19200
-        image[10] = 1; // odd
-        // Output 1: On "AB", Off "CD". Output 3, pulse mode, period 0 (0.1 s):
-        // On "AB" too. Output 5, pulse for 2 s on "Z".
+        UnitConfig config;
         const auto setCode = [&](int offset, const QByteArray &code) {
-            image[static_cast<std::size_t>(offset)] = static_cast<std::uint8_t>(code.size());
-            std::copy(code.begin(), code.end(), image.begin() + offset + 1);
+            config.image[static_cast<std::size_t>(offset)] = static_cast<std::uint8_t>(code.size());
+            std::copy(code.begin(), code.end(), config.image.begin() + offset + 1);
         };
         setCode(16 + 15 * 0, "AB");
         setCode(136 + 15 * 0, "CD");
         setCode(16 + 15 * 2, "AB");
-        setCode(136 + 15 * 2, "XY"); // ignored: pulse outputs have no Off code
+        setCode(136 + 15 * 2, "XY");
         setCode(16 + 15 * 4, "Z");
-        image[8] = 0x04 | 0x10;
-        image[2] = 0;
-        image[4] = 2;
-        UnitConfig config;
-        config.image = image;
+        config.image[8] = 0x04 | 0x10;
+        config.image[2] = 0;
+        config.image[4] = 2;
+        config.image[9] = 4;  // 19200
+        config.image[10] = 1; // odd
         UnitSimulator unit(config);
         const SwitchLog log(unit);
         const LineSettings own = setting(u"19200,o,8,1"_s);

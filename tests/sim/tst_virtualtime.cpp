@@ -34,7 +34,7 @@ private slots:
     void waitsEndOnConditionDeadlineOrAbort_data()
     {
         QTest::addColumn<int>("arrivalMs"); // -1: never
-        QTest::addColumn<int>("abortMs");   // -1: never
+        QTest::addColumn<int>("abortMs");   // -1: never; 0: before the wait
         QTest::addColumn<bool>("result");
         QTest::addColumn<int>("elapsed");
         QTest::addColumn<bool>("early");
@@ -45,6 +45,7 @@ private slots:
         QTest::newRow("input too late") << 501 << -1 << true << 500 << false;
         QTest::newRow("abort") << -1 << 250 << false << 250 << false;
         QTest::newRow("abort before input") << 300 << 250 << false << 250 << false;
+        QTest::newRow("aborted before the wait") << 100 << 0 << false << 0 << false;
     }
 
     void waitsEndOnConditionDeadlineOrAbort()
@@ -61,7 +62,9 @@ private slots:
         bool arrived = false;
         if (arrivalMs >= 0)
             waiter.at(1000 + arrivalMs, [&] { arrived = true; });
-        if (abortMs >= 0)
+        if (abortMs == 0)
+            waiter.requestAbort();
+        else if (abortMs > 0)
             waiter.at(1000 + abortMs, [&] { waiter.requestAbort(); });
         QCOMPARE(waiter.wait(500ms, [&] { return arrived; }), result);
         const auto &w = waiter.waits().front();

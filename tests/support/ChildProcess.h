@@ -6,6 +6,7 @@
 // back to the parent as bytes.
 
 #include <QByteArray>
+#include <QFile>
 #include <QString>
 
 #include <functional>
@@ -73,18 +74,6 @@ inline bool setUp(const ChildConditions &conditions)
     return true;
 }
 
-inline bool writeAll(int fd, const QByteArray &bytes)
-{
-    qsizetype written = 0;
-    while (written < bytes.size()) {
-        const ssize_t n = ::write(fd, bytes.constData() + written, std::size_t(bytes.size() - written));
-        if (n <= 0)
-            return false;
-        written += n;
-    }
-    return true;
-}
-
 } // namespace detail
 
 inline ChildResult runInChild(const ChildConditions &conditions, const std::function<QByteArray()> &work)
@@ -99,18 +88,14 @@ inline ChildResult runInChild(const ChildConditions &conditions, const std::func
         ::close(fds[0]);
         if (!detail::setUp(conditions))
             _exit(detail::Unavailable);
+        QFile out;
+        const bool sent = out.open(fds[1], QIODevice::WriteOnly) && out.write(work()) >= 0 && out.flush();
         // _exit: the child must not run the parent's exit handlers.
-        _exit(detail::writeAll(fds[1], work()) ? 0 : 3);
+        _exit(sent ? 0 : 3);
     }
     ::close(fds[1]);
-    QByteArray report;
-    char buffer[4096];
-    for (;;) {
-        const ssize_t n = ::read(fds[0], buffer, sizeof buffer);
-        if (n <= 0)
-            break;
-        report.append(buffer, n);
-    }
+    QFile in;
+    const QByteArray report = in.open(fds[0], QIODevice::ReadOnly) ? in.readAll() : QByteArray();
     ::close(fds[0]);
     int status = 0;
     if (waitpid(pid, &status, 0) != pid || !WIFEXITED(status))

@@ -2,50 +2,30 @@
 
 #include "ConfigData.h"
 #include "Shell.h"
+#include "support/Messages.h"
 
 #include <QFile>
 #include <QStringList>
 
-#include <initializer_list>
-#include <utility>
-
 // Configurations and file helpers shared by the configuration and window tests.
 namespace samples {
-
-// A message of (value, type) pairs; the slots after it stay zero so that
-// it survives a trip through a file unchanged.
-inline SerialEditorData message(std::initializer_list<std::pair<int, SerialEditorData::Type>> bytes,
-                                bool canIgnore = false)
-{
-    SerialEditorData m;
-    int i = 0;
-    for (const auto &[value, type] : bytes) {
-        m.SetByteValue(i, static_cast<std::int16_t>(value));
-        m.SetByteType(i++, type);
-    }
-    m.SetNumberOfBytesInMessage(static_cast<std::int16_t>(i));
-    m.SetCurrentByte(static_cast<std::int16_t>(i));
-    m.SetCanDoIgnore(canIgnore);
-    return m;
-}
 
 // Every output different from the others and from a new configuration:
 // both modes, every byte type, a full 14-byte code, empty codes. Output n
 // has period 36 n and pulses when n is 1, 4 or 7.
 inline ConfigData varied()
 {
-    using T = SerialEditorData::Type;
     ConfigData c;
-    c.OnMessages[0] = message({{'O', T::Ascii}, {'N', T::Ascii}, {13, T::Control}});
-    c.OffMessages[0] = message({{'O', T::Ascii}, {'F', T::Ascii}, {13, T::Control}});
-    c.OnMessages[1] = message({{2, T::Control}, {0xA5, T::Hexadecimal}, {63, T::Ignore}}, true);
-    c.OnMessages[2] = message({{200, T::Decimal}, {0b1010, T::Binary}});
-    c.OffMessages[2] = message({{0, T::Decimal}});
+    c.OnMessages[0] = message({{'O', Type::Ascii}, {'N', Type::Ascii}, {13, Type::Control}});
+    c.OffMessages[0] = message({{'O', Type::Ascii}, {'F', Type::Ascii}, {13, Type::Control}});
+    c.OnMessages[1] = message({{2, Type::Control}, {0xA5, Type::Hexadecimal}, {63, Type::Ignore}}, true);
+    c.OnMessages[2] = message({{200, Type::Decimal}, {0b1010, Type::Binary}});
+    c.OffMessages[2] = message({{0, Type::Decimal}});
     for (int i = 0; i < SerialEditorData::MaxBytes; ++i)
         c.OnMessages[3].SetByteValue(i, static_cast<std::int16_t>(240 + i));
     c.OnMessages[3].SetNumberOfBytesInMessage(SerialEditorData::MaxBytes);
-    c.OffMessages[5] = message({{'x', T::Ascii}}, true);
-    c.OnMessages[7] = message({{27, T::Control}, {'Z', T::Ascii}});
+    c.OffMessages[5] = message({{'x', Type::Ascii}}, true);
+    c.OnMessages[7] = message({{27, Type::Control}, {'Z', Type::Ascii}});
     for (std::size_t n = 0; n < 8; ++n) {
         c.OnPeriods[n] = static_cast<std::int16_t>(n * 36);
         c.PulseModes[n] = (n % 3) == 1;

@@ -1,8 +1,7 @@
 #pragma once
 
 // The program's serial stack (QSerialPort, waits in the event loop) on the
-// pseudo-terminal of a simulated unit, as the pseudo-terminal tests of
-// this folder drive it.
+// pseudo-terminal of a simulated unit, as the pseudo-terminal tests drive it.
 #include "EventLoopWaiter.h"
 #include "Prompter.h"
 #include "PtyUnit.h"
@@ -13,7 +12,6 @@
 #include <QStringList>
 
 #include <functional>
-#include <memory>
 
 namespace ptytest {
 
@@ -33,67 +31,48 @@ public:
     }
 };
 
-// Passes everything on to the real link and notes, for every write after
-// the unit vanished, whether it still went out.
-class WatchedLink : public SerialLink
+// The real link, noting for every write after the unit vanished whether
+// it still went out.
+class WatchedLink : public QtSerialLink
 {
 public:
-    explicit WatchedLink(SerialLink &link)
-        : m_link(link)
-    {}
+    using QtSerialLink::QtSerialLink;
 
     bool unitGone = false;
     int writesAfterVanishing = 0;
     int writesRefusedAfterVanishing = 0;
 
-    void SetCommPort(int port) override { m_link.SetCommPort(port); }
-    int CommPort() const override { return m_link.CommPort(); }
-    void SetPortOpen(bool open) override { m_link.SetPortOpen(open); }
-    bool PortOpen() const override { return m_link.PortOpen(); }
-    void SetSettings(const QString &settings) override { m_link.SetSettings(settings); }
-    QString Settings() const override { return m_link.Settings(); }
-    void setBreakEnabled(bool on) override { m_link.setBreakEnabled(on); }
-    QByteArray Input() override { return m_link.Input(); }
-    int InBufferCount() override { return m_link.InBufferCount(); }
-    QString portName(int port) const override { return m_link.portName(port); }
-
     void Output(const QByteArray &bytes) override
     {
         try {
-            m_link.Output(bytes);
+            QtSerialLink::Output(bytes);
         } catch (const SerialLinkError &) {
             writesRefusedAfterVanishing += unitGone;
             throw;
         }
         writesAfterVanishing += unitGone;
     }
-
-private:
-    SerialLink &m_link;
 };
 
-// The program's serial stack on the terminal of `unit`.
+inline PortSlots slotsFor(const PtyUnit &unit)
+{
+    return PortSlots(QStringList{unit.slavePath(), QString(), QString(), QString()});
+}
+
+// The program's serial stack on the terminal of `unit`, in port slot 1.
 struct Stack {
-    QtSerialLink link;
+    WatchedLink link;
     EventLoopWaiter waiter;
     HookedPrompter prompter;
     VellTypes types;
-    std::unique_ptr<WatchedLink> watched;
-    std::unique_ptr<VellProtocol> protocol;
+    VellProtocol protocol{link, waiter, prompter, types};
     QStringList progress;
 
     explicit Stack(const PtyUnit &unit)
-        : link(PortSlots(QStringList{unit.slavePath(), QString(), QString(), QString()}))
+        : link(slotsFor(unit))
     {
         waiter.watch(&link, &QtSerialLink::inputArrived);
-        watched = std::make_unique<WatchedLink>(link);
-        protocol = std::make_unique<VellProtocol>(*watched, waiter, prompter, types);
-        protocol->onProgress = [this](const QString &label, int) { progress << label; };
-    }
-
-    void useUnit(const PtyUnit &unit)
-    {
-        link.setPortSlots(PortSlots(QStringList{unit.slavePath(), QString(), QString(), QString()}));
+        protocol.onProgress = [this](const QString &label, int) { progress << label; };
     }
 };
 
