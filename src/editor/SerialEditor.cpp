@@ -97,6 +97,10 @@ protected:
             event->accept();
             return true;
         }
+        // Tab reaches us before QWidget turns it into a focus move.
+        if (m_editor && event->type() == QEvent::KeyPress
+            && m_editor->surfaceTabKey(static_cast<QKeyEvent *>(event)))
+            return true;
         return QWidget::event(event);
     }
     void paintEvent(QPaintEvent *event) override
@@ -595,6 +599,26 @@ bool SerialEditor::surfaceOverridesShortcut(QKeyEvent *event) const
     case Qt::Key_Insert: return true;
     default: return !event->text().isEmpty() && event->text().at(0).isPrint();
     }
+}
+
+bool SerialEditor::surfaceTabKey(QKeyEvent *event)
+{
+    const int key = event->key();
+    if (key != Qt::Key_Tab && key != Qt::Key_Backtab)
+        return false;
+    // Ctrl+Tab and Ctrl+Shift+Tab leave the editor, as they leave Qt's own
+    // editors that keep Tab: nobody is trapped here without a mouse.
+    if (event->modifiers().testFlag(Qt::ControlModifier)) {
+        focusNextPrevChild(key == Qt::Key_Tab && !event->modifiers().testFlag(Qt::ShiftModifier));
+        return true;
+    }
+    // Tab and Shift+Tab are keys of the editor, which takes them and does
+    // nothing, like Page Up and Page Down. A read-only editor has nothing
+    // to type into and lets them move the focus on.
+    if (!m_model->AllowEdit())
+        return false;
+    surfaceKeyPress(event);
+    return true;
 }
 
 void SerialEditor::surfaceKeyPress(QKeyEvent *event)

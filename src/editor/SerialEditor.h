@@ -77,6 +77,7 @@ private:
 
     void paintSurface(QPaintEvent *event);
     void surfaceKeyPress(QKeyEvent *event);
+    bool surfaceTabKey(QKeyEvent *event);
     bool surfaceOverridesShortcut(QKeyEvent *event) const;
     void surfaceMousePress(QMouseEvent *event);
     void surfaceMouseMove(QMouseEvent *event);

@@ -5,8 +5,10 @@
 #include <QClipboard>
 #include <QContextMenuEvent>
 #include <QDir>
+#include <QHBoxLayout>
 #include <QImage>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -238,6 +240,51 @@ private slots:
         QVERIFY(hasColour(s.display->grab().toImage(), QRect(caretX, 0, 2, s.display->height()), Qt::black));
         s.keys(QStringLiteral("{Home}"));
         QCOMPARE(bar->value(), 0);
+    }
+
+    void tabStaysAndCtrlTabLeaves_data()
+    {
+        // clang-format off
+        QTest::addColumn<bool>("allowEdit");
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<QString>("focus"); // the widget that has the focus afterwards
+        const int ctrl = Qt::ControlModifier, shift = Qt::ShiftModifier;
+        QTest::newRow("Tab") << true << int(Qt::Key_Tab) << 0 << "DisplayImage";
+        QTest::newRow("Shift+Tab") << true << int(Qt::Key_Backtab) << shift << "DisplayImage";
+        QTest::newRow("Ctrl+Tab") << true << int(Qt::Key_Tab) << ctrl << "after";
+        QTest::newRow("Ctrl+Shift+Tab") << true << int(Qt::Key_Backtab) << (ctrl | shift) << "before";
+        QTest::newRow("Ctrl+Shift+Tab as Tab") << true << int(Qt::Key_Tab) << (ctrl | shift) << "before";
+        QTest::newRow("read-only, Tab") << false << int(Qt::Key_Tab) << 0 << "after";
+        QTest::newRow("read-only, Ctrl+Shift+Tab") << false << int(Qt::Key_Backtab) << (ctrl | shift) << "before";
+        // clang-format on
+    }
+    void tabStaysAndCtrlTabLeaves()
+    {
+        QFETCH(bool, allowEdit);
+        QFETCH(int, key);
+        QFETCH(int, modifiers);
+        QFETCH(QString, focus);
+        QWidget window;
+        auto *layout = new QHBoxLayout(&window);
+        auto *before = new QLineEdit(&window);
+        before->setObjectName(QStringLiteral("before"));
+        auto *editor = new SerialEditor(&window);
+        auto *after = new QLineEdit(&window);
+        after->setObjectName(QStringLiteral("after"));
+        for (QWidget *w :
+             {static_cast<QWidget *>(before), static_cast<QWidget *>(editor), static_cast<QWidget *>(after)})
+            layout->addWidget(w);
+        editor->UseThisMessage(msg(QStringLiteral("65a")), allowEdit);
+        window.show();
+        QApplication::setActiveWindow(&window);
+        editor->setFocus();
+        QSignalSpy changed(editor, &SerialEditor::Changed);
+
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key(key), Qt::KeyboardModifiers(modifiers));
+        QCOMPARE(QApplication::focusWidget()->objectName(), focus);
+        QCOMPARE(text(editor->model().Message()), QStringLiteral("A"));
+        QCOMPARE(changed.count(), 0);
     }
 
     void keysReachTheModelOnceAndTheLayoutFits()
