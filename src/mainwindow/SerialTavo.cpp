@@ -8,6 +8,7 @@
 #include "ExportFile.h"
 #include "FileDialog.h"
 #include "FileNames.h"
+#include "HelpWindow.h"
 #include "Logging.h"
 #include "MessageBoxPrompter.h"
 #include "OutputControl.h"
@@ -316,8 +317,16 @@ void SerialTavo::exitProgram()
 
 void SerialTavo::showHelp()
 {
-    tavo::LaunchDocument(*m_shell, *m_prompter,
-                         QCoreApplication::applicationDirPath() + QLatin1Char('/') + HelpFileName);
+    const QString page = QCoreApplication::applicationDirPath() + QLatin1Char('/') + HelpFileName;
+    // No viewer for the page, or no browser at all, is the one failure the
+    // launch shows no message for; the page opens in our own window then.
+    if (tavo::LaunchDocument(*m_shell, *m_prompter, page) != Shell::NoAssociation)
+        return;
+    if (!m_helpWindow)
+        m_helpWindow = new HelpWindow(this);
+    m_helpWindow->show();
+    m_helpWindow->raise();
+    m_helpWindow->activateWindow();
 }
 
 void SerialTavo::showAbout()

@@ -3,6 +3,7 @@
 #include "ConfigData.h"
 
 #include <QMainWindow>
+#include <QPointer>
 
 #include <array>
 #include <memory>
@@ -10,6 +11,7 @@
 
 class CheckStatus;
 class CommonDialog;
+class HelpWindow;
 class OutputControl;
 class Prompter;
 class QGridLayout;
@@ -124,4 +126,5 @@ private:
     QLabel *m_fileNamePanel;
     QLabel *m_settingsPanel;
     CheckStatus *m_check = nullptr;
+    QPointer<HelpWindow> m_helpWindow; // one at a time; it deletes itself when closed
 };

@@ -15,8 +15,10 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextBrowser>
 #include <QTimer>
 #include <QToolButton>
 
@@ -475,6 +477,56 @@ private slots:
                                                         + QStringLiteral("/Serial Tavo Editor.html")}
                                           : QStringList());
         QCOMPARE(w.config().PulseModes[6], edited && keys != QKeySequence(Qt::CTRL | Qt::Key_N));
+    }
+
+    void helpOpensInOurOwnWindowWhereTheDesktopCannot_data()
+    {
+        // clang-format off
+        QTest::addColumn<int>("code"); // the shell's answer
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<bool>("ownWindow");
+        QTest::newRow("opened") << int(Shell::Launched) << QString() << false;
+        QTest::newRow("no viewer or no browser") << int(Shell::NoAssociation) << QString() << true;
+        QTest::newRow("no page") << int(Shell::FileNotFound) << QStringLiteral("File not found!") << false;
+        QTest::newRow("association broken") << 27 << QStringLiteral("Incomplete or invalid file association!") << false;
+        // clang-format on
+    }
+    void helpOpensInOurOwnWindowWhereTheDesktopCannot()
+    {
+        QFETCH(int, code);
+        QFETCH(QString, message);
+        QFETCH(bool, ownWindow);
+        Window w;
+        w.shell.code = code;
+        w.click("HELP");
+        QCOMPARE(w.prompter.shown().isEmpty() ? QString() : w.prompter.shown().constFirst().text, message);
+        auto *help = w.window.findChild<QWidget *>(QStringLiteral("HelpWindow"));
+        QCOMPARE(help != nullptr, ownWindow);
+        if (!ownWindow)
+            return;
+        QVERIFY(help->isVisible() && help->isWindow());
+        QCOMPARE(help->windowTitle(), QStringLiteral("Serial Tavo Editor help"));
+
+        // The contents' link to the key table, clicked; Back and Forward.
+        auto *browser = help->findChild<QTextBrowser *>(QStringLiteral("HelpBrowser"));
+        QTextCursor link = browser->document()->find(QStringLiteral("Keys in the code editor"));
+        link.setPosition(link.selectionStart() + 2);
+        QTest::mouseClick(browser->viewport(), Qt::LeftButton, {}, browser->cursorRect(link).center());
+        QCOMPARE(browser->source().fragment(), QStringLiteral("keys"));
+        QVERIFY(browser->verticalScrollBar()->value() > 0);
+        QTest::mouseClick(help->findChild<QToolButton *>(QStringLiteral("HelpBack")), Qt::LeftButton);
+        QCOMPARE(browser->source().fragment(), QString());
+        auto *forward = help->findChild<QToolButton *>(QStringLiteral("HelpForward"));
+        QVERIFY(forward->isEnabled());
+        QTest::mouseClick(forward, Qt::LeftButton);
+        QCOMPARE(browser->source().fragment(), QStringLiteral("keys"));
+
+        // TAVO_SCREENSHOT_DIR=dir keeps the window.
+        const QString shots = qEnvironmentVariable("TAVO_SCREENSHOT_DIR");
+        if (!shots.isEmpty())
+            QVERIFY(QDir().mkpath(shots) && help->grab().save(shots + QStringLiteral("/help-window.png")));
+        w.click("HELP"); // the same window again
+        QCOMPARE(w.window.findChildren<QWidget *>(QStringLiteral("HelpWindow")).size(), 1);
     }
 
     void minimiseAndAbout()
