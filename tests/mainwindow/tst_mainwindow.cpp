@@ -138,6 +138,19 @@ private slots:
             QVERIFY(QDir().mkpath(shots)
                     && named.window.grab().save(shots + QStringLiteral("/main-window.png")));
         }
+
+        // A wider window widens the codes of both columns alike.
+        const auto code = [&](int n) {
+            return named.window.OutputControl1(n)->findChild<SerialEditor *>(
+                QStringLiteral("SerialEditorOff"));
+        };
+        named.window.resize(named.window.minimumSize());
+        const int narrow = code(0)->width();
+        named.window.resize(named.window.minimumSize() + QSize(400, 0));
+        for (int n = 0; n < 8; ++n)
+            QCOMPARE(code(n)->width(), narrow + 200);
+        if (!shots.isEmpty())
+            QVERIFY(named.window.grab().save(shots + QStringLiteral("/main-window-wide.png")));
     }
 
     void editSaveAndOpenAgain()
