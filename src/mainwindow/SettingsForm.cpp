@@ -25,8 +25,12 @@ QListWidget *newList(const QString &name, const QStringList &items, QWidget *par
     list->setObjectName(name);
     list->addItems(items);
     list->setSelectionMode(QAbstractItemView::SingleSelection);
-    // Tall enough for every entry: no scrolling through seven rates.
-    list->setMinimumHeight(list->sizeHintForRow(0) * int(items.size()) + 2 * list->frameWidth() + 2);
+    // As big as its entries: every one shows, with nothing to scroll and
+    // no empty rows below.
+    list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    list->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    const int frame = 2 * list->frameWidth();
+    list->setFixedSize(list->sizeHintForColumn(0) + frame, list->sizeHintForRow(0) * list->count() + frame);
     return list;
 }
 

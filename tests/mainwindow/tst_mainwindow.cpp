@@ -265,7 +265,17 @@ private slots:
         QFETCH(QString, shown);
         Window w;
         w.window.runCommand(QStringLiteral("NEW"));
+        QList<bool> listsFit;
         onNextModal([&](QWidget *dialog) {
+            // The lists are as big as their entries: all of them show, and
+            // no empty row or wide margin.
+            for (const auto *list : dialog->findChildren<QListWidget *>()) {
+                const QSize inside = list->viewport()->size();
+                const QSize entry(list->sizeHintForColumn(0), list->sizeHintForRow(0));
+                listsFit << (inside.height() >= list->count() * entry.height()
+                             && inside.height() < (list->count() + 1) * entry.height()
+                             && inside.width() >= entry.width() && inside.width() < 2 * entry.width());
+            }
             dialog->findChild<QListWidget *>(QStringLiteral("BaudrateList"))->setCurrentRow(baud);
             dialog->findChild<QListWidget *>(QStringLiteral("ParityList"))->setCurrentRow(parity);
             QTest::mouseClick(
@@ -274,6 +284,7 @@ private slots:
         });
         QTest::mouseClick(w.window.findChild<QLabel *>(QStringLiteral("SETTINGS")), Qt::LeftButton);
 
+        QCOMPARE(listsFit, QList<bool>({true, true}));
         const QString text = shown + QStringLiteral(" parity, 8 Bit data, 1 Stop bit");
         const bool modified = done && (baud || parity);
         QCOMPARE(w.panel("SETTINGS"), QStringLiteral("Tavo settings = ") + text);
