@@ -1,5 +1,8 @@
 #include "SerialEditor.h"
 
+#include "SerialEditorAccessible.h"
+
+#include <QAccessible>
 #include <QActionGroup>
 #include <QClipboard>
 #include <QContextMenuEvent>
@@ -19,7 +22,6 @@
 
 namespace {
 
-constexpr int ScrollStep = 8; // pixels per step of the offset bar
 constexpr int CaretWidth = 2;
 constexpr int WidgetWidth = 290; // what the output panels give us
 constexpr int WidgetHeight = 25;
@@ -155,6 +157,7 @@ SerialEditor::SerialEditor(QWidget *parent)
     , m_flashTimer(new QTimer(this))
     , m_hiddenMenu(new QMenu(QStringLiteral("Hidden"), this))
 {
+    SerialEditorAccessible::installFactory();
     setFocusProxy(m_display);
 
     m_offsetBar->setObjectName(QStringLiteral("OffsetBar"));
@@ -419,7 +422,7 @@ void SerialEditor::relayout()
     int x = 0;
     for (int i = 0; i < shown; ++i) {
         m_cellLeft[i] = x;
-        x += fm.horizontalAdvance(drawable(m_model->cellText(i)));
+        x += fm.horizontalAdvance(drawnCell(i));
     }
     m_cellLeft[shown] = x;
 
@@ -450,6 +453,31 @@ void SerialEditor::relayout()
         m_byteCounts->setText(position);
 
     m_display->update();
+    tellAccessibility();
+}
+
+void SerialEditor::tellAccessibility()
+{
+    // A screen reader hears of the new text and of the cursor's move; with
+    // none listening nothing is done.
+    if (!QAccessible::isActive())
+        return;
+    QAccessibleInterface *shown = QAccessible::queryAccessibleInterface(m_display);
+    QAccessibleTextInterface *text = shown ? shown->textInterface() : nullptr;
+    if (!text)
+        return;
+    const QString now = shown->text(QAccessible::Value);
+    if (now != m_toldText) {
+        QAccessibleTextUpdateEvent changed(m_display, 0, m_toldText, now);
+        QAccessible::updateAccessibility(&changed);
+        m_toldText = now;
+    }
+    const int cursor = text->cursorPosition();
+    if (cursor != m_toldCursor) {
+        QAccessibleTextCursorEvent moved(m_display, cursor);
+        QAccessible::updateAccessibility(&moved);
+        m_toldCursor = cursor;
+    }
 }
 
 void SerialEditor::keepCursorVisible()
@@ -468,22 +496,30 @@ void SerialEditor::keepCursorVisible()
         m_offsetBar->setValue((TextMargin + x + CaretWidth - inner + ScrollStep - 1) / ScrollStep);
 }
 
+QString SerialEditor::drawnCell(int index) const
+{
+    return drawable(m_model->cellText(index));
+}
+
+int SerialEditor::caretInCell(int index) const
+{
+    const QString cell = drawnCell(index);
+    if (m_model->EntryState() != 0) {
+        // While a value is typed the cursor follows its digits.
+        return int(cell.size() - ByteDisplay::notationOf(m_model->displayType(index)).suffix.size());
+    }
+    // Before the byte's own text, after the separator it shares with the
+    // byte to its left.
+    return cell.startsWith(QLatin1Char(',')) ? 1 : 0;
+}
+
 int SerialEditor::caretPosition(int index) const
 {
     const int shown = m_model->shownByteCount();
     if (index >= shown)
         return m_cellLeft[shown];
     const QFontMetrics fm(m_display->font());
-    const QString cell = drawable(m_model->cellText(index));
-    if (m_model->EntryState() != 0) {
-        // While a value is typed the cursor follows its digits.
-        const qsizetype suffix = ByteDisplay::notationOf(m_model->displayType(index)).suffix.size();
-        return m_cellLeft[index] + fm.horizontalAdvance(cell.left(cell.size() - suffix));
-    }
-    // Before the byte's own text, after the separator it shares with the
-    // byte to its left.
-    return m_cellLeft[index]
-           + (cell.startsWith(QLatin1Char(',')) ? fm.horizontalAdvance(QLatin1Char(',')) : 0);
+    return m_cellLeft[index] + fm.horizontalAdvance(drawnCell(index).left(caretInCell(index)));
 }
 
 int SerialEditor::nearestBoundary(int x) const
@@ -531,7 +567,7 @@ void SerialEditor::paintSurface(QPaintEvent *)
         } else {
             p.setPen(colour);
         }
-        p.drawText(x - offset, baseline, drawable(m_model->cellText(i)));
+        p.drawText(x - offset, baseline, drawnCell(i));
     }
 
     if (m_caretOn && m_display->hasFocus()) {

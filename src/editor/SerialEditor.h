@@ -60,6 +60,9 @@ protected:
 
 private:
     friend class SerialEditorSurface;
+    friend class SerialEditorAccessible;
+
+    static constexpr int ScrollStep = 8; // pixels per step of the offset bar
 
     void buildMenu();
     void buildTypeMenu();
@@ -71,9 +74,14 @@ private:
     void relayout();
     void keepCursorVisible();
     int scrollOffset() const;
+    // A cell as painted, and how many of its characters stand before the
+    // cursor when the cursor is before that byte.
+    QString drawnCell(int index) const;
+    int caretInCell(int index) const;
     int caretPosition(int index) const;
     int nearestBoundary(int x) const;
     void restartFlash();
+    void tellAccessibility();
 
     void paintSurface(QPaintEvent *event);
     void surfaceKeyPress(QKeyEvent *event);
@@ -114,4 +122,7 @@ private:
     // last one; a cell's width is the text width of its string.
     std::array<int, SerialEditorData::SlotCount + 1> m_cellLeft{};
     bool m_caretOn = true;
+    // What assistive technology was last told.
+    QString m_toldText;
+    int m_toldCursor = -1;
 };

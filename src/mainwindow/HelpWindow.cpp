@@ -24,7 +24,6 @@ QToolButton *newStepButton(const QString &name, const QString &caption, QStyle::
     button->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     button->setToolTip(caption + QStringLiteral(" (") + keys.toString(QKeySequence::NativeText)
                        + QLatin1Char(')'));
-    button->setAccessibleName(caption);
     button->setShortcut(keys);
     button->setEnabled(false);
     return button;

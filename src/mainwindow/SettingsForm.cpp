@@ -19,10 +19,12 @@ void selectRow(QListWidget *list, int row)
     list->setCurrentRow(row);
 }
 
-QListWidget *newList(const QString &name, const QStringList &items, QWidget *parent)
+// A list in its frame, named after the frame's caption for screen readers.
+QListWidget *newList(const QString &name, const QStringList &items, QGroupBox *parent)
 {
     auto *list = new QListWidget(parent);
     list->setObjectName(name);
+    list->setAccessibleName(parent->title());
     list->addItems(items);
     list->setSelectionMode(QAbstractItemView::SingleSelection);
     // As big as its entries: every one shows, with nothing to scroll and

@@ -116,7 +116,13 @@ void OutputControl::SetIndex(int index)
 
     m_loadingFlag = true;
     m_outputNumber = index;
-    m_mainFrame->setTitle(QStringLiteral("Output %1").arg(index + 1));
+    const QString title = QStringLiteral("Output %1").arg(index + 1);
+    m_mainFrame->setTitle(title);
+    // What a screen reader says for the panel and its codes, which the
+    // eye takes from the frame's title and the labels above them.
+    setAccessibleName(title);
+    m_serialEditorOn->setAccessibleName(m_labelSerialOn->text() + QStringLiteral(", ") + title);
+    m_serialEditorOff->setAccessibleName(m_labelSerialOff->text() + QStringLiteral(", ") + title);
     m_period->set_values(m_config.OnPeriods[i], byteEditor::Decimal,
                          QStringLiteral("On period in seconds, 0 = 0.1 seconds "));
     m_serialEditorOn->SetToolTipText(QStringLiteral("Serial code to turn output On"));

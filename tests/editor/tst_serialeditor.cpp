@@ -1,10 +1,12 @@
 #include "EditorTestUtil.h"
 #include "SerialEditor.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QClipboard>
 #include <QContextMenuEvent>
 #include <QDir>
+#include <QGroupBox>
 #include <QHBoxLayout>
 #include <QImage>
 #include <QLabel>
@@ -285,6 +287,71 @@ private slots:
         QCOMPARE(QApplication::focusWidget()->objectName(), focus);
         QCOMPARE(text(editor->model().Message()), QStringLiteral("A"));
         QCOMPARE(changed.count(), 0);
+    }
+
+    void screenReadersReadTheCodeAsDrawn_data()
+    {
+        // clang-format off
+        QTest::addColumn<bool>("allowEdit");
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("cursor"); // in characters of the text
+        QTest::addColumn<QString>("selected");
+        QTest::newRow("loaded") << true << "" << "Hi,CR" << 0 << "";
+        QTest::newRow("after a separator") << true << "{Right}{Right}" << "Hi,CR" << 3 << "";
+        QTest::newRow("at the end") << true << "{End}" << "Hi,CR" << 5 << "";
+        QTest::newRow("selection") << true << "{S-Right}{S-Right}" << "Hi,CR" << 3 << "Hi";
+        QTest::newRow("a value typed") << true << "{End}{C-D}12" << "Hi,CR,12d" << 8 << "";
+        QTest::newRow("read-only") << false << "{End}x" << "Hi,CR" << 5 << "";
+        // clang-format on
+    }
+    void screenReadersReadTheCodeAsDrawn()
+    {
+        QFETCH(bool, allowEdit);
+        QFETCH(QString, keys);
+        QFETCH(QString, text);
+        QFETCH(int, cursor);
+        QFETCH(QString, selected);
+        Shown s(msg(QStringLiteral("72a 105a 13c")), allowEdit);
+        s.keys(keys);
+        QAccessibleInterface *shown = QAccessible::queryAccessibleInterface(s.display);
+        QCOMPARE(shown->role(), QAccessible::EditableText);
+        QCOMPARE(shown->state().readOnly, !allowEdit);
+        QCOMPARE(shown->text(QAccessible::Value), text);
+        QAccessibleTextInterface *t = shown->textInterface();
+        QCOMPARE(t->text(0, t->characterCount()), text);
+        QCOMPARE(t->cursorPosition(), cursor);
+        int start = 0, end = 0;
+        t->selection(0, &start, &end);
+        QCOMPARE(t->text(start, end), selected);
+        QCOMPARE(t->selectionCount(), selected.isEmpty() ? 0 : 1);
+        // Where the reader points is where the characters are drawn.
+        QCOMPARE(t->offsetAtPoint(t->characterRect(1).center()), 1);
+        t->setCursorPosition(int(text.size()));
+        QCOMPARE(s.editor.model().cursor(), s.editor.model().shownByteCount());
+    }
+
+    void screenReadersNameTheEditor_data()
+    {
+        // clang-format off
+        QTest::addColumn<QString>("given");
+        QTest::addColumn<QString>("frame");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("its own name") << "Serial code for ON, Output 1" << "Serial message" << "Serial code for ON, Output 1";
+        QTest::newRow("its frame's title") << "" << "Serial message" << "Serial message";
+        QTest::newRow("its tooltip") << "" << "" << "Serial code to turn output On";
+        // clang-format on
+    }
+    void screenReadersNameTheEditor()
+    {
+        QFETCH(QString, given);
+        QFETCH(QString, frame);
+        QFETCH(QString, name);
+        QGroupBox box(frame);
+        auto *editor = new SerialEditor(&box);
+        editor->setAccessibleName(given);
+        editor->SetToolTipText(QStringLiteral("Serial code to turn output On"));
+        QCOMPARE(QAccessible::queryAccessibleInterface(editor->focusProxy())->text(QAccessible::Name), name);
     }
 
     void keysReachTheModelOnceAndTheLayoutFits()

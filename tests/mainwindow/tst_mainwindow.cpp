@@ -8,6 +8,7 @@
 #include "support/ConfigSamples.h"
 #include "support/ScriptedCommonDialog.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QDir>
 #include <QLabel>
@@ -551,6 +552,62 @@ private slots:
             QVERIFY(QDir().mkpath(shots) && help->grab().save(shots + QStringLiteral("/help-window.png")));
         w.click("HELP"); // the same window again
         QCOMPARE(w.window.findChildren<QWidget *>(QStringLiteral("HelpWindow")).size(), 1);
+    }
+
+    void screenReadersNameEveryControl_data()
+    {
+        // clang-format off
+        QTest::addColumn<QString>("command"); // the dialog it opens; none: the window itself
+        QTest::newRow("main window") << QString();
+        QTest::newRow("settings") << QStringLiteral("SETTINGS");
+        QTest::newRow("about") << QStringLiteral("ABOUT");
+        QTest::newRow("help") << QStringLiteral("HELP");
+        // clang-format on
+    }
+    void screenReadersNameEveryControl()
+    {
+        QFETCH(QString, command);
+        Window w({QString::fromLocal8Bit(qgetenv("TAVO_SOURCE_DIR")) + QStringLiteral("/examples/demo.OTS")});
+        w.shell.code = Shell::NoAssociation;
+        // The controls a user can reach or press that a screen reader would
+        // announce without a name.
+        QStringList unnamed;
+        const auto walk = [&unnamed](QWidget *top) {
+            std::function<void(QAccessibleInterface *)> visit = [&](QAccessibleInterface *a) {
+                const QAccessible::Role role = a->role();
+                const bool control = a->state().focusable || role == QAccessible::PushButton
+                                     || role == QAccessible::RadioButton || role == QAccessible::CheckBox;
+                if (control && !a->state().invisible && a->text(QAccessible::Name).trimmed().isEmpty())
+                    unnamed << a->object()->objectName();
+                for (int i = 0; i < a->childCount(); ++i)
+                    visit(a->child(i));
+            };
+            visit(QAccessible::queryAccessibleInterface(top));
+        };
+        if (command.isEmpty()) {
+            walk(&w.window);
+        } else if (command == QLatin1String("HELP")) { // a window of its own
+            w.window.runCommand(command);
+            walk(w.window.findChild<QWidget *>(QStringLiteral("HelpWindow")));
+        } else {
+            onNextModal([&](QWidget *dialog) {
+                walk(dialog);
+                dialog->close();
+            });
+            w.window.runCommand(command);
+        }
+        QCOMPARE(unnamed, QStringList());
+
+        // What is read out for the first output, as the eye sees it.
+        QWidget *output = w.window.OutputControl1(0);
+        QWidget *on = output->findChild<SerialEditor *>(QStringLiteral("SerialEditorOn"))->focusProxy();
+        QCOMPARE(QAccessible::queryAccessibleInterface(output)->text(QAccessible::Name),
+                 QStringLiteral("Output 1"));
+        QAccessibleInterface *code = QAccessible::queryAccessibleInterface(on);
+        QCOMPARE(code->text(QAccessible::Name), QStringLiteral("Serial code for ON, Output 1"));
+        QCOMPARE(code->text(QAccessible::Value), QStringLiteral("LIGHTS ON,CR"));
+        QCOMPARE(QAccessible::queryAccessibleInterface(w.button("NEW"))->text(QAccessible::Name),
+                 QStringLiteral("Start new configuration"));
     }
 
     void minimiseAndAbout()
