@@ -155,7 +155,6 @@ SerialEditor::SerialEditor(QWidget *parent)
     , m_byteMode(new QLabel(this))
     , m_byteCounts(new QLabel(this))
     , m_flashTimer(new QTimer(this))
-    , m_hiddenMenu(new QMenu(QStringLiteral("Hidden"), this))
 {
     SerialEditorAccessible::installFactory();
     setFocusProxy(m_display);
@@ -179,8 +178,6 @@ SerialEditor::SerialEditor(QWidget *parent)
         m_caretOn = !m_caretOn;
         m_display->update();
     });
-
-    buildMenu();
 
     connect(m_model, &EditorModel::Changed, this, &SerialEditor::Changed);
     connect(m_model, &EditorModel::Cancelled, this, &SerialEditor::Cancelled);
@@ -251,6 +248,18 @@ QSize SerialEditor::minimumSizeHint() const
 }
 
 // --- menu -------------------------------------------------------------------
+
+QMenu *SerialEditor::contextMenu()
+{
+    // Built on first use: a window holds sixteen editors, and most of their
+    // menus are never opened.
+    if (!m_hiddenMenu) {
+        m_hiddenMenu = new QMenu(QStringLiteral("Hidden"), this);
+        buildMenu();
+        updateMenuState();
+    }
+    return m_hiddenMenu;
+}
 
 void SerialEditor::buildMenu()
 {
@@ -336,6 +345,8 @@ void SerialEditor::buildDisplayItems()
 
 void SerialEditor::updateMenuState()
 {
+    if (!m_hiddenMenu)
+        return; // it takes the state when it is built
     const EditorModel &m = *m_model;
     const bool edit = m.AllowEdit();
     const auto range = m.selectionRange();
@@ -377,8 +388,10 @@ void SerialEditor::layoutChildren()
     // Two small labels stacked at the right, as narrow as "15/15" allows.
     QFont labelFont = m_display->font();
     labelFont.setPixelSize(std::clamp(h / 2 - 2, 8, 12));
-    m_byteMode->setFont(labelFont);
-    m_byteCounts->setFont(labelFont);
+    if (labelFont != m_byteMode->font()) {
+        m_byteMode->setFont(labelFont);
+        m_byteCounts->setFont(labelFont);
+    }
     const QFontMetrics lfm(labelFont);
     const int labelWidth = lfm.horizontalAdvance(labelSample()) + 6;
     m_byteMode->setGeometry(w - labelWidth, 0, labelWidth, h / 2);
@@ -417,6 +430,15 @@ int SerialEditor::scrollOffset() const
 
 void SerialEditor::relayout()
 {
+    updateLabels();
+    // The cells are measured for the drawing. An editor out of sight does
+    // that when it is shown, so that a window filling its editors before
+    // it shows them measures each once.
+    if (!isVisible()) {
+        m_cellsStale = true;
+        return;
+    }
+    m_cellsStale = false;
     const QFontMetrics fm(m_display->font());
     const int shown = m_model->shownByteCount();
     int x = 0;
@@ -439,21 +461,33 @@ void SerialEditor::relayout()
         m_offsetBar->setEnabled(true);
     }
     keepCursorVisible();
+    m_display->update();
+    tellAccessibility();
+}
 
+void SerialEditor::updateLabels()
+{
     const QString mode = m_model->modeLabel();
     if (!mode.isEmpty() && mode != m_byteMode->text())
         m_byteMode->setText(mode);
     const SerialEditorData::Type entryMode =
         m_model->ForcedDisplayMode().value_or(m_model->Message().CurrentMode());
-    QPalette modePalette = m_byteMode->palette();
-    modePalette.setColor(QPalette::WindowText, toColor(ByteDisplay::notationOf(entryMode).colour));
-    m_byteMode->setPalette(modePalette);
+    const QColor modeColour = toColor(ByteDisplay::notationOf(entryMode).colour);
+    if (m_byteMode->palette().color(QPalette::WindowText) != modeColour) {
+        QPalette modePalette = m_byteMode->palette();
+        modePalette.setColor(QPalette::WindowText, modeColour);
+        m_byteMode->setPalette(modePalette);
+    }
     const QString position = m_model->positionLabel();
     if (position != m_byteCounts->text())
         m_byteCounts->setText(position);
+}
 
-    m_display->update();
-    tellAccessibility();
+void SerialEditor::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    if (m_cellsStale)
+        relayout();
 }
 
 void SerialEditor::tellAccessibility()
@@ -719,8 +753,9 @@ void SerialEditor::surfaceMouseMove(QMouseEvent *event)
 
 void SerialEditor::surfaceContextMenu(QContextMenuEvent *event)
 {
+    QMenu *menu = contextMenu();
     updateMenuState();
-    m_hiddenMenu->popup(event->globalPos());
+    menu->popup(event->globalPos());
 }
 
 // --- clipboard ----------------------------------------------------------------

@@ -46,6 +46,8 @@ public:
     void Display();                   // redraw
     EditorModel &model();
     const EditorModel &model() const;
+    // The right-click menu, HiddenMenu, built on first use.
+    QMenu *contextMenu();
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -57,6 +59,7 @@ signals:
 protected:
     void resizeEvent(QResizeEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
 private:
     friend class SerialEditorSurface;
@@ -72,6 +75,7 @@ private:
     void updateMenuState();
     void layoutChildren();
     void relayout();
+    void updateLabels();
     void keepCursorVisible();
     int scrollOffset() const;
     // A cell as painted, and how many of its characters stand before the
@@ -102,7 +106,7 @@ private:
     QLabel *m_byteMode;
     QLabel *m_byteCounts;
     QTimer *m_flashTimer;
-    QMenu *m_hiddenMenu;
+    QMenu *m_hiddenMenu = nullptr;
     QMenu *m_modeMenu = nullptr;
     QMenu *m_controlMenu = nullptr;
     std::array<QAction *, 5> m_charType{};
@@ -122,6 +126,7 @@ private:
     // last one; a cell's width is the text width of its string.
     std::array<int, SerialEditorData::SlotCount + 1> m_cellLeft{};
     bool m_caretOn = true;
+    bool m_cellsStale = false; // m_cellLeft is waiting for the editor to be shown
     // What assistive technology was last told.
     QString m_toldText;
     int m_toldCursor = -1;

@@ -34,8 +34,8 @@ struct Shown {
         display->setFocus();
         QApplication::processEvents();
     }
-    QAction *action(const QString &name) const { return editor.findChild<QAction *>(name); }
-    QMenu *menu() const { return editor.findChild<QMenu *>(QStringLiteral("HiddenMenu")); }
+    QAction *action(const QString &name) { return menu()->findChild<QAction *>(name); }
+    QMenu *menu() { return editor.contextMenu(); }
     QString label(const char *name) const { return editor.findChild<QLabel *>(QLatin1String(name))->text(); }
     QString shown() const { return text(editor.model().Message()); }
     void keys(const QString &script)
