@@ -27,6 +27,7 @@
 #include <QLabel>
 #include <QMouseEvent>
 #include <QStatusBar>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -215,8 +216,10 @@ void SerialTavo::start(const QStringList &arguments)
     for (int n = 0; n < ConfigData::OutputCount; ++n)
         m_outputs[static_cast<std::size_t>(n)]->SetIndex(n);
     fillToolbar();
-    if (m_units)
-        m_units->checkDeviceTypes();
+    // The device-type table is brought up to date once the window has been
+    // painted: nothing of it shows, and reading it would keep the window
+    // waiting. The unit dialogs, its only users, make sure of it first.
+    m_deviceTypesDue = m_units != nullptr;
     const QString fileName = tavo::configFileFromArguments(arguments);
     if (!fileName.isEmpty())
         OpenConfig(fileName);
@@ -291,9 +294,18 @@ void SerialTavo::showSettings()
     UpdateSettingsDisplay();
 }
 
+void SerialTavo::checkDeviceTypes()
+{
+    if (!m_deviceTypesDue)
+        return;
+    m_deviceTypesDue = false;
+    m_units->checkDeviceTypes();
+}
+
 void SerialTavo::testUnit()
 {
     collateAll();
+    checkDeviceTypes();
     if (m_units)
         m_units->showTestDialog(m_config, this);
 }
@@ -303,6 +315,7 @@ void SerialTavo::downloadToUnit()
     if (!m_check->approve(QStringLiteral("Download")))
         return;
     buildImage();
+    checkDeviceTypes();
     if (m_units)
         m_units->showProgrammingDialog(m_config, this);
 }
@@ -508,6 +521,16 @@ void SerialTavo::closeEvent(QCloseEvent *event)
     } else {
         event->ignore();
     }
+}
+
+bool SerialTavo::event(QEvent *event)
+{
+    if (event->type() == QEvent::Paint && m_deviceTypesDue && !m_deviceTypesQueued) {
+        // After this paint pass, when the window is on screen.
+        m_deviceTypesQueued = true;
+        QTimer::singleShot(0, this, &SerialTavo::checkDeviceTypes);
+    }
+    return QMainWindow::event(event);
 }
 
 bool SerialTavo::eventFilter(QObject *watched, QEvent *event)

@@ -72,6 +72,7 @@ public:
     RightHandToolbar *RightHandToolbar1() const { return m_toolbar; }
 
 protected:
+    bool event(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
@@ -93,6 +94,7 @@ private:
     void fillToolbar();
     void addShortcuts();
     void collateAll();
+    void checkDeviceTypes();
     void buildImage();
     void outputClicked();
 
@@ -112,6 +114,8 @@ private:
     ConfigData m_config;
     QString m_currentFileName;
     bool m_exitApproved = false;
+    bool m_deviceTypesDue = false;    // start() has run, the table is not checked yet
+    bool m_deviceTypesQueued = false; // the check follows the first paint
 
     std::unique_ptr<Prompter> m_ownPrompter;
     std::unique_ptr<CommonDialog> m_ownDialog;

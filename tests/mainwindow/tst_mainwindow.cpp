@@ -111,6 +111,10 @@ private slots:
         QCOMPARE(w.panel("FILENAME"), QString());
         QCOMPARE(w.panel("SETTINGS"),
                  QStringLiteral("Tavo settings = 9600, baud, No parity, 8 Bit data, 1 Stop bit"));
+        // The device types are checked once the window is on screen.
+        QCOMPARE(w.units.checks, 0);
+        QApplication::processEvents(); // the window is painted
+        QApplication::processEvents(); // and then the check
         QCOMPARE(w.units.checks, 1);
         for (int n = 0; n < 8; ++n) {
             QVERIFY(!w.config().PulseModes[std::size_t(n)]);
@@ -397,6 +401,7 @@ private slots:
             ->ReturnCurrentMessage()
             .SetAllDataTo(go);
         w.click("TEST");
+        QCOMPARE(w.units.checks, 1); // before the first paint: the dialog makes sure
         QCOMPARE(w.units.tested.size(), 1);
         QVERIFY(w.units.tested.first().OnMessages[5].IsTheSameAs(go));
         w.click("DOWNLOAD");
