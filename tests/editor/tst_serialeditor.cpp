@@ -267,16 +267,15 @@ private slots:
         QFETCH(int, key);
         QFETCH(int, modifiers);
         QFETCH(QString, focus);
+        // The editor between two text fields, in the focus order.
         QWidget window;
         auto *layout = new QHBoxLayout(&window);
-        auto *before = new QLineEdit(&window);
-        before->setObjectName(QStringLiteral("before"));
+        layout->addWidget(new QLineEdit(&window));
         auto *editor = new SerialEditor(&window);
-        auto *after = new QLineEdit(&window);
-        after->setObjectName(QStringLiteral("after"));
-        for (QWidget *w :
-             {static_cast<QWidget *>(before), static_cast<QWidget *>(editor), static_cast<QWidget *>(after)})
-            layout->addWidget(w);
+        layout->addWidget(editor);
+        layout->addWidget(new QLineEdit(&window));
+        layout->itemAt(0)->widget()->setObjectName(QStringLiteral("before"));
+        layout->itemAt(2)->widget()->setObjectName(QStringLiteral("after"));
         editor->UseThisMessage(msg(QStringLiteral("65a")), allowEdit);
         window.show();
         QApplication::setActiveWindow(&window);
