@@ -1,5 +1,8 @@
 #include "SerialEditor.h"
 
+#include "SerialEditorAccessible.h"
+
+#include <QAccessible>
 #include <QActionGroup>
 #include <QClipboard>
 #include <QContextMenuEvent>
@@ -19,7 +22,6 @@
 
 namespace {
 
-constexpr int ScrollStep = 8; // pixels per step of the offset bar
 constexpr int CaretWidth = 2;
 constexpr int WidgetWidth = 290; // what the output panels give us
 constexpr int WidgetHeight = 25;
@@ -97,6 +99,10 @@ protected:
             event->accept();
             return true;
         }
+        // Tab reaches us before QWidget turns it into a focus move.
+        if (m_editor && event->type() == QEvent::KeyPress
+            && m_editor->surfaceTabKey(static_cast<QKeyEvent *>(event)))
+            return true;
         return QWidget::event(event);
     }
     void paintEvent(QPaintEvent *event) override
@@ -149,8 +155,8 @@ SerialEditor::SerialEditor(QWidget *parent)
     , m_byteMode(new QLabel(this))
     , m_byteCounts(new QLabel(this))
     , m_flashTimer(new QTimer(this))
-    , m_hiddenMenu(new QMenu(QStringLiteral("Hidden"), this))
 {
+    SerialEditorAccessible::installFactory();
     setFocusProxy(m_display);
 
     m_offsetBar->setObjectName(QStringLiteral("OffsetBar"));
@@ -172,8 +178,6 @@ SerialEditor::SerialEditor(QWidget *parent)
         m_caretOn = !m_caretOn;
         m_display->update();
     });
-
-    buildMenu();
 
     connect(m_model, &EditorModel::Changed, this, &SerialEditor::Changed);
     connect(m_model, &EditorModel::Cancelled, this, &SerialEditor::Cancelled);
@@ -244,6 +248,18 @@ QSize SerialEditor::minimumSizeHint() const
 }
 
 // --- menu -------------------------------------------------------------------
+
+QMenu *SerialEditor::contextMenu()
+{
+    // Built on first use: a window holds sixteen editors, and most of their
+    // menus are never opened.
+    if (!m_hiddenMenu) {
+        m_hiddenMenu = new QMenu(QStringLiteral("Hidden"), this);
+        buildMenu();
+        updateMenuState();
+    }
+    return m_hiddenMenu;
+}
 
 void SerialEditor::buildMenu()
 {
@@ -329,6 +345,8 @@ void SerialEditor::buildDisplayItems()
 
 void SerialEditor::updateMenuState()
 {
+    if (!m_hiddenMenu)
+        return; // it takes the state when it is built
     const EditorModel &m = *m_model;
     const bool edit = m.AllowEdit();
     const auto range = m.selectionRange();
@@ -370,8 +388,10 @@ void SerialEditor::layoutChildren()
     // Two small labels stacked at the right, as narrow as "15/15" allows.
     QFont labelFont = m_display->font();
     labelFont.setPixelSize(std::clamp(h / 2 - 2, 8, 12));
-    m_byteMode->setFont(labelFont);
-    m_byteCounts->setFont(labelFont);
+    if (labelFont != m_byteMode->font()) {
+        m_byteMode->setFont(labelFont);
+        m_byteCounts->setFont(labelFont);
+    }
     const QFontMetrics lfm(labelFont);
     const int labelWidth = lfm.horizontalAdvance(labelSample()) + 6;
     m_byteMode->setGeometry(w - labelWidth, 0, labelWidth, h / 2);
@@ -410,12 +430,21 @@ int SerialEditor::scrollOffset() const
 
 void SerialEditor::relayout()
 {
+    updateLabels();
+    // The cells are measured for the drawing. An editor out of sight does
+    // that when it is shown, so that a window filling its editors before
+    // it shows them measures each once.
+    if (!isVisible()) {
+        m_cellsStale = true;
+        return;
+    }
+    m_cellsStale = false;
     const QFontMetrics fm(m_display->font());
     const int shown = m_model->shownByteCount();
     int x = 0;
     for (int i = 0; i < shown; ++i) {
         m_cellLeft[i] = x;
-        x += fm.horizontalAdvance(drawable(m_model->cellText(i)));
+        x += fm.horizontalAdvance(drawnCell(i));
     }
     m_cellLeft[shown] = x;
 
@@ -432,20 +461,57 @@ void SerialEditor::relayout()
         m_offsetBar->setEnabled(true);
     }
     keepCursorVisible();
+    m_display->update();
+    tellAccessibility();
+}
 
+void SerialEditor::updateLabels()
+{
     const QString mode = m_model->modeLabel();
     if (!mode.isEmpty() && mode != m_byteMode->text())
         m_byteMode->setText(mode);
     const SerialEditorData::Type entryMode =
         m_model->ForcedDisplayMode().value_or(m_model->Message().CurrentMode());
-    QPalette modePalette = m_byteMode->palette();
-    modePalette.setColor(QPalette::WindowText, toColor(ByteDisplay::notationOf(entryMode).colour));
-    m_byteMode->setPalette(modePalette);
+    const QColor modeColour = toColor(ByteDisplay::notationOf(entryMode).colour);
+    if (m_byteMode->palette().color(QPalette::WindowText) != modeColour) {
+        QPalette modePalette = m_byteMode->palette();
+        modePalette.setColor(QPalette::WindowText, modeColour);
+        m_byteMode->setPalette(modePalette);
+    }
     const QString position = m_model->positionLabel();
     if (position != m_byteCounts->text())
         m_byteCounts->setText(position);
+}
 
-    m_display->update();
+void SerialEditor::showEvent(QShowEvent *event)
+{
+    QWidget::showEvent(event);
+    if (m_cellsStale)
+        relayout();
+}
+
+void SerialEditor::tellAccessibility()
+{
+    // A screen reader hears of the new text and of the cursor's move; with
+    // none listening nothing is done.
+    if (!QAccessible::isActive())
+        return;
+    QAccessibleInterface *shown = QAccessible::queryAccessibleInterface(m_display);
+    QAccessibleTextInterface *text = shown ? shown->textInterface() : nullptr;
+    if (!text)
+        return;
+    const QString now = shown->text(QAccessible::Value);
+    if (now != m_toldText) {
+        QAccessibleTextUpdateEvent changed(m_display, 0, m_toldText, now);
+        QAccessible::updateAccessibility(&changed);
+        m_toldText = now;
+    }
+    const int cursor = text->cursorPosition();
+    if (cursor != m_toldCursor) {
+        QAccessibleTextCursorEvent moved(m_display, cursor);
+        QAccessible::updateAccessibility(&moved);
+        m_toldCursor = cursor;
+    }
 }
 
 void SerialEditor::keepCursorVisible()
@@ -464,22 +530,30 @@ void SerialEditor::keepCursorVisible()
         m_offsetBar->setValue((TextMargin + x + CaretWidth - inner + ScrollStep - 1) / ScrollStep);
 }
 
+QString SerialEditor::drawnCell(int index) const
+{
+    return drawable(m_model->cellText(index));
+}
+
+int SerialEditor::caretInCell(int index) const
+{
+    const QString cell = drawnCell(index);
+    if (m_model->EntryState() != 0) {
+        // While a value is typed the cursor follows its digits.
+        return int(cell.size() - ByteDisplay::notationOf(m_model->displayType(index)).suffix.size());
+    }
+    // Before the byte's own text, after the separator it shares with the
+    // byte to its left.
+    return cell.startsWith(QLatin1Char(',')) ? 1 : 0;
+}
+
 int SerialEditor::caretPosition(int index) const
 {
     const int shown = m_model->shownByteCount();
     if (index >= shown)
         return m_cellLeft[shown];
     const QFontMetrics fm(m_display->font());
-    const QString cell = drawable(m_model->cellText(index));
-    if (m_model->EntryState() != 0) {
-        // While a value is typed the cursor follows its digits.
-        const qsizetype suffix = ByteDisplay::notationOf(m_model->displayType(index)).suffix.size();
-        return m_cellLeft[index] + fm.horizontalAdvance(cell.left(cell.size() - suffix));
-    }
-    // Before the byte's own text, after the separator it shares with the
-    // byte to its left.
-    return m_cellLeft[index]
-           + (cell.startsWith(QLatin1Char(',')) ? fm.horizontalAdvance(QLatin1Char(',')) : 0);
+    return m_cellLeft[index] + fm.horizontalAdvance(drawnCell(index).left(caretInCell(index)));
 }
 
 int SerialEditor::nearestBoundary(int x) const
@@ -527,7 +601,7 @@ void SerialEditor::paintSurface(QPaintEvent *)
         } else {
             p.setPen(colour);
         }
-        p.drawText(x - offset, baseline, drawable(m_model->cellText(i)));
+        p.drawText(x - offset, baseline, drawnCell(i));
     }
 
     if (m_caretOn && m_display->hasFocus()) {
@@ -597,6 +671,26 @@ bool SerialEditor::surfaceOverridesShortcut(QKeyEvent *event) const
     }
 }
 
+bool SerialEditor::surfaceTabKey(QKeyEvent *event)
+{
+    const int key = event->key();
+    if (key != Qt::Key_Tab && key != Qt::Key_Backtab)
+        return false;
+    // Ctrl+Tab and Ctrl+Shift+Tab leave the editor, as they leave Qt's own
+    // editors that keep Tab: nobody is trapped here without a mouse.
+    if (event->modifiers().testFlag(Qt::ControlModifier)) {
+        focusNextPrevChild(key == Qt::Key_Tab && !event->modifiers().testFlag(Qt::ShiftModifier));
+        return true;
+    }
+    // Tab and Shift+Tab are keys of the editor, which takes them and does
+    // nothing, like Page Up and Page Down. A read-only editor has nothing
+    // to type into and lets them move the focus on.
+    if (!m_model->AllowEdit())
+        return false;
+    surfaceKeyPress(event);
+    return true;
+}
+
 void SerialEditor::surfaceKeyPress(QKeyEvent *event)
 {
     // The clipboard keys every user knows; the menu has the same commands.
@@ -659,8 +753,9 @@ void SerialEditor::surfaceMouseMove(QMouseEvent *event)
 
 void SerialEditor::surfaceContextMenu(QContextMenuEvent *event)
 {
+    QMenu *menu = contextMenu();
     updateMenuState();
-    m_hiddenMenu->popup(event->globalPos());
+    menu->popup(event->globalPos());
 }
 
 // --- clipboard ----------------------------------------------------------------

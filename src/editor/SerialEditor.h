@@ -46,6 +46,8 @@ public:
     void Display();                   // redraw
     EditorModel &model();
     const EditorModel &model() const;
+    // The right-click menu, HiddenMenu, built on first use.
+    QMenu *contextMenu();
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -57,9 +59,13 @@ signals:
 protected:
     void resizeEvent(QResizeEvent *event) override;
     void changeEvent(QEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
 private:
     friend class SerialEditorSurface;
+    friend class SerialEditorAccessible;
+
+    static constexpr int ScrollStep = 8; // pixels per step of the offset bar
 
     void buildMenu();
     void buildTypeMenu();
@@ -69,14 +75,21 @@ private:
     void updateMenuState();
     void layoutChildren();
     void relayout();
+    void updateLabels();
     void keepCursorVisible();
     int scrollOffset() const;
+    // A cell as painted, and how many of its characters stand before the
+    // cursor when the cursor is before that byte.
+    QString drawnCell(int index) const;
+    int caretInCell(int index) const;
     int caretPosition(int index) const;
     int nearestBoundary(int x) const;
     void restartFlash();
+    void tellAccessibility();
 
     void paintSurface(QPaintEvent *event);
     void surfaceKeyPress(QKeyEvent *event);
+    bool surfaceTabKey(QKeyEvent *event);
     bool surfaceOverridesShortcut(QKeyEvent *event) const;
     void surfaceMousePress(QMouseEvent *event);
     void surfaceMouseMove(QMouseEvent *event);
@@ -93,7 +106,7 @@ private:
     QLabel *m_byteMode;
     QLabel *m_byteCounts;
     QTimer *m_flashTimer;
-    QMenu *m_hiddenMenu;
+    QMenu *m_hiddenMenu = nullptr;
     QMenu *m_modeMenu = nullptr;
     QMenu *m_controlMenu = nullptr;
     std::array<QAction *, 5> m_charType{};
@@ -113,4 +126,8 @@ private:
     // last one; a cell's width is the text width of its string.
     std::array<int, SerialEditorData::SlotCount + 1> m_cellLeft{};
     bool m_caretOn = true;
+    bool m_cellsStale = false; // m_cellLeft is waiting for the editor to be shown
+    // What assistive technology was last told.
+    QString m_toldText;
+    int m_toldCursor = -1;
 };

@@ -5,11 +5,12 @@
 
 namespace tavo {
 
-void LaunchDocument(Shell &shell, Prompter &prompter, const QString &path)
+int LaunchDocument(Shell &shell, Prompter &prompter, const QString &path)
 {
     const int code = shell.open(path);
     if (code <= 32)
         ShowLaunchError(prompter, code);
+    return code;
 }
 
 QString launchErrorText(int code)

@@ -15,8 +15,9 @@ class Shell;
 namespace tavo {
 
 // Asks the shell to open `path`; a launch code of 32 or less is reported
-// through ShowLaunchError.
-void LaunchDocument(Shell &shell, Prompter &prompter, const QString &path);
+// through ShowLaunchError. Returns the launch code, so that a caller can do
+// more where the shell's answer is shown no message.
+int LaunchDocument(Shell &shell, Prompter &prompter, const QString &path);
 
 // The message for a failed launch code, "!" included; empty when the code
 // is shown no message (no application associated with the file type).

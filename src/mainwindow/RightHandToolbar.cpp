@@ -64,7 +64,7 @@ void RightHandToolbar::AddButton(const QString &key, const QIcon &picture, Butto
     b->setProperty("Tag", QString::number(m_records.size() - 1));
     b->move(b->x(), twipsToPixels(ButtonTop));
     b->setIcon(picture);
-    b->setToolTip(tooltip);
+    setTooltip(b, tooltip);
     b->show();
 }
 
@@ -141,7 +141,15 @@ QString RightHandToolbar::ButtonTooltipText(const QString &key) const
 void RightHandToolbar::SetButtonTooltipText(const QString &key, const QString &text)
 {
     if (QToolButton *b = find(key))
-        b->setToolTip(text);
+        setTooltip(b, text);
+}
+
+void RightHandToolbar::setTooltip(QToolButton *button, const QString &text)
+{
+    // A picture button says what it does only in its tooltip, and so that
+    // is its name for screen readers too.
+    button->setToolTip(text);
+    button->setAccessibleName(text);
 }
 
 void RightHandToolbar::ForceResize()

@@ -84,6 +84,7 @@ private:
     QToolButton *newButton(bool push, int index);
     QToolButton *button(const Record &record) const;
     QToolButton *find(const QString &key) const;
+    static void setTooltip(QToolButton *button, const QString &text);
     void layoutButtons();
     QRect shapeRect() const;
 

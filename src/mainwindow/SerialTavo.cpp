@@ -8,6 +8,7 @@
 #include "ExportFile.h"
 #include "FileDialog.h"
 #include "FileNames.h"
+#include "HelpWindow.h"
 #include "Logging.h"
 #include "MessageBoxPrompter.h"
 #include "OutputControl.h"
@@ -26,6 +27,7 @@
 #include <QLabel>
 #include <QMouseEvent>
 #include <QStatusBar>
+#include <QTimer>
 #include <QVBoxLayout>
 
 #include <algorithm>
@@ -214,8 +216,10 @@ void SerialTavo::start(const QStringList &arguments)
     for (int n = 0; n < ConfigData::OutputCount; ++n)
         m_outputs[static_cast<std::size_t>(n)]->SetIndex(n);
     fillToolbar();
-    if (m_units)
-        m_units->checkDeviceTypes();
+    // The device-type table is brought up to date once the window has been
+    // painted: nothing of it shows, and reading it would keep the window
+    // waiting. The unit dialogs, its only users, make sure of it first.
+    m_deviceTypesDue = m_units != nullptr;
     const QString fileName = tavo::configFileFromArguments(arguments);
     if (!fileName.isEmpty())
         OpenConfig(fileName);
@@ -291,9 +295,18 @@ void SerialTavo::showSettings()
     UpdateSettingsDisplay();
 }
 
+void SerialTavo::checkDeviceTypes()
+{
+    if (!m_deviceTypesDue)
+        return;
+    m_deviceTypesDue = false;
+    m_units->checkDeviceTypes();
+}
+
 void SerialTavo::testUnit()
 {
     collateAll();
+    checkDeviceTypes();
     if (m_units)
         m_units->showTestDialog(m_config, this);
 }
@@ -303,6 +316,7 @@ void SerialTavo::downloadToUnit()
     if (!m_check->approve(QStringLiteral("Download")))
         return;
     buildImage();
+    checkDeviceTypes();
     if (m_units)
         m_units->showProgrammingDialog(m_config, this);
 }
@@ -317,8 +331,16 @@ void SerialTavo::exitProgram()
 
 void SerialTavo::showHelp()
 {
-    tavo::LaunchDocument(*m_shell, *m_prompter,
-                         QCoreApplication::applicationDirPath() + QLatin1Char('/') + HelpFileName);
+    const QString page = QCoreApplication::applicationDirPath() + QLatin1Char('/') + HelpFileName;
+    // No viewer for the page, or no browser at all, is the one failure the
+    // launch shows no message for; the page opens in our own window then.
+    if (tavo::LaunchDocument(*m_shell, *m_prompter, page) != Shell::NoAssociation)
+        return;
+    if (!m_helpWindow)
+        m_helpWindow = new HelpWindow(this);
+    m_helpWindow->show();
+    m_helpWindow->raise();
+    m_helpWindow->activateWindow();
 }
 
 void SerialTavo::showAbout()
@@ -501,6 +523,16 @@ void SerialTavo::closeEvent(QCloseEvent *event)
     } else {
         event->ignore();
     }
+}
+
+bool SerialTavo::event(QEvent *event)
+{
+    if (event->type() == QEvent::Paint && m_deviceTypesDue && !m_deviceTypesQueued) {
+        // After this paint pass, when the window is on screen.
+        m_deviceTypesQueued = true;
+        QTimer::singleShot(0, this, &SerialTavo::checkDeviceTypes);
+    }
+    return QMainWindow::event(event);
 }
 
 bool SerialTavo::eventFilter(QObject *watched, QEvent *event)

@@ -3,6 +3,7 @@
 #include "ConfigData.h"
 
 #include <QMainWindow>
+#include <QPointer>
 
 #include <array>
 #include <memory>
@@ -10,6 +11,7 @@
 
 class CheckStatus;
 class CommonDialog;
+class HelpWindow;
 class OutputControl;
 class Prompter;
 class QGridLayout;
@@ -75,6 +77,7 @@ signals:
     void configurationChanged();
 
 protected:
+    bool event(QEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
@@ -96,6 +99,7 @@ private:
     void fillToolbar();
     void addShortcuts();
     void collateAll();
+    void checkDeviceTypes();
     void buildImage();
     void outputClicked();
 
@@ -115,6 +119,8 @@ private:
     ConfigData m_config;
     QString m_currentFileName;
     bool m_exitApproved = false;
+    bool m_deviceTypesDue = false;    // start() has run, the table is not checked yet
+    bool m_deviceTypesQueued = false; // the check follows the first paint
 
     std::unique_ptr<Prompter> m_ownPrompter;
     std::unique_ptr<CommonDialog> m_ownDialog;
@@ -129,4 +135,5 @@ private:
     QLabel *m_fileNamePanel;
     QLabel *m_settingsPanel;
     CheckStatus *m_check = nullptr;
+    QPointer<HelpWindow> m_helpWindow; // one at a time; it deletes itself when closed
 };

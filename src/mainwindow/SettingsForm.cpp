@@ -19,14 +19,20 @@ void selectRow(QListWidget *list, int row)
     list->setCurrentRow(row);
 }
 
-QListWidget *newList(const QString &name, const QStringList &items, QWidget *parent)
+// A list in its frame, named after the frame's caption for screen readers.
+QListWidget *newList(const QString &name, const QStringList &items, QGroupBox *parent)
 {
     auto *list = new QListWidget(parent);
     list->setObjectName(name);
+    list->setAccessibleName(parent->title());
     list->addItems(items);
     list->setSelectionMode(QAbstractItemView::SingleSelection);
-    // Tall enough for every entry: no scrolling through seven rates.
-    list->setMinimumHeight(list->sizeHintForRow(0) * int(items.size()) + 2 * list->frameWidth() + 2);
+    // As big as its entries: every one shows, with nothing to scroll and
+    // no empty rows below.
+    list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    list->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    const int frame = 2 * list->frameWidth();
+    list->setFixedSize(list->sizeHintForColumn(0) + frame, list->sizeHintForRow(0) * list->count() + frame);
     return list;
 }
 

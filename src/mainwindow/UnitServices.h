@@ -12,7 +12,8 @@ class UnitServices
 public:
     virtual ~UnitServices() = default;
 
-    // Brings the device-type table up to date at start-up.
+    // Brings the device-type table up to date. The window asks once, after
+    // it has first been painted, or before a unit dialog if that is sooner.
     virtual void checkDeviceTypes() = 0;
     // Modal: sends test strings to a unit. The window has collated the
     // outputs' codes into `config` first.

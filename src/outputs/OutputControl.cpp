@@ -9,9 +9,17 @@
 #include <QRadioButton>
 #include <QStyle>
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace {
+
+// Where the panel was drawn wider than its minimum, in twips: the frame, the
+// code editors and their labels, and the findings mark at the frame's right.
+constexpr int FrameWidth = 5775;
+constexpr int FrameHeight = 1695;
+constexpr int CodeWidth = 4335;
+constexpr int MarkLeft = 5400;
 
 // Names a child and puts it where the panel was drawn with it.
 void place(QWidget *child, const QString &name, const QRect &where)
@@ -36,7 +44,7 @@ OutputControl::OutputControl(ConfigData &config, QWidget *parent)
     , m_findingsMark(new QLabel(m_mainFrame))
 {
     using tavo::twipsRect;
-    place(m_mainFrame, QStringLiteral("MainFrame"), twipsRect(0, 0, 5775, 1695));
+    place(m_mainFrame, QStringLiteral("MainFrame"), twipsRect(0, 0, FrameWidth, FrameHeight));
     place(m_frame2, QStringLiteral("Frame2"), twipsRect(120, 240, 1095, 1335));
     addOperationOptions();
 
@@ -44,19 +52,22 @@ OutputControl::OutputControl(ConfigData &config, QWidget *parent)
     place(m_period, QStringLiteral("Period"), twipsRect(120, 960, 735, 255));
     connect(m_period, &byteEditor::Changed, this, &OutputControl::periodChanged);
 
-    place(m_labelSerialOn, QStringLiteral("LabelSerialOn"), twipsRect(1320, 240, 4335, 255));
-    place(m_serialEditorOn, QStringLiteral("SerialEditorOn"), twipsRect(1320, 480, 4335, 375));
-    place(m_labelSerialOff, QStringLiteral("LabelSerialOff"), twipsRect(1320, 960, 4335, 255));
-    place(m_serialEditorOff, QStringLiteral("SerialEditorOff"), twipsRect(1320, 1200, 4335, 375));
+    place(m_labelSerialOn, QStringLiteral("LabelSerialOn"), twipsRect(1320, 240, CodeWidth, 255));
+    place(m_serialEditorOn, QStringLiteral("SerialEditorOn"), twipsRect(1320, 480, CodeWidth, 375));
+    place(m_labelSerialOff, QStringLiteral("LabelSerialOff"), twipsRect(1320, 960, CodeWidth, 255));
+    place(m_serialEditorOff, QStringLiteral("SerialEditorOff"), twipsRect(1320, 1200, CodeWidth, 375));
     // Replaced by SetIndex; seen only on an unbound panel.
     m_serialEditorOff->SetToolTipText(QStringLiteral("Seial code to turn output Off"));
     connect(m_serialEditorOn, &SerialEditor::Changed, this, &OutputControl::messageChanged);
     connect(m_serialEditorOff, &SerialEditor::Changed, this, &OutputControl::messageChanged);
     // In the corner of the frame, where the title leaves room.
-    place(m_findingsMark, QStringLiteral("FindingsMark"), twipsRect(5400, 0, 300, 300));
+    place(m_findingsMark, QStringLiteral("FindingsMark"), twipsRect(MarkLeft, 0, 300, 300));
     m_findingsMark->setVisible(false);
 
-    setFixedSize(sizeHint());
+    // As drawn at the least; a wider panel gives its codes the room.
+    setMinimumSize(sizeHint());
+    setMaximumHeight(sizeHint().height());
+    setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
 }
 
 void OutputControl::addOperationOptions()
@@ -80,7 +91,21 @@ void OutputControl::addOperationOptions()
 
 QSize OutputControl::sizeHint() const
 {
-    return tavo::twipsRect(0, 0, 5775, 1695).size();
+    return tavo::twipsRect(0, 0, FrameWidth, FrameHeight).size();
+}
+
+void OutputControl::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    // Whatever the panel has beyond its drawn width goes to the frame and to
+    // the codes, so that long codes show without scrolling; the mark stays
+    // in the frame's corner. At the drawn width all is where it was drawn.
+    const int extra = std::max(0, width() - sizeHint().width());
+    m_mainFrame->resize(tavo::twipsToPixels(FrameWidth) + extra, m_mainFrame->height());
+    for (QWidget *code : std::initializer_list<QWidget *>{m_labelSerialOn, m_serialEditorOn, m_labelSerialOff,
+                                                          m_serialEditorOff})
+        code->resize(tavo::twipsToPixels(CodeWidth) + extra, code->height());
+    m_findingsMark->move(tavo::twipsToPixels(MarkLeft) + extra, m_findingsMark->y());
 }
 
 void OutputControl::SetIndex(int index)
@@ -91,7 +116,13 @@ void OutputControl::SetIndex(int index)
 
     m_loadingFlag = true;
     m_outputNumber = index;
-    m_mainFrame->setTitle(QStringLiteral("Output %1").arg(index + 1));
+    const QString title = QStringLiteral("Output %1").arg(index + 1);
+    m_mainFrame->setTitle(title);
+    // What a screen reader says for the panel and its codes, which the
+    // eye takes from the frame's title and the labels above them.
+    setAccessibleName(title);
+    m_serialEditorOn->setAccessibleName(m_labelSerialOn->text() + QStringLiteral(", ") + title);
+    m_serialEditorOff->setAccessibleName(m_labelSerialOff->text() + QStringLiteral(", ") + title);
     m_period->set_values(m_config.OnPeriods[i], byteEditor::Decimal,
                          QStringLiteral("On period in seconds, 0 = 0.1 seconds "));
     m_serialEditorOn->SetToolTipText(QStringLiteral("Serial code to turn output On"));

@@ -53,10 +53,15 @@ public:
 
     int OutputNumber() const { return m_outputNumber; }
 
+    // As drawn; the panel may be wider (never narrower or taller), and then
+    // its code editors are.
     QSize sizeHint() const override;
 
 signals:
     void Click();
+
+protected:
+    void resizeEvent(QResizeEvent *event) override;
 
 private:
     // The two mode options, by their index in OuputOperation.

@@ -58,10 +58,13 @@ byteEditor::byteEditor(QWidget *parent)
     m_text1->setTextMargins(0, 0, 0, 0);
     m_text1->installEventFilter(this);
 
+    // The arrows have no caption; screen readers call them by their names.
     m_up->setObjectName(QStringLiteral("Up"));
+    m_up->setAccessibleName(QStringLiteral("Up"));
     m_up->setGeometry(twipsRect(480, 0, 255, 135));
     // The down button overlaps the up button by one pixel, as drawn.
     m_down->setObjectName(QStringLiteral("Down"));
+    m_down->setAccessibleName(QStringLiteral("Down"));
     m_down->setGeometry(twipsRect(480, 120, 255, 135));
     connect(m_up, &tavo::ArrowButton::mouseDown, this, [this] { pressed(true); });
     connect(m_up, &tavo::ArrowButton::mouseUp, this, [this] { released(true); });
@@ -95,6 +98,8 @@ void byteEditor::set_values(const std::int16_t &value, int mode, const QString &
 {
     m_settingFlag = true;
     m_text1->setToolTip(tooltip);
+    // The tooltip says what the value is; screen readers take it as the name.
+    m_text1->setAccessibleName(tooltip.trimmed());
     m_displayMode = mode;
     SetClampedValue(value);
     m_settingFlag = false;

@@ -1,12 +1,16 @@
 #include "EditorTestUtil.h"
 #include "SerialEditor.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QClipboard>
 #include <QContextMenuEvent>
 #include <QDir>
+#include <QGroupBox>
+#include <QHBoxLayout>
 #include <QImage>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
 #include <QScrollBar>
 #include <QSignalSpy>
@@ -30,8 +34,8 @@ struct Shown {
         display->setFocus();
         QApplication::processEvents();
     }
-    QAction *action(const QString &name) const { return editor.findChild<QAction *>(name); }
-    QMenu *menu() const { return editor.findChild<QMenu *>(QStringLiteral("HiddenMenu")); }
+    QAction *action(const QString &name) { return menu()->findChild<QAction *>(name); }
+    QMenu *menu() { return editor.contextMenu(); }
     QString label(const char *name) const { return editor.findChild<QLabel *>(QLatin1String(name))->text(); }
     QString shown() const { return text(editor.model().Message()); }
     void keys(const QString &script)
@@ -238,6 +242,115 @@ private slots:
         QVERIFY(hasColour(s.display->grab().toImage(), QRect(caretX, 0, 2, s.display->height()), Qt::black));
         s.keys(QStringLiteral("{Home}"));
         QCOMPARE(bar->value(), 0);
+    }
+
+    void tabStaysAndCtrlTabLeaves_data()
+    {
+        // clang-format off
+        QTest::addColumn<bool>("allowEdit");
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<QString>("focus"); // the widget that has the focus afterwards
+        const int ctrl = Qt::ControlModifier, shift = Qt::ShiftModifier;
+        QTest::newRow("Tab") << true << int(Qt::Key_Tab) << 0 << "DisplayImage";
+        QTest::newRow("Shift+Tab") << true << int(Qt::Key_Backtab) << shift << "DisplayImage";
+        QTest::newRow("Ctrl+Tab") << true << int(Qt::Key_Tab) << ctrl << "after";
+        QTest::newRow("Ctrl+Shift+Tab") << true << int(Qt::Key_Backtab) << (ctrl | shift) << "before";
+        QTest::newRow("Ctrl+Shift+Tab as Tab") << true << int(Qt::Key_Tab) << (ctrl | shift) << "before";
+        QTest::newRow("read-only, Tab") << false << int(Qt::Key_Tab) << 0 << "after";
+        QTest::newRow("read-only, Ctrl+Shift+Tab") << false << int(Qt::Key_Backtab) << (ctrl | shift) << "before";
+        // clang-format on
+    }
+    void tabStaysAndCtrlTabLeaves()
+    {
+        QFETCH(bool, allowEdit);
+        QFETCH(int, key);
+        QFETCH(int, modifiers);
+        QFETCH(QString, focus);
+        // The editor between two text fields, in the focus order.
+        QWidget window;
+        auto *layout = new QHBoxLayout(&window);
+        layout->addWidget(new QLineEdit(&window));
+        auto *editor = new SerialEditor(&window);
+        layout->addWidget(editor);
+        layout->addWidget(new QLineEdit(&window));
+        layout->itemAt(0)->widget()->setObjectName(QStringLiteral("before"));
+        layout->itemAt(2)->widget()->setObjectName(QStringLiteral("after"));
+        editor->UseThisMessage(msg(QStringLiteral("65a")), allowEdit);
+        window.show();
+        QApplication::setActiveWindow(&window);
+        editor->setFocus();
+        QSignalSpy changed(editor, &SerialEditor::Changed);
+
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key(key), Qt::KeyboardModifiers(modifiers));
+        QCOMPARE(QApplication::focusWidget()->objectName(), focus);
+        QCOMPARE(text(editor->model().Message()), QStringLiteral("A"));
+        QCOMPARE(changed.count(), 0);
+    }
+
+    void screenReadersReadTheCodeAsDrawn_data()
+    {
+        // clang-format off
+        QTest::addColumn<bool>("allowEdit");
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("cursor"); // in characters of the text
+        QTest::addColumn<QString>("selected");
+        QTest::newRow("loaded") << true << "" << "Hi,CR" << 0 << "";
+        QTest::newRow("after a separator") << true << "{Right}{Right}" << "Hi,CR" << 3 << "";
+        QTest::newRow("at the end") << true << "{End}" << "Hi,CR" << 5 << "";
+        QTest::newRow("selection") << true << "{S-Right}{S-Right}" << "Hi,CR" << 3 << "Hi";
+        QTest::newRow("a value typed") << true << "{End}{C-D}12" << "Hi,CR,12d" << 8 << "";
+        QTest::newRow("read-only") << false << "{End}x" << "Hi,CR" << 5 << "";
+        // clang-format on
+    }
+    void screenReadersReadTheCodeAsDrawn()
+    {
+        QFETCH(bool, allowEdit);
+        QFETCH(QString, keys);
+        QFETCH(QString, text);
+        QFETCH(int, cursor);
+        QFETCH(QString, selected);
+        Shown s(msg(QStringLiteral("72a 105a 13c")), allowEdit);
+        s.keys(keys);
+        QAccessibleInterface *shown = QAccessible::queryAccessibleInterface(s.display);
+        QCOMPARE(shown->role(), QAccessible::EditableText);
+        QCOMPARE(shown->state().readOnly, !allowEdit);
+        QCOMPARE(shown->text(QAccessible::Value), text);
+        QAccessibleTextInterface *t = shown->textInterface();
+        QCOMPARE(t->text(0, t->characterCount()), text);
+        QCOMPARE(t->cursorPosition(), cursor);
+        int start = 0, end = 0;
+        t->selection(0, &start, &end);
+        QCOMPARE(t->text(start, end), selected);
+        QCOMPARE(t->selectionCount(), selected.isEmpty() ? 0 : 1);
+        // Where the reader points is where the characters are drawn.
+        QCOMPARE(t->offsetAtPoint(t->characterRect(1).center()), 1);
+        t->setCursorPosition(int(text.size()));
+        QCOMPARE(s.editor.model().cursor(), s.editor.model().shownByteCount());
+    }
+
+    void screenReadersNameTheEditor_data()
+    {
+        // clang-format off
+        QTest::addColumn<QString>("given");
+        QTest::addColumn<QString>("frame");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("its own name") << "Serial code for ON, Output 1" << "Serial message" << "Serial code for ON, Output 1";
+        QTest::newRow("its frame's title") << "" << "Serial message" << "Serial message";
+        QTest::newRow("its tooltip") << "" << "" << "Serial code to turn output On";
+        // clang-format on
+    }
+    void screenReadersNameTheEditor()
+    {
+        QFETCH(QString, given);
+        QFETCH(QString, frame);
+        QFETCH(QString, name);
+        QGroupBox box(frame);
+        auto *editor = new SerialEditor(&box);
+        editor->setAccessibleName(given);
+        editor->SetToolTipText(QStringLiteral("Serial code to turn output On"));
+        QCOMPARE(QAccessible::queryAccessibleInterface(editor->focusProxy())->text(QAccessible::Name), name);
     }
 
     void keysReachTheModelOnceAndTheLayoutFits()

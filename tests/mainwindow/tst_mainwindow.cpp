@@ -8,6 +8,7 @@
 #include "support/ConfigSamples.h"
 #include "support/ScriptedCommonDialog.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QDir>
 #include <QLabel>
@@ -15,8 +16,10 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QRadioButton>
+#include <QScrollBar>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTextBrowser>
 #include <QTimer>
 #include <QToolButton>
 
@@ -108,6 +111,10 @@ private slots:
         QCOMPARE(w.panel("FILENAME"), QString());
         QCOMPARE(w.panel("SETTINGS"),
                  QStringLiteral("Tavo settings = 9600, baud, No parity, 8 Bit data, 1 Stop bit"));
+        // The device types are checked once the window is on screen.
+        QCOMPARE(w.units.checks, 0);
+        QApplication::processEvents(); // the window is painted
+        QApplication::processEvents(); // and then the check
         QCOMPARE(w.units.checks, 1);
         for (int n = 0; n < 8; ++n) {
             QVERIFY(!w.config().PulseModes[std::size_t(n)]);
@@ -136,6 +143,19 @@ private slots:
             QVERIFY(QDir().mkpath(shots)
                     && named.window.grab().save(shots + QStringLiteral("/main-window.png")));
         }
+
+        // A wider window widens the codes of both columns alike.
+        const auto code = [&](int n) {
+            return named.window.OutputControl1(n)->findChild<SerialEditor *>(
+                QStringLiteral("SerialEditorOff"));
+        };
+        named.window.resize(named.window.minimumSize());
+        const int narrow = code(0)->width();
+        named.window.resize(named.window.minimumSize() + QSize(400, 0));
+        for (int n = 0; n < 8; ++n)
+            QCOMPARE(code(n)->width(), narrow + 200);
+        if (!shots.isEmpty())
+            QVERIFY(named.window.grab().save(shots + QStringLiteral("/main-window-wide.png")));
     }
 
     void editSaveAndOpenAgain()
@@ -250,7 +270,17 @@ private slots:
         QFETCH(QString, shown);
         Window w;
         w.window.runCommand(QStringLiteral("NEW"));
+        QList<bool> listsFit;
         onNextModal([&](QWidget *dialog) {
+            // The lists are as big as their entries: all of them show, and
+            // no empty row or wide margin.
+            for (const auto *list : dialog->findChildren<QListWidget *>()) {
+                const QSize inside = list->viewport()->size();
+                const QSize entry(list->sizeHintForColumn(0), list->sizeHintForRow(0));
+                listsFit << (inside.height() >= list->count() * entry.height()
+                             && inside.height() < (list->count() + 1) * entry.height()
+                             && inside.width() >= entry.width() && inside.width() < 2 * entry.width());
+            }
             dialog->findChild<QListWidget *>(QStringLiteral("BaudrateList"))->setCurrentRow(baud);
             dialog->findChild<QListWidget *>(QStringLiteral("ParityList"))->setCurrentRow(parity);
             QTest::mouseClick(
@@ -259,6 +289,7 @@ private slots:
         });
         QTest::mouseClick(w.window.findChild<QLabel *>(QStringLiteral("SETTINGS")), Qt::LeftButton);
 
+        QCOMPARE(listsFit, QList<bool>({true, true}));
         const QString text = shown + QStringLiteral(" parity, 8 Bit data, 1 Stop bit");
         const bool modified = done && (baud || parity);
         QCOMPARE(w.panel("SETTINGS"), QStringLiteral("Tavo settings = ") + text);
@@ -370,6 +401,7 @@ private slots:
             ->ReturnCurrentMessage()
             .SetAllDataTo(go);
         w.click("TEST");
+        QCOMPARE(w.units.checks, 1); // before the first paint: the dialog makes sure
         QCOMPARE(w.units.tested.size(), 1);
         QVERIFY(w.units.tested.first().OnMessages[5].IsTheSameAs(go));
         w.click("DOWNLOAD");
@@ -475,6 +507,112 @@ private slots:
                                                         + QStringLiteral("/Serial Tavo Editor.html")}
                                           : QStringList());
         QCOMPARE(w.config().PulseModes[6], edited && keys != QKeySequence(Qt::CTRL | Qt::Key_N));
+    }
+
+    void helpOpensInOurOwnWindowWhereTheDesktopCannot_data()
+    {
+        // clang-format off
+        QTest::addColumn<int>("code"); // the shell's answer
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<bool>("ownWindow");
+        QTest::newRow("opened") << int(Shell::Launched) << QString() << false;
+        QTest::newRow("no viewer or no browser") << int(Shell::NoAssociation) << QString() << true;
+        QTest::newRow("no page") << int(Shell::FileNotFound) << QStringLiteral("File not found!") << false;
+        QTest::newRow("association broken") << 27 << QStringLiteral("Incomplete or invalid file association!") << false;
+        // clang-format on
+    }
+    void helpOpensInOurOwnWindowWhereTheDesktopCannot()
+    {
+        QFETCH(int, code);
+        QFETCH(QString, message);
+        QFETCH(bool, ownWindow);
+        Window w;
+        w.shell.code = code;
+        w.click("HELP");
+        QCOMPARE(w.prompter.shown().isEmpty() ? QString() : w.prompter.shown().constFirst().text, message);
+        auto *help = w.window.findChild<QWidget *>(QStringLiteral("HelpWindow"));
+        QCOMPARE(help != nullptr, ownWindow);
+        if (!ownWindow)
+            return;
+        QVERIFY(help->isVisible() && help->isWindow());
+        QCOMPARE(help->windowTitle(), QStringLiteral("Serial Tavo Editor help"));
+
+        // The contents' link to the key table, clicked; Back and Forward.
+        auto *browser = help->findChild<QTextBrowser *>(QStringLiteral("HelpBrowser"));
+        QTextCursor link = browser->document()->find(QStringLiteral("Keys in the code editor"));
+        link.setPosition(link.selectionStart() + 2);
+        QTest::mouseClick(browser->viewport(), Qt::LeftButton, {}, browser->cursorRect(link).center());
+        QCOMPARE(browser->source().fragment(), QStringLiteral("keys"));
+        QVERIFY(browser->verticalScrollBar()->value() > 0);
+        QTest::mouseClick(help->findChild<QToolButton *>(QStringLiteral("HelpBack")), Qt::LeftButton);
+        QCOMPARE(browser->source().fragment(), QString());
+        auto *forward = help->findChild<QToolButton *>(QStringLiteral("HelpForward"));
+        QVERIFY(forward->isEnabled());
+        QTest::mouseClick(forward, Qt::LeftButton);
+        QCOMPARE(browser->source().fragment(), QStringLiteral("keys"));
+
+        // TAVO_SCREENSHOT_DIR=dir keeps the window.
+        const QString shots = qEnvironmentVariable("TAVO_SCREENSHOT_DIR");
+        if (!shots.isEmpty())
+            QVERIFY(QDir().mkpath(shots) && help->grab().save(shots + QStringLiteral("/help-window.png")));
+        w.click("HELP"); // the same window again
+        QCOMPARE(w.window.findChildren<QWidget *>(QStringLiteral("HelpWindow")).size(), 1);
+    }
+
+    void screenReadersNameEveryControl_data()
+    {
+        // clang-format off
+        QTest::addColumn<QString>("command"); // the dialog it opens; none: the window itself
+        QTest::newRow("main window") << QString();
+        QTest::newRow("settings") << QStringLiteral("SETTINGS");
+        QTest::newRow("about") << QStringLiteral("ABOUT");
+        QTest::newRow("help") << QStringLiteral("HELP");
+        // clang-format on
+    }
+    void screenReadersNameEveryControl()
+    {
+        QFETCH(QString, command);
+        Window w({QString::fromLocal8Bit(qgetenv("TAVO_SOURCE_DIR")) + QStringLiteral("/examples/demo.OTS")});
+        w.shell.code = Shell::NoAssociation;
+        // The controls a user can reach or press that a screen reader would
+        // announce without a name.
+        QStringList unnamed;
+        const auto walk = [&unnamed](QWidget *top) {
+            std::function<void(QAccessibleInterface *)> visit = [&](QAccessibleInterface *a) {
+                const QAccessible::Role role = a->role();
+                const bool control = a->state().focusable || role == QAccessible::PushButton
+                                     || role == QAccessible::RadioButton || role == QAccessible::CheckBox;
+                if (control && !a->state().invisible && a->text(QAccessible::Name).trimmed().isEmpty())
+                    unnamed << a->object()->objectName();
+                for (int i = 0; i < a->childCount(); ++i)
+                    visit(a->child(i));
+            };
+            visit(QAccessible::queryAccessibleInterface(top));
+        };
+        if (command.isEmpty()) {
+            walk(&w.window);
+        } else if (command == QLatin1String("HELP")) { // a window of its own
+            w.window.runCommand(command);
+            walk(w.window.findChild<QWidget *>(QStringLiteral("HelpWindow")));
+        } else {
+            onNextModal([&](QWidget *dialog) {
+                walk(dialog);
+                dialog->close();
+            });
+            w.window.runCommand(command);
+        }
+        QCOMPARE(unnamed, QStringList());
+
+        // What is read out for the first output, as the eye sees it.
+        QWidget *output = w.window.OutputControl1(0);
+        QWidget *on = output->findChild<SerialEditor *>(QStringLiteral("SerialEditorOn"))->focusProxy();
+        QCOMPARE(QAccessible::queryAccessibleInterface(output)->text(QAccessible::Name),
+                 QStringLiteral("Output 1"));
+        QAccessibleInterface *code = QAccessible::queryAccessibleInterface(on);
+        QCOMPARE(code->text(QAccessible::Name), QStringLiteral("Serial code for ON, Output 1"));
+        QCOMPARE(code->text(QAccessible::Value), QStringLiteral("LIGHTS ON,CR"));
+        QCOMPARE(QAccessible::queryAccessibleInterface(w.button("NEW"))->text(QAccessible::Name),
+                 QStringLiteral("Start new configuration"));
     }
 
     void minimiseAndAbout()

@@ -121,6 +121,43 @@ private slots:
         QCOMPARE(p.config.OnPeriods[5], 0);
     }
 
+    void widerPanelsGiveTheCodesTheRoom_data()
+    {
+        // clang-format off
+        QTest::addColumn<int>("extra"); // pixels beyond the drawn width
+        QTest::addColumn<bool>("scrolls"); // a full binary code needs its bar
+        QTest::newRow("as drawn") << 0 << true;
+        QTest::newRow("wider") << 900 << false;
+        // clang-format on
+    }
+    void widerPanelsGiveTheCodesTheRoom()
+    {
+        QFETCH(int, extra);
+        QFETCH(bool, scrolls);
+        Panel p;
+        SerialEditorData code;
+        for (int i = 0; i < SerialEditorData::MaxBytes; ++i) {
+            code.SetByteValue(i, std::int16_t(128 + i));
+            code.SetByteType(i, SerialEditorData::Type::Binary);
+        }
+        code.SetNumberOfBytesInMessage(SerialEditorData::MaxBytes);
+        p.config.OffMessages[2] = code;
+        p.control.SetIndex(2);
+        const QSize drawn = p.control.sizeHint();
+        const QRect drawnOff = p.off()->geometry();
+        const QRect drawnMark = p.child("FindingsMark")->geometry();
+        QCOMPARE(p.control.minimumSizeHint().expandedTo(p.control.minimumSize()), drawn);
+        p.control.resize(drawn.width() + extra, drawn.height() + 50);
+        p.control.show();
+
+        QCOMPARE(p.control.height(), drawn.height()); // never taller
+        QCOMPARE(p.off()->geometry(), drawnOff.adjusted(0, 0, extra, 0));
+        QCOMPARE(p.child("LabelSerialOn")->width(), drawnOff.width() + extra);
+        QCOMPARE(p.child("MainFrame")->width(), drawn.width() + extra);
+        QCOMPARE(p.child("FindingsMark")->geometry(), drawnMark.translated(extra, 0)); // in the corner
+        QCOMPARE(p.off()->findChild<QWidget *>(QStringLiteral("OffsetBar"))->isEnabled(), scrolls);
+    }
+
     void editedCodesReachTheConfigurationOnlyWhenCollated()
     {
         Panel p;
