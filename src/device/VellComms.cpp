@@ -66,6 +66,9 @@ QWidget *VellComms::makeSlotRows()
         const auto n = static_cast<std::size_t>(i);
         auto *option = new QRadioButton;
         option->setObjectName(QStringLiteral("Option1_%1").arg(i));
+        // The button has no caption of its own; a screen reader says which
+        // slot it chooses (and, once searched, what answered there).
+        option->setAccessibleName(QStringLiteral("Slot %1").arg(i + 1));
         // Which slot is chosen is the protocol's to say: the search clears
         // every choice, and a click chooses exactly one.
         option->setAutoExclusive(false);
@@ -142,6 +145,8 @@ void VellComms::applySlot(int slot, const SearchSlot &state)
 {
     const auto i = static_cast<std::size_t>(slot);
     showSlot(state, m_blanking[i], m_vellType[i], m_option1[i], m_portName[i]);
+    if (!state.covered)
+        m_option1[i]->setAccessibleName(QStringLiteral("Slot %1: %2").arg(slot + 1).arg(state.text));
 }
 
 void VellComms::Form_Activate()
