@@ -167,6 +167,8 @@ bool UnitDialog::run(const std::function<void(VellProtocol &)> &work)
 
 bool UnitDialog::search()
 {
+    // What the last send said belongs to the ports searched before.
+    notePortProblem({});
     if (m_searchButton)
         m_searchButton->setEnabled(false);
     const bool portsFree = m_portsButton && m_portsButton->isEnabled();
