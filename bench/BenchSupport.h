@@ -146,6 +146,7 @@ template <typename Run>
 const Run &medianRun(const std::vector<Run> &results)
 {
     std::vector<const Run *> sorted;
+    sorted.reserve(results.size());
     for (const Run &r : results)
         sorted.push_back(&r);
     std::sort(sorted.begin(), sorted.end(),

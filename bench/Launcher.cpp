@@ -45,6 +45,7 @@ Launch launch(const QString &program, const QStringList &args, const QString &pr
     for (const QString &a : args)
         argStrings.push_back(a.toStdString());
     std::vector<char *> argv;
+    argv.reserve(argStrings.size() + 1);
     for (std::string &s : argStrings)
         argv.push_back(s.data());
     argv.push_back(nullptr);
@@ -57,7 +58,7 @@ Launch launch(const QString &program, const QStringList &args, const QString &pr
             continue;
         envStrings.push_back(entry);
     }
-    envStrings.push_back("QT_QPA_PLATFORM=offscreen");
+    envStrings.emplace_back("QT_QPA_PLATFORM=offscreen");
     if (!probeLibrary.isEmpty()) {
         envStrings.push_back("LD_PRELOAD=" + probeLibrary.toStdString());
         envStrings.push_back("TAVO_BENCH_PROBE_FD=" + std::to_string(ProbeFd));
@@ -65,6 +66,7 @@ Launch launch(const QString &program, const QStringList &args, const QString &pr
     for (const QString &e : environment)
         envStrings.push_back(e.toStdString());
     std::vector<char *> envp;
+    envp.reserve(envStrings.size() + 1);
     for (std::string &s : envStrings)
         envp.push_back(s.data());
     envp.push_back(nullptr);

@@ -241,7 +241,7 @@ QString EditorModel::copyText(bool wholeMessage) const
 
 QString EditorModel::cut()
 {
-    const QString text = copyText(false);
+    QString text = copyText(false);
     if (!m_allowEdit || text.isEmpty())
         return text;
     beginEdit();

@@ -214,7 +214,9 @@ void unitGlyph(QPainter &p)
     const QColor lamps[8] = {Green, Green, Red, Green, Red, Green, Green, Red};
     for (int i = 0; i < 8; ++i) {
         p.setBrush(lamps[i]);
-        p.drawEllipse(QPointF(3.8 + 2.8 * (i % 4), 7 + 3.6 * (i / 4)), 1.0, 1.0);
+        const int column = i % 4;
+        const int row = i / 4; // the lamps stand in two rows of four
+        p.drawEllipse(QPointF(3.8 + 2.8 * column, 7 + 3.6 * row), 1.0, 1.0);
     }
 }
 

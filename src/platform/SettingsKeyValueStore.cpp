@@ -182,7 +182,7 @@ QStringList SettingsKeyValueStore::childGroups(const QString &group) const
 {
     if (m_settings) {
         m_settings->beginGroup(group);
-        const QStringList names = m_settings->childGroups();
+        QStringList names = m_settings->childGroups();
         m_settings->endGroup();
         return names;
     }
