@@ -66,8 +66,9 @@ check_format() {
 # clang-tidy with the repository's .clang-tidy over our sources in the
 # compile database of build folder $1.
 run_clang_tidy() {
-    run-clang-tidy -p "$1" -quiet -use-color=false -j "$(nproc)" "$TAVO_ROOT/(src|tests|bench)/" >"$1/clang-tidy.log" 2>&1 || {
-        grep -E 'error:|warning:' "$1/clang-tidy.log" | grep -v 'warnings generated' >&2
+    run-clang-tidy -p "$1" -quiet -j "$(nproc)" "$TAVO_ROOT/(src|tests|bench)/" >"$1/clang-tidy.log" 2>&1 || {
+        # clang-tidy colours its output whatever it writes to.
+        sed 's/\x1b\[[0-9;]*m//g' "$1/clang-tidy.log" | grep -E 'error:|warning:' | grep -v 'warnings generated' >&2
         echo "error: clang-tidy found the above (full output in $1/clang-tidy.log)" >&2
         return 1
     }
