@@ -9,7 +9,9 @@
 #include "VirtualUnitWindow.h"
 
 #include <QScreen>
+#include <QStatusBar>
 #include <QTimer>
+#include <QToolButton>
 
 namespace {
 
@@ -25,6 +27,24 @@ void placeBeside(QWidget &unitWindow, const QWidget &mainWindow)
         at.setY(std::max(free.top(), std::min(at.y(), free.bottom() - unitWindow.height())));
     }
     unitWindow.move(at);
+}
+
+// A closed "Virtual unit" window is only hidden: the unit goes on running
+// behind port slot 1, and this button in the main window's status bar
+// brings its window back.
+void addReopenButton(SerialTavo &window, QWidget &unitWindow)
+{
+    auto *button = new QToolButton(window.statusBar());
+    button->setObjectName(QStringLiteral("VirtualUnitButton"));
+    button->setText(QStringLiteral("Virtual unit"));
+    button->setToolTip(QStringLiteral("Show the Virtual unit window"));
+    button->setAutoRaise(true);
+    QObject::connect(button, &QToolButton::clicked, &unitWindow, [&unitWindow] {
+        unitWindow.show();
+        unitWindow.raise();
+        unitWindow.activateWindow();
+    });
+    window.statusBar()->addPermanentWidget(button);
 }
 
 } // namespace
@@ -81,6 +101,7 @@ VirtualUnitWindow &SimulatedUnit::showWindow(SerialTavo &window, DeviceUnitServi
 {
     m_window = openVirtualUnit(line(), connection(), window, units);
     QObject::connect(&line(), &UnitLine::pluggedIn, m_window.get(), [this, &units] { pluggedIn(units); });
+    addReopenButton(window, *m_window);
     // Once the main window has taken its size.
     QTimer::singleShot(0, m_window.get(), [this, &window] {
         placeBeside(*m_window, window);
