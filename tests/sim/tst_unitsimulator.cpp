@@ -146,26 +146,20 @@ private slots:
         QTest::addColumn<int>("expected");
         QTest::addColumn<QStringList>("reports");
 
-        QTest::newRow("map of outputs 1 and 8")
-            << 0x10 << hex("81") << QList<int>{0} << 0x81 << QStringList{u"map 81 -> 81"_s};
-        QTest::newRow("mask on output 3")
-            << 0x10 << hex("04") << QList<int>{0} << 0x14 << QStringList{u"mask 3 on 04 -> 14"_s};
-        QTest::newRow("mask off output 3")
-            << 0x07 << hex("fb") << QList<int>{0} << 0x03 << QStringList{u"mask 3 off fb -> 03"_s};
-        QTest::newRow("bit on output 8")
-            << 0x01 << hex("ff08") << QList<int>{0, 1} << 0x81 << QStringList{u"bit 8 on ff08 -> 81"_s};
-        QTest::newRow("bit off output 1")
-            << 0x03 << hex("0001") << QList<int>{0, 1} << 0x02 << QStringList{u"bit 1 off 0001 -> 02"_s};
-        QTest::newRow("lone FF is all on")
-            << 0x00 << hex("ff") << QList<int>{0} << 0xFF << QStringList{u"map ff -> ff"_s};
-        QTest::newRow("lone 00 is all off")
-            << 0x5A << hex("00") << QList<int>{0} << 0x00 << QStringList{u"map 00 -> 00"_s};
-        QTest::newRow("slow second byte") << 0x00 << hex("ff03") << QList<int>{0, 50} << 0x03
-                                          << QStringList{u"map ff -> 03"_s, u"map 03 -> 03"_s};
-        QTest::newRow("FF then a map") << 0x00 << hex("ff30") << QList<int>{0, 1} << 0x30
-                                       << QStringList{u"map ff -> 30"_s, u"map 30 -> 30"_s};
-        QTest::newRow("00 then output 9 is no bit") << 0x0F << hex("0009") << QList<int>{0, 1} << 0x09
-                                                    << QStringList{u"map 00 -> 09"_s, u"map 09 -> 09"_s};
+        const auto row = [](const char *name, int initial, const char *sent, const QList<int> &times,
+                            int expected, const QStringList &reports) {
+            QTest::newRow(name) << initial << hex(sent) << times << expected << reports;
+        };
+        row("map of outputs 1 and 8", 0x10, "81", {0}, 0x81, {u"map 81 -> 81"_s});
+        row("mask on output 3", 0x10, "04", {0}, 0x14, {u"mask 3 on 04 -> 14"_s});
+        row("mask off output 3", 0x07, "fb", {0}, 0x03, {u"mask 3 off fb -> 03"_s});
+        row("bit on output 8", 0x01, "ff08", {0, 1}, 0x81, {u"bit 8 on ff08 -> 81"_s});
+        row("bit off output 1", 0x03, "0001", {0, 1}, 0x02, {u"bit 1 off 0001 -> 02"_s});
+        row("lone FF is all on", 0x00, "ff", {0}, 0xFF, {u"map ff -> ff"_s});
+        row("lone 00 is all off", 0x5A, "00", {0}, 0x00, {u"map 00 -> 00"_s});
+        row("slow second byte", 0x00, "ff03", {0, 50}, 0x03, {u"map ff -> 03"_s, u"map 03 -> 03"_s});
+        row("FF then a map", 0x00, "ff30", {0, 1}, 0x30, {u"map ff -> 30"_s, u"map 30 -> 30"_s});
+        row("00 then output 9 is no bit", 0x0F, "0009", {0, 1}, 0x09, {u"map 00 -> 09"_s, u"map 09 -> 09"_s});
     }
 
     void testStrings()
