@@ -25,18 +25,13 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-namespace {
-
-using Kind = KeyValueStore::Kind;
-using Status = KeyValueStore::Status;
-
-const QString Types = QStringLiteral("Software\\Olvex\\Brondels\\Types");
-
-} // namespace
-
 class TestPlatform : public QObject
 {
     Q_OBJECT
+
+    using Kind = KeyValueStore::Kind;
+    using Status = KeyValueStore::Status;
+    const QString Types = QStringLiteral("Software\\Olvex\\Brondels\\Types");
 
 private slots:
     void portSlotsKeepExplicitNamesOverTheSystemList()
