@@ -16,6 +16,7 @@
 #include <stdexcept>
 
 using namespace samples;
+using namespace Qt::StringLiterals;
 using Status = tavo::ConfigReadResult::Status;
 
 class TestConfig : public QObject
@@ -100,15 +101,11 @@ private slots:
         row("text after the end", 36, "more", "keeps", "text after the 35 lines of a configuration");
 
         row("empty file", 1, nullptr, "stops", "the file is empty");
-        row("cut after output 1's On code", 3, nullptr, "stops",
-            "line 3 is missing: a configuration has 35 lines");
-        row("cut before output 1's mode", 5, nullptr, "stops",
-            "line 5 is missing: a configuration has 35 lines");
-        row("cut after output 1", 6, nullptr, "stops", "line 6 is missing: a configuration has 35 lines");
-        row("cut before the baud index", 34, nullptr, "stops",
-            "line 34 is missing: a configuration has 35 lines");
-        row("cut before the parity index", 35, nullptr, "stops",
-            "line 35 is missing: a configuration has 35 lines");
+        // Cut after output 1's On code, before its mode, after output 1, before
+        // the baud and before the parity index.
+        for (const int line : {3, 5, 6, 34, 35})
+            row(qPrintable(u"cut before line %1"_s.arg(line)), line, nullptr, "stops",
+                qPrintable(u"line %1 is missing: a configuration has 35 lines"_s.arg(line)));
     }
 
     void oddLines()

@@ -25,18 +25,13 @@
 using namespace Qt::StringLiterals;
 using namespace std::chrono_literals;
 
-namespace {
-
-using Kind = KeyValueStore::Kind;
-using Status = KeyValueStore::Status;
-
-const QString Types = QStringLiteral("Software\\Olvex\\Brondels\\Types");
-
-} // namespace
-
 class TestPlatform : public QObject
 {
     Q_OBJECT
+
+    using Kind = KeyValueStore::Kind;
+    using Status = KeyValueStore::Status;
+    const QString Types = QStringLiteral("Software\\Olvex\\Brondels\\Types");
 
 private slots:
     void portSlotsKeepExplicitNamesOverTheSystemList()
@@ -58,37 +53,33 @@ private slots:
     void lineSettingsParse_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("valid");
-        QTest::addColumn<QString>("normalised");
+        QTest::addColumn<QString>("normalised"); // empty: not a setting
 
-        QTest::newRow("line reset") << u"110,n,8,2"_s << true << u"110,n,8,2"_s;
-        QTest::newRow("non-standard 14400") << u"14400,n,8,2"_s << true << u"14400,n,8,2"_s;
-        QTest::newRow("upper-case parity") << u"38400,E,7,1"_s << true << u"38400,e,7,1"_s;
-        QTest::newRow("mark, 5 bits") << u"2400,m,5,2"_s << true << u"2400,m,5,2"_s;
-        QTest::newRow("space") << u"4800,s,6,1"_s << true << u"4800,s,6,1"_s;
-        QTest::newRow("unknown rate") << u"9601,n,8,1"_s << false << u""_s;
-        QTest::newRow("signed rate") << u"+9600,n,8,1"_s << false << u""_s;
-        QTest::newRow("blank") << u"9600, n,8,1"_s << false << u""_s;
-        QTest::newRow("parity word") << u"9600,no,8,1"_s << false << u""_s;
-        QTest::newRow("4 data bits") << u"9600,n,4,1"_s << false << u""_s;
-        QTest::newRow("9 data bits") << u"9600,n,9,1"_s << false << u""_s;
-        QTest::newRow("1.5 stop bits") << u"9600,n,8,1.5"_s << false << u""_s;
-        QTest::newRow("3 stop bits") << u"9600,n,8,3"_s << false << u""_s;
-        QTest::newRow("three fields") << u"9600,n,8"_s << false << u""_s;
-        QTest::newRow("five fields") << u"9600,n,8,1,"_s << false << u""_s;
-        QTest::newRow("unknown index gives no rate") << u",n,8,1"_s << false << u""_s;
-        QTest::newRow("empty") << u""_s << false << u""_s;
+        QTest::newRow("line reset") << u"110,n,8,2"_s << u"110,n,8,2"_s;
+        QTest::newRow("non-standard 14400") << u"14400,n,8,2"_s << u"14400,n,8,2"_s;
+        QTest::newRow("upper-case parity") << u"38400,E,7,1"_s << u"38400,e,7,1"_s;
+        QTest::newRow("mark, 5 bits") << u"2400,m,5,2"_s << u"2400,m,5,2"_s;
+        QTest::newRow("space") << u"4800,s,6,1"_s << u"4800,s,6,1"_s;
+        QTest::newRow("unknown rate") << u"9601,n,8,1"_s << u""_s;
+        QTest::newRow("signed rate") << u"+9600,n,8,1"_s << u""_s;
+        QTest::newRow("blank") << u"9600, n,8,1"_s << u""_s;
+        QTest::newRow("parity word") << u"9600,no,8,1"_s << u""_s;
+        QTest::newRow("4 data bits") << u"9600,n,4,1"_s << u""_s;
+        QTest::newRow("9 data bits") << u"9600,n,9,1"_s << u""_s;
+        QTest::newRow("1.5 stop bits") << u"9600,n,8,1.5"_s << u""_s;
+        QTest::newRow("3 stop bits") << u"9600,n,8,3"_s << u""_s;
+        QTest::newRow("three fields") << u"9600,n,8"_s << u""_s;
+        QTest::newRow("five fields") << u"9600,n,8,1,"_s << u""_s;
+        QTest::newRow("unknown index gives no rate") << u",n,8,1"_s << u""_s;
+        QTest::newRow("empty") << u""_s << u""_s;
     }
 
     void lineSettingsParse()
     {
         QFETCH(QString, text);
-        QFETCH(bool, valid);
         QFETCH(QString, normalised);
         const auto parsed = LineSettings::parse(text);
-        QCOMPARE(parsed.has_value(), valid);
-        if (valid)
-            QCOMPARE(parsed->toString(), normalised);
+        QCOMPARE(parsed ? parsed->toString() : QString(), normalised);
     }
 
     void storeKeepsNumbersAndTextsApart_data()

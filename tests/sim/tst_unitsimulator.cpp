@@ -13,6 +13,9 @@ LineSettings setting(const QString &text)
 
 const QByteArray Probe("\xFFSETVEL", 7);
 
+// Bytes sent one part after another, each at its setting.
+using Parts = QList<std::pair<QString, QByteArray>>;
+
 // Sends the bytes at one setting, a millisecond apart, and collects every
 // answer.
 QByteArray send(UnitSimulator &unit, const QByteArray &bytes, const QString &at, qint64 &now)
@@ -73,64 +76,50 @@ class TestUnitSimulator : public QObject
     Q_OBJECT
 
 private slots:
-    void probeMustArriveWhole_data()
+    // The probe (8 data bits, no parity, 2 stop bits) counts only when it
+    // arrives whole; commands go at odd parity, their data at even, and a
+    // restart also switches every output off. Each row's parts follow a map
+    // that switches outputs 1 and 8 on.
+    void answers_data()
     {
-        QTest::addColumn<QByteArray>("sent");
-        QTest::addColumn<bool>("answers");
-
-        QTest::newRow("exact") << Probe << true;
-        QTest::newRow("repeated lead byte") << QByteArray("\xFF\xFFSETVEL", 8) << true;
-        QTest::newRow("after noise") << QByteArray("xyz\xFFSETVEL", 10) << true;
-        QTest::newRow("wrong letter") << QByteArray("\xFFSETVAL", 7) << false;
-        QTest::newRow("missing lead byte") << QByteArray("SETVEL") << false;
-        QTest::newRow("twice") << QByteArray("\xFFSETVEL\xFFSETVEL", 14) << true;
-    }
-
-    void probeMustArriveWhole()
-    {
-        QFETCH(QByteArray, sent);
-        QFETCH(bool, answers);
-        UnitSimulator unit;
-        qint64 now = 0;
-        const QByteArray answer = send(unit, sent, u"9600,n,8,2"_s, now);
-        QCOMPARE(!answer.isEmpty(), answers);
-        QCOMPARE(answer.size() % 4, 0);
-    }
-
-    // Commands at odd parity, their data at even; a restart also switches
-    // every output off.
-    void commandsAndBlocks_data()
-    {
-        QTest::addColumn<int>("command");
-        QTest::addColumn<QByteArray>("data");
-        QTest::addColumn<QString>("parities"); // of the command byte and of the data
+        QTest::addColumn<Parts>("parts");
         QTest::addColumn<QByteArray>("expected");
 
-        const QByteArray eight("12345678");
-        QTest::newRow("restart") << 0x33 << hex("ff") << u"oe"_s << hex("f000");
-        QTest::newRow("restart needs FF") << 0x33 << hex("fe") << u"oe"_s << QByteArray();
-        QTest::newRow("restart command at even") << 0x33 << hex("ff") << u"ee"_s << QByteArray();
-        QTest::newRow("restart data at odd") << 0x33 << hex("ff") << u"oo"_s << QByteArray();
-        QTest::newRow("good block") << 0x11 << block(7, eight) << u"oe"_s << hex("f000");
-        QTest::newRow("bad check") << 0x11 << block(7, eight, 1) << u"oe"_s << hex("0f00");
-        QTest::newRow("block past the image") << 0x11 << block(32, eight) << u"oe"_s << hex("0f00");
-        QTest::newRow("short block") << 0x11 << block(7, eight).left(10) << u"oe"_s << QByteArray();
-        QTest::newRow("unknown command") << 0x22 << block(7, eight) << u"oe"_s << QByteArray();
+        const auto probe = [](const QByteArray &bytes) { return Parts{{u"9600,n,8,2"_s, bytes}}; };
+        const auto command = [](int c, const QByteArray &data, const char *parities = "oe") {
+            return Parts{{u"9600,%1,8,1"_s.arg(QLatin1Char(parities[0])), QByteArray(1, char(c))},
+                         {u"9600,%1,8,1"_s.arg(QLatin1Char(parities[1])), data}};
+        };
+        const QByteArray version = hex("160100e8"), eight("12345678");
+        QTest::newRow("probe") << probe(Probe) << version;
+        QTest::newRow("repeated lead byte") << probe(QByteArray("\xFF\xFFSETVEL", 8)) << version;
+        QTest::newRow("probe after noise") << probe(QByteArray("xyz\xFFSETVEL", 10)) << version;
+        QTest::newRow("wrong letter") << probe(QByteArray("\xFFSETVAL", 7)) << QByteArray();
+        QTest::newRow("missing lead byte") << probe(QByteArray("SETVEL")) << QByteArray();
+        QTest::newRow("probe twice") << probe(Probe + Probe) << version + version;
+        QTest::newRow("restart") << command(0x33, hex("ff")) << hex("f000");
+        QTest::newRow("restart needs FF") << command(0x33, hex("fe")) << QByteArray();
+        QTest::newRow("restart command at even") << command(0x33, hex("ff"), "ee") << QByteArray();
+        QTest::newRow("restart data at odd") << command(0x33, hex("ff"), "oo") << QByteArray();
+        QTest::newRow("good block") << command(0x11, block(7, eight)) << hex("f000");
+        QTest::newRow("bad check") << command(0x11, block(7, eight, 1)) << hex("0f00");
+        QTest::newRow("block past the image") << command(0x11, block(32, eight)) << hex("0f00");
+        QTest::newRow("short block") << command(0x11, block(7, eight).left(10)) << QByteArray();
+        QTest::newRow("unknown command") << command(0x22, block(7, eight)) << QByteArray();
     }
 
-    void commandsAndBlocks()
+    void answers()
     {
-        QFETCH(int, command);
-        QFETCH(QByteArray, data);
-        QFETCH(QString, parities);
+        QFETCH(Parts, parts);
         QFETCH(QByteArray, expected);
         UnitSimulator unit;
         qint64 now = 0;
         send(unit, hex("81"), u"9600,n,8,1"_s, now);
-        QByteArray answer = send(unit, QByteArray(1, char(command)), u"9600,%1,8,1"_s.arg(parities[0]), now);
-        answer += send(unit, data, u"9600,%1,8,1"_s.arg(parities[1]), now);
+        QByteArray answer;
+        for (const auto &[at, bytes] : parts)
+            answer += send(unit, bytes, at, now);
         QCOMPARE(answer, expected);
-        const bool restarted = command == 0x33 && !expected.isEmpty();
+        const bool restarted = parts.constFirst().second == hex("33") && expected == hex("f000");
         QCOMPARE(unit.restarts(), restarted ? 1 : 0);
         QCOMPARE(unit.outputs(), restarted ? 0 : 0x81);
     }
@@ -146,26 +135,20 @@ private slots:
         QTest::addColumn<int>("expected");
         QTest::addColumn<QStringList>("reports");
 
-        QTest::newRow("map of outputs 1 and 8")
-            << 0x10 << hex("81") << QList<int>{0} << 0x81 << QStringList{u"map 81 -> 81"_s};
-        QTest::newRow("mask on output 3")
-            << 0x10 << hex("04") << QList<int>{0} << 0x14 << QStringList{u"mask 3 on 04 -> 14"_s};
-        QTest::newRow("mask off output 3")
-            << 0x07 << hex("fb") << QList<int>{0} << 0x03 << QStringList{u"mask 3 off fb -> 03"_s};
-        QTest::newRow("bit on output 8")
-            << 0x01 << hex("ff08") << QList<int>{0, 1} << 0x81 << QStringList{u"bit 8 on ff08 -> 81"_s};
-        QTest::newRow("bit off output 1")
-            << 0x03 << hex("0001") << QList<int>{0, 1} << 0x02 << QStringList{u"bit 1 off 0001 -> 02"_s};
-        QTest::newRow("lone FF is all on")
-            << 0x00 << hex("ff") << QList<int>{0} << 0xFF << QStringList{u"map ff -> ff"_s};
-        QTest::newRow("lone 00 is all off")
-            << 0x5A << hex("00") << QList<int>{0} << 0x00 << QStringList{u"map 00 -> 00"_s};
-        QTest::newRow("slow second byte") << 0x00 << hex("ff03") << QList<int>{0, 50} << 0x03
-                                          << QStringList{u"map ff -> 03"_s, u"map 03 -> 03"_s};
-        QTest::newRow("FF then a map") << 0x00 << hex("ff30") << QList<int>{0, 1} << 0x30
-                                       << QStringList{u"map ff -> 30"_s, u"map 30 -> 30"_s};
-        QTest::newRow("00 then output 9 is no bit") << 0x0F << hex("0009") << QList<int>{0, 1} << 0x09
-                                                    << QStringList{u"map 00 -> 09"_s, u"map 09 -> 09"_s};
+        const auto row = [](const char *name, int initial, const char *sent, const QList<int> &times,
+                            int expected, const QStringList &reports) {
+            QTest::newRow(name) << initial << hex(sent) << times << expected << reports;
+        };
+        row("map of outputs 1 and 8", 0x10, "81", {0}, 0x81, {u"map 81 -> 81"_s});
+        row("mask on output 3", 0x10, "04", {0}, 0x14, {u"mask 3 on 04 -> 14"_s});
+        row("mask off output 3", 0x07, "fb", {0}, 0x03, {u"mask 3 off fb -> 03"_s});
+        row("bit on output 8", 0x01, "ff08", {0, 1}, 0x81, {u"bit 8 on ff08 -> 81"_s});
+        row("bit off output 1", 0x03, "0001", {0, 1}, 0x02, {u"bit 1 off 0001 -> 02"_s});
+        row("lone FF is all on", 0x00, "ff", {0}, 0xFF, {u"map ff -> ff"_s});
+        row("lone 00 is all off", 0x5A, "00", {0}, 0x00, {u"map 00 -> 00"_s});
+        row("slow second byte", 0x00, "ff03", {0, 50}, 0x03, {u"map ff -> 03"_s, u"map 03 -> 03"_s});
+        row("FF then a map", 0x00, "ff30", {0, 1}, 0x30, {u"map ff -> 30"_s, u"map 30 -> 30"_s});
+        row("00 then output 9 is no bit", 0x0F, "0009", {0, 1}, 0x09, {u"map 00 -> 09"_s, u"map 09 -> 09"_s});
     }
 
     void testStrings()
