@@ -190,7 +190,6 @@ private slots:
 
     void saveChangesPrompt_data()
     {
-        // clang-format off
         QTest::addColumn<QString>("command");
         QTest::addColumn<int>("answer");
         // The current file was written, the command went ahead, the
@@ -210,7 +209,6 @@ private slots:
             QTest::addRow("%s, no", qPrintable(exit)) << exit << no << "0101";
             QTest::addRow("%s, cancel", qPrintable(exit)) << exit << cancel << "0001";
         }
-        // clang-format on
     }
 
     void saveChangesPrompt()
@@ -245,7 +243,6 @@ private slots:
 
     void settingsDialog_data()
     {
-        // clang-format off
         QTest::addColumn<int>("baud");
         QTest::addColumn<int>("parity");
         QTest::addColumn<bool>("done");
@@ -253,7 +250,6 @@ private slots:
         QTest::newRow("19200 even, done") << 4 << 1 << true << u"19200, baud, Even"_s;
         QTest::newRow("no change, done") << 0 << 0 << true << u"9600, baud, No"_s;
         QTest::newRow("change, cancel") << 6 << 2 << false << u"9600, baud, No"_s;
-        // clang-format on
     }
 
     void settingsDialog()
@@ -295,7 +291,6 @@ private slots:
 
     void failuresInACommandMakeTheConfigurationUntitled_data()
     {
-        // clang-format off
         QTest::addColumn<QString>("command");
         QTest::addColumn<int>("line");
         QTest::addColumn<QByteArray>("content");
@@ -303,7 +298,6 @@ private slots:
         QTest::newRow("settings, parity -1") << u"SETTINGS"_s << 35 << QByteArray("-1");
         QTest::newRow("export, a byte 300") << u"EXPORT"_s << 2 << QByteArray("1,0,0,0,300,1,");
         QTest::newRow("download, period 256") << u"DOWNLOAD"_s << 4 << QByteArray("256");
-        // clang-format on
     }
 
     void failuresInACommandMakeTheConfigurationUntitled()
@@ -452,7 +446,6 @@ private slots:
 
     void shortcutsRunTheCommands_data()
     {
-        // clang-format off
         QTest::addColumn<QKeySequence>("keys");
         QTest::addColumn<bool>("edited"); // output 7 changed first, else started again
         QTest::addColumn<int>("dialogs"); // file dialogs shown
@@ -462,7 +455,6 @@ private slots:
         QTest::newRow("Ctrl+S, nothing to save") << QKeySequence(Qt::CTRL | Qt::Key_S) << false << 0;
         QTest::newRow("F1 is help") << QKeySequence(Qt::Key_F1) << true << 0;
         QTest::newRow("Ctrl+N starts again") << QKeySequence(Qt::CTRL | Qt::Key_N) << true << 0;
-        // clang-format on
     }
 
     void shortcutsRunTheCommands()
@@ -487,7 +479,6 @@ private slots:
 
     void helpOpensInOurOwnWindowWhereTheDesktopCannot_data()
     {
-        // clang-format off
         QTest::addColumn<int>("code"); // the shell's answer
         QTest::addColumn<QString>("message");
         QTest::addColumn<bool>("ownWindow");
@@ -495,7 +486,6 @@ private slots:
         QTest::newRow("no viewer or no browser") << int(Shell::NoAssociation) << QString() << true;
         QTest::newRow("no page") << int(Shell::FileNotFound) << u"File not found!"_s << false;
         QTest::newRow("association broken") << 27 << u"Incomplete or invalid file association!"_s << false;
-        // clang-format on
     }
     void helpOpensInOurOwnWindowWhereTheDesktopCannot()
     {
@@ -532,13 +522,11 @@ private slots:
 
     void screenReadersNameEveryControl_data()
     {
-        // clang-format off
         QTest::addColumn<QString>("command"); // the dialog it opens; none: the window itself
         QTest::newRow("main window") << QString();
         QTest::newRow("settings") << u"SETTINGS"_s;
         QTest::newRow("about") << u"ABOUT"_s;
         QTest::newRow("help") << u"HELP"_s;
-        // clang-format on
     }
     void screenReadersNameEveryControl()
     {

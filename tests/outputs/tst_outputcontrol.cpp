@@ -52,13 +52,11 @@ class TestOutputControl : public QObject
 private slots:
     void setIndexShowsTheOutputQuietly_data()
     {
-        // clang-format off
         QTest::addColumn<int>("index");
         QTest::addColumn<bool>("pulse");
         QTest::addColumn<int>("period");
         QTest::newRow("first, On/Off") << 0 << false << 1;
         QTest::newRow("last, pulse") << 7 << true << 255;
-        // clang-format on
     }
 
     void setIndexShowsTheOutputQuietly()
@@ -129,12 +127,10 @@ private slots:
 
     void widerPanelsGiveTheCodesTheRoom_data()
     {
-        // clang-format off
-        QTest::addColumn<int>("extra"); // pixels beyond the drawn width
+        QTest::addColumn<int>("extra");    // pixels beyond the drawn width
         QTest::addColumn<bool>("scrolls"); // a full binary code needs its bar
         QTest::newRow("as drawn") << 0 << true;
         QTest::newRow("wider") << 900 << false;
-        // clang-format on
     }
     void widerPanelsGiveTheCodesTheRoom()
     {
