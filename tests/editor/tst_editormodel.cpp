@@ -95,7 +95,6 @@ const EditCase EditCases[] = {
     {"up on 255 gives 256",           "255d", Edit,  "{Up}",               "256d",     0, 0, 1, 0},
     {"up at the end",                 "1d",   Edit,  "{End}{Up}",          "1d",       1, 1, 1, 0},
     {"up with a selection",           "1d 2d", Edit, "{S-Right}{Up}",      "1d,2d",    1, 0, 0, 0},
-    {"enter, then escape",            Abcd,   Edit,  "{Enter}{Escape}",    "abcd",     0, 0, 1, 1},
     // moving and selecting
     {"shift selects",                 Abcd,   Edit,  "{S-Right}{S-Right}", "abcd",     2, 0, 0, 0},
     {"left collapses",                Abcd,   Edit,  "{End}{S-Left}{S-Left}{Left}", "abcd", 2, 2, 0, 0},
@@ -135,7 +134,7 @@ const EditCase EditCases[] = {
     {"an edit drops what was undone", "",     Edit,  "ab{C-Z}z{C-Y}{C-Z}", "a",        1, 1, 3, 0},
     // pasting: read-only on purpose, as it has never looked at the edit flag
     {"paste into empty",              "",     ReadOnly, "{!paste OLVEXBYTES2,13,4,65,0,}", "CR,A", 2, 2, 0, 0},
-    {"paste at the cursor",           "97a",  ReadOnly, "{!paste OLVEXBYTES1,5,1,}", "5d,a", 1, 1, 0, 0},
+    {"paste at the cursor",           "97a 98a", ReadOnly, "{Right}{!paste OLVEXBYTES1,5,1,}", "a,5d,b", 2, 2, 0, 0},
     {"paste with blanks in fields",   "",     ReadOnly, "{!paste OLVEXBYTES 1, 66, 0,}", "B", 1, 1, 0, 0},
     {"paste without the marker",      "97a",  ReadOnly, "{!paste 2,13,4,65,0,}", "=",  0, 0, 0, 0},
     {"paste, marker in lower case",   "97a",  ReadOnly, "{!paste olvexbytes1,65,0,}", "=", 0, 0, 0, 0},
@@ -359,42 +358,6 @@ private slots:
         QCOMPARE(from.model.cut(), QStringLiteral("OLVEXBYTES3,72,0,105,0,13,4,"));
         QVERIFY(to.model.Message().IsTheSameAs(from.model.Message())); // read-only: copied, not cut
         QCOMPARE(EditorModel().copyText(true), QString()); // nothing to copy: the clipboard is cleared
-    }
-
-    // What holds for every paste, whatever the text: a refused one changes
-    // nothing and records nothing; an accepted one only inserts at the
-    // cursor, never grows the message past 14 bytes nor brings in an Ignore
-    // byte it forbids, and one Undo takes it back.
-    void pasteOnlyInsertsAtTheCursor()
-    {
-        QRandomGenerator rng(20240602);
-        const QStringList full = QString::fromUtf8(Full).split(u' ');
-        for (int round = 0; round < 1000; ++round) {
-            const int count = rng.bounded(15);
-            const int cursor = rng.bounded(count + 1);
-            Loaded l(full.mid(0, count).join(u' '), rng.bounded(2) == 1 ? Edit | Ignore : Edit);
-            l.model.placeCursor(cursor, false);
-            const SerialEditorData before = l.model.Message();
-            QString text = pasteText(rng.bounded(-2, 18), rng.bounded(-10, 400), rng.bounded(-1, 9));
-            text.chop(rng.bounded(2) * rng.bounded(text.size()));
-
-            const bool accepted = l.model.paste(text);
-            const SerialEditorData &after = l.model.Message();
-            const int inserted = after.NumberOfBytesInMessage() - count;
-            QVERIFY(accepted || (after.IsTheSameAs(before) && l.model.HistoryTop() == 0));
-            QVERIFY(inserted >= 0 && after.NumberOfBytesInMessage() <= SerialEditorData::MaxBytes);
-            for (int i = 0; i < count; ++i) {
-                const int now = i < cursor ? i : i + inserted;
-                QCOMPARE(after.ByteValue(now), before.ByteValue(i));
-                QCOMPARE(after.ByteType(now), before.ByteType(i));
-            }
-            for (int i = cursor; i < cursor + inserted && !before.CanDoIgnore(); ++i)
-                QVERIFY(after.ByteType(i) != SerialEditorData::Type::Ignore);
-            QCOMPARE(QList<int>({after.CurrentByte(), l.model.SelectAnchor()}),
-                     QList<int>(2, cursor + inserted));
-            l.model.undo();
-            QVERIFY(l.model.Message().IsTheSameAs(before));
-        }
     }
 
     void useThisMessageResetsEverything()

@@ -248,24 +248,22 @@ private slots:
     {
         // clang-format off
         QTest::addColumn<bool>("allowEdit");
-        QTest::addColumn<int>("key");
-        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<QKeyCombination>("keys");
         QTest::addColumn<QString>("focus"); // the widget that has the focus afterwards
-        const int ctrl = Qt::ControlModifier, shift = Qt::ShiftModifier;
-        QTest::newRow("Tab") << true << int(Qt::Key_Tab) << 0 << "DisplayImage";
-        QTest::newRow("Shift+Tab") << true << int(Qt::Key_Backtab) << shift << "DisplayImage";
-        QTest::newRow("Ctrl+Tab") << true << int(Qt::Key_Tab) << ctrl << "after";
-        QTest::newRow("Ctrl+Shift+Tab") << true << int(Qt::Key_Backtab) << (ctrl | shift) << "before";
-        QTest::newRow("Ctrl+Shift+Tab as Tab") << true << int(Qt::Key_Tab) << (ctrl | shift) << "before";
-        QTest::newRow("read-only, Tab") << false << int(Qt::Key_Tab) << 0 << "after";
-        QTest::newRow("read-only, Ctrl+Shift+Tab") << false << int(Qt::Key_Backtab) << (ctrl | shift) << "before";
+        const auto ctrl = Qt::ControlModifier, shift = Qt::ShiftModifier;
+        QTest::newRow("Tab") << true << QKeyCombination(Qt::Key_Tab) << "DisplayImage";
+        QTest::newRow("Shift+Tab") << true << (shift | Qt::Key_Backtab) << "DisplayImage";
+        QTest::newRow("Ctrl+Tab") << true << (ctrl | Qt::Key_Tab) << "after";
+        QTest::newRow("Ctrl+Shift+Tab") << true << (ctrl | shift | Qt::Key_Backtab) << "before";
+        QTest::newRow("Ctrl+Shift+Tab as Tab") << true << (ctrl | shift | Qt::Key_Tab) << "before";
+        QTest::newRow("read-only, Tab") << false << QKeyCombination(Qt::Key_Tab) << "after";
+        QTest::newRow("read-only, Ctrl+Shift+Tab") << false << (ctrl | shift | Qt::Key_Backtab) << "before";
         // clang-format on
     }
     void tabStaysAndCtrlTabLeaves()
     {
         QFETCH(bool, allowEdit);
-        QFETCH(int, key);
-        QFETCH(int, modifiers);
+        QFETCH(QKeyCombination, keys);
         QFETCH(QString, focus);
         // The editor between two text fields, in the focus order.
         QWidget window;
@@ -282,7 +280,7 @@ private slots:
         editor->setFocus();
         QSignalSpy changed(editor, &SerialEditor::Changed);
 
-        QTest::keyClick(QApplication::focusWidget(), Qt::Key(key), Qt::KeyboardModifiers(modifiers));
+        QTest::keyClick(QApplication::focusWidget(), keys.key(), keys.keyboardModifiers());
         QCOMPARE(QApplication::focusWidget()->objectName(), focus);
         QCOMPARE(text(editor->model().Message()), QStringLiteral("A"));
         QCOMPARE(changed.count(), 0);
@@ -330,27 +328,21 @@ private slots:
         QCOMPARE(s.editor.model().cursor(), s.editor.model().shownByteCount());
     }
 
-    void screenReadersNameTheEditor_data()
-    {
-        // clang-format off
-        QTest::addColumn<QString>("given");
-        QTest::addColumn<QString>("frame");
-        QTest::addColumn<QString>("name");
-        QTest::newRow("its own name") << "Serial code for ON, Output 1" << "Serial message" << "Serial code for ON, Output 1";
-        QTest::newRow("its frame's title") << "" << "Serial message" << "Serial message";
-        QTest::newRow("its tooltip") << "" << "" << "Serial code to turn output On";
-        // clang-format on
-    }
+    // Its own name, else its frame's title, else its tooltip.
     void screenReadersNameTheEditor()
     {
-        QFETCH(QString, given);
-        QFETCH(QString, frame);
-        QFETCH(QString, name);
-        QGroupBox box(frame);
+        QGroupBox box(QStringLiteral("Serial message"));
         auto *editor = new SerialEditor(&box);
-        editor->setAccessibleName(given);
         editor->SetToolTipText(QStringLiteral("Serial code to turn output On"));
-        QCOMPARE(QAccessible::queryAccessibleInterface(editor->focusProxy())->text(QAccessible::Name), name);
+        const auto name = [editor] {
+            return QAccessible::queryAccessibleInterface(editor->focusProxy())->text(QAccessible::Name);
+        };
+        editor->setAccessibleName(QStringLiteral("Serial code for ON, Output 1"));
+        QCOMPARE(name(), QStringLiteral("Serial code for ON, Output 1"));
+        editor->setAccessibleName(QString());
+        QCOMPARE(name(), QStringLiteral("Serial message"));
+        box.setTitle(QString());
+        QCOMPARE(name(), QStringLiteral("Serial code to turn output On"));
     }
 
     void keysReachTheModelOnceAndTheLayoutFits()

@@ -41,11 +41,9 @@ class TestToolbar : public QObject
 private slots:
     void groupsFollowThePackingRules_data()
     {
-        // clang-format off
         QTest::addColumn<int>("width");
         QTest::newRow("600 px") << 600;
         QTest::newRow("odd width") << 801;
-        // clang-format on
     }
 
     void groupsFollowThePackingRules()

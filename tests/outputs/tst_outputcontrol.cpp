@@ -1,6 +1,7 @@
 #include "OutputControl.h"
 #include "SerialEditor.h"
 #include "byteEditor.h"
+#include "support/Messages.h"
 
 #include <QGroupBox>
 #include <QLabel>
@@ -11,17 +12,10 @@
 
 #include <stdexcept>
 
-namespace {
+using samples::code;
+using Type = SerialEditorData::Type;
 
-SerialEditorData code(std::initializer_list<int> bytes)
-{
-    SerialEditorData m;
-    int i = 0;
-    for (int b : bytes)
-        m.SetByteValue(i++, static_cast<std::int16_t>(b));
-    m.SetNumberOfBytesInMessage(static_cast<std::int16_t>(i));
-    return m;
-}
+namespace {
 
 struct Panel {
     ConfigData config;
@@ -58,26 +52,24 @@ class TestOutputControl : public QObject
 private slots:
     void setIndexShowsTheOutputQuietly_data()
     {
-        // clang-format off
         QTest::addColumn<int>("index");
         QTest::addColumn<bool>("pulse");
-        QTest::addColumn<int>("period");
-        QTest::newRow("first, On/Off") << 0 << false << 1;
-        QTest::newRow("last, pulse") << 7 << true << 255;
-        // clang-format on
+        QTest::addColumn<QString>("period");
+        QTest::newRow("first, On/Off") << 0 << false << QStringLiteral("001");
+        QTest::newRow("last, pulse") << 7 << true << QStringLiteral("255");
     }
 
     void setIndexShowsTheOutputQuietly()
     {
         QFETCH(int, index);
         QFETCH(bool, pulse);
-        QFETCH(int, period);
+        QFETCH(QString, period);
         Panel p;
         const auto i = std::size_t(index);
         p.config.PulseModes[i] = pulse;
-        p.config.OnPeriods[i] = std::int16_t(period);
-        p.config.OnMessages[i] = code({'O', 'N'});
-        p.config.OffMessages[i] = code({'O', 'F', 'F'});
+        p.config.OnPeriods[i] = std::int16_t(period.toInt());
+        p.config.OnMessages[i] = code("ON", Type::Ascii);
+        p.config.OffMessages[i] = code("OFF", Type::Ascii);
         p.control.show();
         // Children that report changes in the middle of a load, as an editor
         // or an option button being filled may do, are not heard.
@@ -89,24 +81,26 @@ private slots:
 
         QCOMPARE(p.clicks.size(), 0);
         QCOMPARE(p.config.PulseModes[i], pulse);
-        QCOMPARE(p.config.OnPeriods[i], period);
+        QCOMPARE(p.config.OnPeriods[i], period.toInt());
         QCOMPARE(p.child<QGroupBox>("MainFrame")->title(), QStringLiteral("Output %1").arg(index + 1));
         QCOMPARE(p.option(1)->isChecked(), pulse);
         QCOMPARE(p.pulseControlsShown(), pulse);
-        QCOMPARE(p.periodText()->text(), QStringLiteral("%1").arg(period, 3, 10, QLatin1Char('0')));
-        // The editors work on copies of the configuration's codes.
+        QCOMPARE(p.periodText()->text(), period);
+        // The editors show the configuration's codes.
         QVERIFY(p.off()->ReturnCurrentMessage().IsTheSameAs(p.config.OffMessages[i]));
-        QVERIFY(&p.on()->ReturnCurrentMessage() != &p.config.OnMessages[i]);
         QVERIFY_THROWS_EXCEPTION(std::out_of_range, p.control.SetIndex(8));
         QCOMPARE(p.control.OutputNumber(), index);
         emit p.on()->Changed(); // once loaded, changes count again
         QCOMPARE(p.clicks.size(), 1);
     }
 
-    void modeAndPeriodAreWrittenBackAtOnce()
+    // Mode and period go back to the configuration at once, the codes only
+    // when collated.
+    void editsReachTheConfiguration()
     {
         Panel p;
-        p.config.OffMessages[4] = code({1, 2, 3});
+        p.config.OnMessages[4] = code("A");
+        p.config.OffMessages[4] = code("\x01\x02\x03");
         p.config.OnPeriods[4] = 10;
         p.control.show();
         p.control.SetIndex(4);
@@ -116,32 +110,35 @@ private slots:
         QCOMPARE(p.config.OnPeriods[4], 11);
         QTest::mouseClick(p.option(0), Qt::LeftButton);
         QVERIFY(!p.config.PulseModes[4] && !p.pulseControlsShown());
-        QCOMPARE(p.clicks.size(), 3);
-        QVERIFY(p.off()->ReturnCurrentMessage().IsTheSameAs(code({1, 2, 3}))); // hidden, not cleared
+        QVERIFY(p.off()->ReturnCurrentMessage().IsTheSameAs(code("\x01\x02\x03"))); // hidden, not cleared
         QCOMPARE(p.config.OnPeriods[5], 0);
+
+        p.on()->ReturnCurrentMessage().SetAllDataTo(code("BC"));
+        p.off()->ReturnCurrentMessage().SetAllDataTo(code("D"));
+        emit p.on()->Changed();
+        emit p.off()->Changed();
+        QCOMPARE(p.clicks.size(), 5);
+        QVERIFY(p.config.OnMessages[4].IsTheSameAs(code("A"))); // not yet
+        p.control.ColateSerialData();
+        QVERIFY(p.config.OnMessages[4].IsTheSameAs(code("BC")));
+        QVERIFY(p.config.OffMessages[4].IsTheSameAs(code("D")));
+        QVERIFY(p.config.OnMessages[0].IsTheSameAs(SerialEditorData()));
     }
 
     void widerPanelsGiveTheCodesTheRoom_data()
     {
-        // clang-format off
-        QTest::addColumn<int>("extra"); // pixels beyond the drawn width
+        QTest::addColumn<int>("extra");    // pixels beyond the drawn width
         QTest::addColumn<bool>("scrolls"); // a full binary code needs its bar
         QTest::newRow("as drawn") << 0 << true;
         QTest::newRow("wider") << 900 << false;
-        // clang-format on
     }
     void widerPanelsGiveTheCodesTheRoom()
     {
         QFETCH(int, extra);
         QFETCH(bool, scrolls);
         Panel p;
-        SerialEditorData code;
-        for (int i = 0; i < SerialEditorData::MaxBytes; ++i) {
-            code.SetByteValue(i, std::int16_t(128 + i));
-            code.SetByteType(i, SerialEditorData::Type::Binary);
-        }
-        code.SetNumberOfBytesInMessage(SerialEditorData::MaxBytes);
-        p.config.OffMessages[2] = code;
+        p.config.OffMessages[2] =
+            code("\x80\x81\x82\x83\x84\x85\x86\x87\x88\x89\x8a\x8b\x8c\x8d", Type::Binary);
         p.control.SetIndex(2);
         const QSize drawn = p.control.sizeHint();
         const QRect drawnOff = p.off()->geometry();
@@ -156,23 +153,6 @@ private slots:
         QCOMPARE(p.child("MainFrame")->width(), drawn.width() + extra);
         QCOMPARE(p.child("FindingsMark")->geometry(), drawnMark.translated(extra, 0)); // in the corner
         QCOMPARE(p.off()->findChild<QWidget *>(QStringLiteral("OffsetBar"))->isEnabled(), scrolls);
-    }
-
-    void editedCodesReachTheConfigurationOnlyWhenCollated()
-    {
-        Panel p;
-        p.config.OnMessages[5] = code({'A'});
-        p.control.SetIndex(5);
-        p.on()->ReturnCurrentMessage().SetAllDataTo(code({'B', 'C'}));
-        p.off()->ReturnCurrentMessage().SetAllDataTo(code({'D'}));
-        emit p.on()->Changed();
-        emit p.off()->Changed();
-        QCOMPARE(p.clicks.size(), 2);
-        QVERIFY(p.config.OnMessages[5].IsTheSameAs(code({'A'}))); // not yet
-        p.control.ColateSerialData();
-        QVERIFY(p.config.OnMessages[5].IsTheSameAs(code({'B', 'C'})));
-        QVERIFY(p.config.OffMessages[5].IsTheSameAs(code({'D'})));
-        QVERIFY(p.config.OnMessages[0].IsTheSameAs(SerialEditorData()));
     }
 };
 

@@ -114,31 +114,41 @@ class TestVirtualUnit : public QObject
     Q_OBJECT
 
 private slots:
-    // The window's buttons send the editor's codes as a sender on the
-    // unit's line would; the lamps, the bytes received and the history
-    // follow, a pulse ending on time.
-    void codeButtonsSwitchTheLamps_data()
+    // The window's buttons, or Send in the TEST dialog, send a code as a
+    // sender on the unit's line would; the lamps, the bytes received and the
+    // history follow at once, a pulse ending on time.
+    void sendsSwitchTheLamps_data()
     {
-        QTest::addColumn<QStringList>("clicks");
+        QTest::addColumn<bool>("inDialog");
+        QTest::addColumn<QStringList>("clicks"); // in the dialog: after choosing slot 1
         QTest::addColumn<int>("lit");
-        QTest::addColumn<QString>("history");
-        QTest::addColumn<QString>("receivedAt");
+        QTest::addColumn<QString>("history"); // what was received -> what it did
+        QTest::addColumn<QString>("at");      // the line setting it was received at
 
-        QTest::newRow("on") << QStringList{u"On1"_s} << 0x01 << u"LIGHTS ON,CR -> output 1 on"_s
-                            << u"at 19200,e,8,1, recognised: output 1 on"_s;
-        QTest::newRow("on then off") << QStringList{u"On1"_s, u"Off1"_s} << 0x00
-                                     << u"LIGHTS OFF,CR -> output 1 off"_s
-                                     << u"at 19200,e,8,1, recognised: output 1 off"_s;
-        QTest::newRow("pulse") << QStringList{u"On2"_s} << 0x02 << u"STX,DOOR,1h,ETX -> output 2 on for 5 s"_s
-                               << u"at 19200,e,8,1, recognised: output 2 on for 5 s"_s;
+        QTest::newRow("on") << false << QStringList{u"On1"_s} << 0x01 << u"LIGHTS ON,CR -> output 1 on"_s
+                            << u"19200,e,8,1"_s;
+        QTest::newRow("on then off") << false << QStringList{u"On1"_s, u"Off1"_s} << 0x00
+                                     << u"LIGHTS OFF,CR -> output 1 off"_s << u"19200,e,8,1"_s;
+        QTest::newRow("pulse") << false << QStringList{u"On2"_s} << 0x02
+                               << u"STX,DOOR,1h,ETX -> output 2 on for 5 s"_s << u"19200,e,8,1"_s;
+        // The dialog opens on the configured code of output 1, On.
+        QTest::newRow("TEST, configured code")
+            << true << QStringList() << 0x01 << u"LIGHTS ON,CR -> output 1 on"_s << u"19200,e,8,1"_s;
+        QTest::newRow("TEST, map") << true
+                                   << QStringList{u"ModeOption0"_s, u"WhichCheck0"_s, u"WhichCheck7"_s}
+                                   << 0x81 << u"81h -> map: outputs 1, 8 on, the others off"_s
+                                   << u"9600,n,8,1"_s;
+        QTest::newRow("TEST, bit") << true << QStringList{u"ModeOption2"_s, u"WhichOption7"_s} << 0x80
+                                   << u"FFh,BS -> bit: output 8 on"_s << u"9600,n,8,1"_s;
     }
 
-    void codeButtonsSwitchTheLamps()
+    void sendsSwitchTheLamps()
     {
+        QFETCH(bool, inDialog);
         QFETCH(QStringList, clicks);
         QFETCH(int, lit);
         QFETCH(QString, history);
-        QFETCH(QString, receivedAt);
+        QFETCH(QString, at);
 
         Desk desk;
         QCOMPARE(desk.label(u"Holding"_s), u"Holds: nothing programmed yet"_s);
@@ -146,13 +156,29 @@ private slots:
         QCOMPARE(desk.prompter.shown().size(), 1);
         QVERIFY(desk.label(u"Holding"_s).startsWith(u"Holds: programmed from demo.OTS at "_s));
         QCOMPARE(desk.label(u"Listening"_s), u"Listens for its codes at 19200,e,8,1"_s);
-        QVERIFY(!child<QLabel>(*desk.unit, u"Note"_s)->isVisible());
 
-        for (const QString &name : clicks)
-            desk.clickUnit(name);
-        QCOMPARE(desk.lit(), lit);
-        QCOMPARE(desk.lastHistory(), history);
-        QCOMPARE(desk.label(u"ReceivedAt"_s), receivedAt);
+        int litMeanwhile = -1;
+        QString historyMeanwhile;
+        if (inDialog) {
+            desk.command("TEST", [&](UnitDialog &dialog) {
+                click(dialog, u"Option1_0"_s);
+                for (const QString &name : clicks)
+                    click(dialog, name);
+                click(dialog, u"Send"_s);
+                litMeanwhile = desk.lit();
+                historyMeanwhile = desk.lastHistory();
+                click(dialog, u"Done"_s);
+            });
+        } else {
+            for (const QString &name : clicks)
+                desk.clickUnit(name);
+            litMeanwhile = desk.lit();
+            historyMeanwhile = desk.lastHistory();
+        }
+        QCOMPARE(litMeanwhile, lit);
+        QCOMPARE(historyMeanwhile, history);
+        QCOMPARE(desk.label(u"ReceivedAt"_s),
+                 u"at "_s + at + u", recognised: "_s + history.section(u" -> "_s, 1));
         // The recognised code is marked in the bytes received.
         const EditorModel &received = child<SerialEditor>(*desk.unit, u"ReceivedBytes"_s)->model();
         QVERIFY(received.isSelected(0) && received.isSelected(received.shownByteCount() - 1));
@@ -164,6 +190,19 @@ private slots:
             QCOMPARE(desk.lit(), 0);
             QCOMPARE(desk.lastHistory(), u"output 2 off: its period is over"_s);
         }
+
+        // TAVO_SCREENSHOT_DIR=dir keeps the editor with the unit beside it
+        // after a DOWNLOAD and a TEST send.
+        const QString shots = qEnvironmentVariable("TAVO_SCREENSHOT_DIR");
+        if (!shots.isEmpty() && inDialog && clicks.isEmpty()) {
+            const QPixmap editor = desk.window.grab();
+            const QPixmap unit = desk.unit->grab();
+            QPixmap both(editor.width() + 12 + unit.width(), std::max(editor.height(), unit.height()));
+            both.fill(desk.unit->palette().color(QPalette::Window).darker(115));
+            QPainter(&both).drawPixmap(0, 0, editor);
+            QPainter(&both).drawPixmap(editor.width() + 12, 0, unit);
+            QVERIFY(QDir().mkpath(shots) && both.save(shots + u"/virtual-unit.png"_s));
+        }
     }
 
     // An edit after the download: the unit holds an older configuration
@@ -171,20 +210,20 @@ private slots:
     void anEditLeavesTheUnitBehind()
     {
         Desk desk;
-        QVERIFY(child<QLabel>(*desk.unit, u"Note"_s)->isVisible()); // nothing programmed yet
+        const auto *note = child<QLabel>(*desk.unit, u"Note"_s);
+        const auto *off = child<QPushButton>(*desk.unit, u"Off1"_s);
+        QVERIFY(note->isVisible()); // nothing programmed yet
         desk.download();
-        QVERIFY(!child<QLabel>(*desk.unit, u"Note"_s)->isVisible());
-        QVERIFY(child<QPushButton>(*desk.unit, u"Off1"_s)->isEnabled());
+        QVERIFY(!note->isVisible());
+        QVERIFY(off->isEnabled());
 
         QTest::mouseClick(desk.window.OutputControl1(0)->findChild<QRadioButton *>(u"OuputOperation_1"_s),
                           Qt::LeftButton);
-        QVERIFY(desk.label(u"Note"_s).startsWith(
-            u"The unit holds an older configuration than the editor shows"_s));
-        QVERIFY(child<QLabel>(*desk.unit, u"Note"_s)->isVisible());
-        QVERIFY(!child<QPushButton>(*desk.unit, u"Off1"_s)->isEnabled()); // pulse mode: no Off code
-
+        QVERIFY(note->isVisible());
+        QVERIFY(note->text().startsWith(u"The unit holds an older configuration than the editor shows"_s));
+        QVERIFY(!off->isEnabled()); // pulse mode: no Off code
         desk.download();
-        QVERIFY(!child<QLabel>(*desk.unit, u"Note"_s)->isVisible());
+        QVERIFY(!note->isVisible());
     }
 
     // Each switch, thrown after the dialog's search found the unit, makes
@@ -229,58 +268,6 @@ private slots:
         });
         QCOMPARE(desk.messages(), messages);
         QCOMPARE(desk.line.unit().imagesReceived(), control.startsWith(u"FaultRestart"_s) ? 1 : 0);
-    }
-
-    // While the test dialog runs, the lamps and the history follow each
-    // Send at once.
-    void liveWhileTheTestDialogRuns_data()
-    {
-        QTest::addColumn<QStringList>("clicks"); // in the dialog, after choosing slot 1
-        QTest::addColumn<int>("lit");
-        QTest::addColumn<QString>("history");
-
-        // The dialog opens on the configured code of output 1, On.
-        QTest::newRow("configured code") << QStringList() << 0x01 << u"LIGHTS ON,CR -> output 1 on"_s;
-        QTest::newRow("map") << QStringList{u"ModeOption0"_s, u"WhichCheck0"_s, u"WhichCheck7"_s} << 0x81
-                             << u"81h -> map: outputs 1, 8 on, the others off"_s;
-        QTest::newRow("bit") << QStringList{u"ModeOption2"_s, u"WhichOption7"_s} << 0x80
-                             << u"FFh,BS -> bit: output 8 on"_s;
-    }
-
-    void liveWhileTheTestDialogRuns()
-    {
-        QFETCH(QStringList, clicks);
-        QFETCH(int, lit);
-        QFETCH(QString, history);
-
-        Desk desk;
-        desk.download();
-        int litMeanwhile = -1;
-        QString historyMeanwhile;
-        desk.command("TEST", [&](UnitDialog &dialog) {
-            click(dialog, u"Option1_0"_s);
-            for (const QString &name : clicks)
-                click(dialog, name);
-            click(dialog, u"Send"_s);
-            litMeanwhile = desk.lit();
-            historyMeanwhile = desk.lastHistory();
-            click(dialog, u"Done"_s);
-        });
-        QCOMPARE(litMeanwhile, lit);
-        QCOMPARE(historyMeanwhile, history);
-
-        // TAVO_SCREENSHOT_DIR=dir keeps the editor with the unit beside it
-        // after a DOWNLOAD and a TEST send.
-        const QString shots = qEnvironmentVariable("TAVO_SCREENSHOT_DIR");
-        if (!shots.isEmpty() && clicks.isEmpty()) {
-            const QPixmap editor = desk.window.grab();
-            const QPixmap unit = desk.unit->grab();
-            QPixmap both(editor.width() + 12 + unit.width(), std::max(editor.height(), unit.height()));
-            both.fill(desk.unit->palette().color(QPalette::Window).darker(115));
-            QPainter(&both).drawPixmap(0, 0, editor);
-            QPainter(&both).drawPixmap(editor.width() + 12, 0, unit);
-            QVERIFY(QDir().mkpath(shots) && both.save(shots + u"/virtual-unit.png"_s));
-        }
     }
 };
 
