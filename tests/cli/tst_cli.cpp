@@ -138,41 +138,26 @@ private:
                 QString::fromUtf8(p.readAllStandardError()), out};
     }
 
-    // A `tavo sim` whose stdout is read line by line.
-    class Sim
-    {
-    public:
-        Sim(const QStringList &args, const QProcessEnvironment &env)
+    // A `tavo sim`; the first line it prints names its terminal.
+    struct Sim : QProcess {
+        QString pty;
+        ~Sim() override
         {
-            m_process.setProcessEnvironment(env);
-            m_process.start(TavoPath, QStringList{u"sim"_s} + args);
-            m_pty = nextLine();
-        }
-        ~Sim()
-        {
-            if (m_process.state() != QProcess::NotRunning) {
-                m_process.kill();
-                m_process.waitForFinished();
+            if (state() != QProcess::NotRunning) {
+                kill();
+                waitForFinished();
             }
         }
-
-        QString pty() const { return m_pty; }
-        QProcess &process() { return m_process; }
-
         // The next line the simulator prints, or nothing within the limit.
-        QString nextLine(int timeoutMs = 10000)
+        QString nextLine()
         {
-            QDeadlineTimer deadline(timeoutMs);
-            while (!m_process.canReadLine()) {
-                if (deadline.hasExpired() || !m_process.waitForReadyRead(int(deadline.remainingTime())))
+            QDeadlineTimer deadline(10000);
+            while (!canReadLine()) {
+                if (deadline.hasExpired() || !waitForReadyRead(int(deadline.remainingTime())))
                     return {};
             }
-            return QString::fromUtf8(m_process.readLine()).trimmed();
+            return QString::fromUtf8(readLine()).trimmed();
         }
-
-    private:
-        QProcess m_process;
-        QString m_pty;
     };
 
     // Waits until `p` has written `text` to its standard error.
@@ -194,10 +179,11 @@ private:
 
     std::unique_ptr<Sim> startSim(const QStringList &args)
     {
-        auto sim = std::make_unique<Sim>(args, environment());
-        if (!sim->pty().startsWith(u'/'))
-            return nullptr;
-        return sim;
+        auto sim = std::make_unique<Sim>();
+        sim->setProcessEnvironment(environment());
+        sim->start(TavoPath, QStringList{u"sim"_s} + args);
+        sim->pty = sim->nextLine();
+        return sim->pty.startsWith(u'/') ? std::move(sim) : nullptr;
     }
 
 private slots:
@@ -415,10 +401,10 @@ private slots:
             QSKIP("no pseudo-terminal for the simulated unit");
         const QString missing = path(u"ttyMissing"_s);
         const Run run =
-            tavo(QStringList{u"search"_s, u"--ports"_s, sim->pty() + u",,"_s + missing} + searchArgs);
+            tavo(QStringList{u"search"_s, u"--ports"_s, sim->pty + u",,"_s + missing} + searchArgs);
         QCOMPARE(run.code, 0);
         const QStringList expected{
-            u"slot 1 (%1): %2"_s.arg(sim->pty(), slot1),
+            u"slot 1 (%1): %2"_s.arg(sim->pty, slot1),
             u"slot 2 (none): --------------"_s,
             u"slot 3 (%1): --------------"_s.arg(missing),
             u"slot 4 (none): --------------"_s,
@@ -439,11 +425,11 @@ private slots:
         // The same as JSON, for a program to read.
         if (!searchArgs.isEmpty())
             return;
-        const Run json = tavo({u"search"_s, u"--json"_s, u"--ports"_s, sim->pty() + u",,"_s + missing});
+        const Run json = tavo({u"search"_s, u"--json"_s, u"--ports"_s, sim->pty + u",,"_s + missing});
         const QJsonArray slots_ = QJsonDocument::fromJson(json.bytes).array();
         QCOMPARE(slots_.size(), 4);
         const QJsonObject first = slots_.at(0).toObject();
-        QCOMPARE(first.value(u"port"_s).toString(), sim->pty());
+        QCOMPARE(first.value(u"port"_s).toString(), sim->pty);
         QCOMPARE(first.value(u"text"_s).toString(), slot1);
         QCOMPARE(first.value(u"found"_s).toBool(), slot1 != u"--------------"_s);
         QCOMPARE(first.value(u"programmable"_s).toBool(), slot1.startsWith(u"Serial Tavo"_s));
@@ -462,8 +448,8 @@ private slots:
         const QString log = path(u"runs.jsonl"_s);
         QFile::remove(log);
         writeFile(log, "{\"earlier\":true}\n"); // appended to, never rewritten
-        const Run run = tavo({u"program"_s, path(u"sample.OTS"_s), u"--port"_s, a->pty(), u"--ports"_s,
-                              b->pty() + u',' + c->pty(), u"--log"_s, log});
+        const Run run = tavo({u"program"_s, path(u"sample.OTS"_s), u"--port"_s, a->pty, u"--ports"_s,
+                              b->pty + u',' + c->pty, u"--log"_s, log});
         QCOMPARE(run.code, 4); // a unit failed during its download
         QCOMPARE(a->nextLine(), u"image received"_s);
 
@@ -471,7 +457,7 @@ private slots:
         const QStringList table = run.out.split(u'\n', Qt::SkipEmptyParts);
         QCOMPARE(table.size(), 4);
         QVERIFY(table.at(0).startsWith(u"port"_s));
-        QVERIFY(table.at(1).startsWith(a->pty()) && table.at(1).contains(u"Serial Tavo 1.0  ok"_s));
+        QVERIFY(table.at(1).startsWith(a->pty) && table.at(1).contains(u"Serial Tavo 1.0  ok"_s));
         QVERIFY(table.at(2).contains(u"is not a Serial Tavo; nothing was sent"_s));
         QVERIFY(table.at(3).contains(u"Error!  3: Reply to download failed"_s));
         QVERIFY2(run.err.contains(u"1 unit programmed, 2 failed"_s), qPrintable(run.err));
@@ -494,7 +480,7 @@ private slots:
             QVERIFY(record.value(u"seconds"_s).toDouble() > 0);
             results << record.value(u"port"_s).toString() + u' ' + record.value(u"result"_s).toString();
         }
-        QVERIFY(results.contains(a->pty() + u" ok"_s));
+        QVERIFY(results.contains(a->pty + u" ok"_s));
     }
 
     void exportWithoutATargetGoesBesideTheFile()
@@ -546,12 +532,12 @@ private slots:
         const auto sim = startSim(simArgs.replaceInStrings(u"IMAGE"_s, imageFile));
         if (!sim)
             QSKIP("no pseudo-terminal for the simulated unit");
-        const Run run = tavo({u"program"_s, path(u"sample.OTS"_s), u"--port"_s, sim->pty()});
+        const Run run = tavo({u"program"_s, path(u"sample.OTS"_s), u"--port"_s, sim->pty});
         QCOMPARE(run.code, code);
         QCOMPARE(run.out, code == 0 ? u"All sent ok\n"_s : QString());
         QVERIFY2(run.err.split(u'\n', Qt::SkipEmptyParts)
                      .constLast()
-                     .endsWith(lastMessage.replace(u"PTY"_s, sim->pty())),
+                     .endsWith(lastMessage.replace(u"PTY"_s, sim->pty)),
                  qPrintable(run.err));
         if (code != 0)
             return;
@@ -595,13 +581,13 @@ private slots:
         // pseudo-terminal has no line time). Let the line rest at the
         // unit's own setting, as after a program that talked to the unit.
         if (codes)
-            QVERIFY(setLine(sim->pty(), B19200, PARENB));
+            QVERIFY(setLine(sim->pty, B19200, PARENB));
 
         QString line;
         for (qsizetype i = 0; i < sends.size(); ++i) {
             QStringList args = sends.at(i);
             args.replaceInStrings(u"CONFIG"_s, configFile);
-            const Run run = tavo(QStringList{u"send"_s, u"--verbose"_s, u"--port"_s, sim->pty()} + args);
+            const Run run = tavo(QStringList{u"send"_s, u"--verbose"_s, u"--port"_s, sim->pty} + args);
             QCOMPARE(run.code, 0);
             // The port stays open until the bytes have left.
             QVERIFY2(run.err.contains(u"ms for the bytes to leave"_s), qPrintable(run.err));
@@ -643,7 +629,7 @@ private slots:
         if (!sim)
             QSKIP("no pseudo-terminal for the simulated unit");
         // The port's own setting before the run, which it must get back.
-        const int fd = ::open(sim->pty().toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
+        const int fd = ::open(sim->pty.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
         QVERIFY(fd >= 0);
         termios t{};
         QCOMPARE(tcgetattr(fd, &t), 0);
@@ -652,7 +638,7 @@ private slots:
 
         QProcess p;
         p.setProcessEnvironment(environment());
-        p.start(TavoPath, {u"program"_s, path(u"sample.OTS"_s), u"--port"_s, sim->pty()});
+        p.start(TavoPath, {u"program"_s, path(u"sample.OTS"_s), u"--port"_s, sim->pty});
         // Well into the download, then Ctrl+C.
         QVERIFY(waitForError(p, u"Programming: 12.5%"_s));
         ::kill(pid_t(p.processId()), SIGINT);
@@ -660,7 +646,7 @@ private slots:
         QCOMPARE(p.exitStatus(), QProcess::CrashExit);
         QCOMPARE(p.exitCode(), SIGINT);
         const QString err = QString::fromUtf8(p.readAllStandardError());
-        QVERIFY2(err.contains(u"tavo: interrupted after the unit on %1 had taken "_s.arg(sim->pty())),
+        QVERIFY2(err.contains(u"tavo: interrupted after the unit on %1 had taken "_s.arg(sim->pty)),
                  qPrintable(err));
         QCOMPARE(p.readAllStandardOutput(), QByteArray());
 
@@ -677,7 +663,7 @@ private slots:
             QSKIP("no pseudo-terminal for the simulated unit");
         QProcess p;
         p.setProcessEnvironment(environment());
-        p.start(TavoPath, {u"search"_s, u"--ports"_s, unit->pty() + u',' + silent->pty() + u",,"_s});
+        p.start(TavoPath, {u"search"_s, u"--ports"_s, unit->pty + u',' + silent->pty + u",,"_s});
         // Slot 1 is done; slot 2, where nothing answers, takes over a second.
         QVERIFY(p.waitForReadyRead(CommandTimeoutMs));
         ::kill(pid_t(p.processId()), SIGTERM);
@@ -685,7 +671,7 @@ private slots:
         QCOMPARE(p.exitStatus(), QProcess::CrashExit);
         QCOMPARE(p.exitCode(), SIGTERM);
         QCOMPARE(QString::fromUtf8(p.readAllStandardOutput()),
-                 u"slot 1 (%1): Serial Tavo 1.0\n"_s.arg(unit->pty()));
+                 u"slot 1 (%1): Serial Tavo 1.0\n"_s.arg(unit->pty));
         QCOMPARE(QString::fromUtf8(p.readAllStandardError()), QString());
     }
 
@@ -694,13 +680,13 @@ private slots:
         const auto sim = startSim({});
         if (!sim)
             QSKIP("no pseudo-terminal for the simulated unit");
-        QVERIFY(QFileInfo::exists(sim->pty()));
-        sim->process().terminate();
-        QVERIFY(sim->process().waitForFinished(CommandTimeoutMs));
-        QCOMPARE(sim->process().exitStatus(), QProcess::CrashExit);
-        QCOMPARE(sim->process().exitCode(), SIGTERM);
+        QVERIFY(QFileInfo::exists(sim->pty));
+        sim->terminate();
+        QVERIFY(sim->waitForFinished(CommandTimeoutMs));
+        QCOMPARE(sim->exitStatus(), QProcess::CrashExit);
+        QCOMPARE(sim->exitCode(), SIGTERM);
         // The terminal went with it.
-        QVERIFY(!QFileInfo::exists(sim->pty()));
+        QVERIFY(!QFileInfo::exists(sim->pty));
     }
 };
 
