@@ -174,16 +174,6 @@ private slots:
         QVERIFY(!TestStrings::Send(link, 5, TestStrings::Mask, message, config));            // no such port
         QVERIFY(!TestStrings::Send(link, 1, TestStrings::Tavo, SerialEditorData(), config)); // empty code
         QVERIFY(!TestStrings::Send(link, 1, 4, message, config));                            // no such mode
-        // Nor does a port that cannot run at the unit's rate, which says so.
-        ConfigData at28800;
-        at28800.BaudIndex = 5;
-        link.refuseRates({28800});
-        const TestStrings::SendResult refused =
-            TestStrings::Send(link, 1, TestStrings::Tavo, message, at28800);
-        QVERIFY(!refused);
-        QCOMPARE(refused.why, u"SIM1 cannot run at 28800 baud"_s);
-        QVERIFY(link.writes().empty());
-        QVERIFY(!link.PortOpen());
     }
 };
 

@@ -56,25 +56,6 @@ class TestVellProtocol : public QObject
     Q_OBJECT
 
 private slots:
-    void probeGoesOutByteByByte()
-    {
-        Rig rig;
-        rig.open();
-        QCOMPARE(rig.protocol.Find_vell(false), 22 + 1 * 256);
-        // clang-format off
-        const QStringList expected{
-            u"t=0 110,n,8,2 W 00"_s,    u"t=200 R 0"_s,
-            u"t=200 9600,n,8,2 W ff"_s, u"t=210 9600,n,8,2 W 53"_s, u"t=220 9600,n,8,2 W 45"_s,
-            u"t=230 9600,n,8,2 W 54"_s, u"t=240 9600,n,8,2 W 56"_s, u"t=250 9600,n,8,2 W 45"_s,
-            u"t=260 R 0"_s,             u"t=260 9600,n,8,2 W 4c"_s,
-            u"t=370 R 4"_s, // four bytes never end the wait for five early
-        };
-        // clang-format on
-        QCOMPARE(rig.trace(), expected);
-        QCOMPARE(rig.link.Settings(), u"9600,n,8,2"_s);
-        QVERIFY(rig.link.PortOpen());
-    }
-
     // An adapter that cannot run at 110 baud gets the line reset as a break
     // as long as the 00 (nine bit times, 81.818 ms); a search rate it
     // cannot make is left out. Otherwise the wire is what it always was.
