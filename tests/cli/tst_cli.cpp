@@ -9,6 +9,7 @@
 #include "ExportFile.h"
 #include "SettingsKeyValueStore.h"
 #include "VellTypes.h"
+#include "support/ConfigSamples.h"
 
 #include <QCryptographicHash>
 #include <QDateTime>
@@ -87,13 +88,6 @@ bool setLine(const QString &tty, speed_t speed, tcflag_t parity)
     ok = ok && tcsetattr(fd, TCSANOW, &t) == 0;
     ::close(fd);
     return ok;
-}
-
-void writeFile(const QString &name, const QByteArray &bytes)
-{
-    QFile f(name);
-    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate) || f.write(bytes) != bytes.size())
-        qFatal("cannot write %s", qPrintable(name));
 }
 
 } // namespace
@@ -192,13 +186,16 @@ private slots:
         QVERIFY(m_dir.isValid());
         QVERIFY2(QFileInfo(TavoPath).isExecutable(), qPrintable(TavoPath));
         const QByteArray good = tavo::configFileText(sampleConfig());
-        writeFile(path(u"sample.OTS"_s), good);
-        writeFile(path(u"cut.OTS"_s), good.left(good.lastIndexOf("\r\n", good.size() - 3) + 2));
-        writeFile(path(u"badmode.OTS"_s), QByteArray(good).replace("\r\n-1\r\n", "\r\nmaybe\r\n"));
+        QVERIFY(samples::writeBytes(path(u"sample.OTS"_s), good));
+        QVERIFY(samples::writeBytes(path(u"cut.OTS"_s),
+                                    good.left(good.lastIndexOf("\r\n", good.size() - 3) + 2)));
+        QVERIFY(samples::writeBytes(path(u"badmode.OTS"_s),
+                                    QByteArray(good).replace("\r\n-1\r\n", "\r\nmaybe\r\n")));
         ConfigData twice = sampleConfig(); // output 1's Off code the same as its On code
         twice.OffMessages[0] = twice.OnMessages[0];
-        writeFile(path(u"twice.OTS"_s), tavo::configFileText(twice));
-        writeFile(path(u"bigperiod.OTS"_s), QByteArray(good).replace("\r\n255\r\n", "\r\n256\r\n"));
+        QVERIFY(samples::writeBytes(path(u"twice.OTS"_s), tavo::configFileText(twice)));
+        QVERIFY(samples::writeBytes(path(u"bigperiod.OTS"_s),
+                                    QByteArray(good).replace("\r\n255\r\n", "\r\n256\r\n")));
         // The device-type table the commands find, with one row renamed.
         auto store = SettingsKeyValueStore::openIniFile(path(u"types.ini"_s));
         VellTypes().StoreVellTypes(*store);
@@ -447,7 +444,7 @@ private slots:
             QSKIP("no pseudo-terminal for the simulated unit");
         const QString log = path(u"runs.jsonl"_s);
         QFile::remove(log);
-        writeFile(log, "{\"earlier\":true}\n"); // appended to, never rewritten
+        QVERIFY(samples::writeBytes(log, "{\"earlier\":true}\n")); // appended to, never rewritten
         const Run run = tavo({u"program"_s, path(u"sample.OTS"_s), u"--port"_s, a->pty, u"--ports"_s,
                               b->pty + u',' + c->pty, u"--log"_s, log});
         QCOMPARE(run.code, 4); // a unit failed during its download
@@ -489,7 +486,7 @@ private slots:
         QFile::remove(bdx);
         QCOMPARE(tavo({u"export"_s, path(u"sample.OTS"_s)}).code, 0);
         QVERIFY(QFileInfo(bdx).size() == tavo::ExportFileSize);
-        writeFile(bdx, "mine");
+        QVERIFY(samples::writeBytes(bdx, "mine"));
         const Run refused = tavo({u"export"_s, path(u"sample.OTS"_s)});
         QCOMPARE(refused.code, 1);
         QVERIFY(refused.err.contains(u"--overwrite"_s));
