@@ -2,11 +2,14 @@
 #include "DialogBench.h"
 #include "PortChooser.h"
 #include "QtSerialLink.h"
+#include "SerialEditor.h"
+#include "SerialTestForm.h"
 #include "SettingsKeyValueStore.h"
 #include "VellComms.h"
 
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QGroupBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QProgressBar>
@@ -43,8 +46,30 @@ struct Programming : DialogBench {
     bool chosen() { return child<QRadioButton>(dialog, u"Option1_1"_s)->isChecked(); }
 };
 
+// A Serial Tavo on port 3. Output 1 has On and Off codes, output 4 is in
+// pulse mode; the unit listens for its codes at 19200 baud, even parity.
+struct Configured : DialogBench {
+    Configured()
+    {
+        link.attachUnit(3);
+        config.OnMessages[1] = code("ON1"_ba);
+        config.OffMessages[1] = code("OFF1"_ba);
+        config.PulseModes[4] = true;
+        config.OnMessages[4] = code("\x02P4"_ba);
+        config.BaudIndex = 4;
+        config.ParityIndex = 1;
+    }
+};
+
+struct TestBench : Configured {
+    SerialTestForm form{config, parts()};
+
+    bool sendEnabled() { return child<QPushButton>(form, u"Send"_s)->isEnabled(); }
+};
+
 } // namespace
 
+// The programming dialog and the test dialog, from the user's clicks.
 class TestVellComms : public QObject
 {
     Q_OBJECT
@@ -236,27 +261,30 @@ private slots:
         QCOMPARE(p.writesOf("3", u"9600,o,8,1"_s), 1);
     }
 
-    // However the dialog is closed in the middle of a wait, the routine
+    // However a dialog is closed in the middle of a wait, the routine
     // stops there: nothing more goes out, nothing is reported, the port
     // is closed.
     void closingDuringAWaitStopsAtOnce_data()
     {
-        QTest::addColumn<int>("how"); // 0 Cancel, 1 Escape, 2 window close, 3 deleted
+        QTest::addColumn<QString>("how"); // a button to click, Escape, close or delete
+        QTest::addColumn<bool>("test");   // the test dialog, else the programming dialog
         QTest::addColumn<bool>("programming");
         QTest::addColumn<int>("atMs"); // after the search starts / the button is pressed
 
-        QTest::newRow("cancel in search") << 0 << false << 250;
-        QTest::newRow("escape in search") << 1 << false << 1700;
-        QTest::newRow("close in search") << 2 << false << 40;
-        QTest::newRow("deleted in search") << 3 << false << 900;
-        QTest::newRow("cancel in download") << 0 << true << 600;
-        QTest::newRow("close while the port settles") << 2 << true << 30;
-        QTest::newRow("deleted in download") << 3 << true << 650;
+        QTest::newRow("cancel in search") << u"Command2"_s << false << false << 250;
+        QTest::newRow("escape in search") << u"Escape"_s << false << false << 1700;
+        QTest::newRow("close in search") << u"close"_s << false << false << 40;
+        QTest::newRow("deleted in search") << u"delete"_s << false << false << 900;
+        QTest::newRow("cancel in download") << u"Command2"_s << false << true << 600;
+        QTest::newRow("close while the port settles") << u"close"_s << false << true << 30;
+        QTest::newRow("deleted in download") << u"delete"_s << false << true << 650;
+        QTest::newRow("done in the test dialog's search") << u"Done"_s << true << false << 500;
     }
 
     void closingDuringAWaitStopsAtOnce()
     {
-        QFETCH(int, how);
+        QFETCH(QString, how);
+        QFETCH(bool, test);
         QFETCH(bool, programming);
         QFETCH(int, atMs);
 
@@ -264,22 +292,23 @@ private slots:
         bench.link.setPortKind(1, SimulatedLink::PortKind::Empty);
         UnitSimulator &unit = bench.link.attachUnit(2);
         bench.link.setPortKind(3, SimulatedLink::PortKind::Empty);
-        auto *dialog = new VellComms(bench.config, bench.parts());
-        const QPointer<VellComms> guard(dialog);
+        UnitDialog *dialog = test ? static_cast<UnitDialog *>(new SerialTestForm(bench.config, bench.parts()))
+                                  : new VellComms(bench.config, bench.parts());
+        const QPointer<UnitDialog> guard(dialog);
         if (programming) {
             QVERIFY(activate(*dialog));
             click(*dialog, u"Option1_1"_s);
         }
         const qint64 at = bench.clock.now() + atMs;
         bench.waiter.at(at, [dialog, how] {
-            if (how == 0)
-                click(*dialog, u"Command2"_s);
-            else if (how == 1)
+            if (how == u"Escape"_s)
                 QTest::keyClick(dialog, Qt::Key_Escape);
-            else if (how == 2)
+            else if (how == u"close"_s)
                 dialog->close();
-            else
+            else if (how == u"delete"_s)
                 delete dialog;
+            else
+                click(*dialog, how);
         });
         if (programming) {
             click(*dialog, u"ProgramVell"_s);
@@ -294,7 +323,7 @@ private slots:
         QVERIFY(!bench.link.PortOpen());
         QVERIFY(bench.prompter.shown().isEmpty());
         QCOMPARE(unit.imagesReceived(), 0);
-        QCOMPARE(guard.isNull(), how == 3);
+        QCOMPARE(guard.isNull(), how == u"delete"_s);
         if (guard)
             QVERIFY(!guard->isVisible());
         delete guard.data();
@@ -378,6 +407,108 @@ private slots:
         QVERIFY(child<QLabel>(dialog, u"PortProblems"_s)
                     ->text()
                     .startsWith(u"Slot 1: there is no port "_s + searched.at(0)));
+    }
+
+    // The clicks of a user, from the mode's controls and the found unit's
+    // port to the bytes that arrive at it.
+    void sendPutsTheComposedBytesOnTheWire_data()
+    {
+        QTest::addColumn<QStringList>("clicks");
+        QTest::addColumn<QByteArray>("wire");
+        QTest::addColumn<QString>("setting");
+
+        QTest::newRow("map 1 and 8") << QStringList{u"ModeOption0"_s, u"WhichCheck0"_s, u"WhichCheck7"_s}
+                                     << "\x81"_ba << u"9600,n,8,1"_s;
+        QTest::newRow("mask 3 off") << QStringList{u"ModeOption1"_s, u"WhichOption2"_s, u"OnOffOption1"_s}
+                                    << "\xFB"_ba << u"9600,n,8,1"_s;
+        QTest::newRow("bit 8 on") << QStringList{u"ModeOption2"_s, u"WhichOption7"_s} << "\xFF\x08"_ba
+                                  << u"9600,n,8,1"_s;
+        QTest::newRow("tavo off code")
+            << QStringList{u"WhichOption1"_s, u"OnOffOption1"_s} << "OFF1"_ba << u"19200,e,8,1"_s;
+    }
+
+    void sendPutsTheComposedBytesOnTheWire()
+    {
+        QFETCH(QStringList, clicks);
+        QFETCH(QByteArray, wire);
+        QFETCH(QString, setting);
+
+        TestBench b;
+        QVERIFY(activate(b.form));
+        for (const QString &name : clicks) {
+            // Only what the mode shows can be clicked by a user.
+            QVERIFY2(child<QWidget>(b.form, name)->isVisible(), qPrintable(name));
+            click(b.form, name);
+        }
+        QVERIFY(!b.sendEnabled()); // no port chosen yet
+        click(b.form, u"Option1_2"_s);
+        QVERIFY(b.sendEnabled());
+        b.link.clearEvents();
+        click(b.form, u"Send"_s);
+
+        const std::vector<SimulatedLink::Event> writes = b.link.writes();
+        QCOMPARE(writes.size(), std::size_t(1));
+        QCOMPARE(writes[0].bytes, wire);
+        QCOMPARE(writes[0].settings, setting);
+        QCOMPARE(writes[0].port, 3);
+        QVERIFY(!b.link.PortOpen());
+    }
+
+    // A unit whose rate the adapter cannot make gets nothing in Tavo mode,
+    // and the dialog says why below the slots until a send goes out.
+    void sendAtARateTheAdapterLacksSaysWhy()
+    {
+        TestBench b;
+        b.link.refuseRates({19200});
+        QVERIFY(activate(b.form));
+        click(b.form, u"WhichOption1"_s);
+        click(b.form, u"Option1_2"_s);
+        b.link.clearEvents();
+        click(b.form, u"Send"_s);
+        QVERIFY(b.link.writes().empty());
+        const auto *problems = child<QLabel>(b.form, u"PortProblems"_s);
+        QVERIFY(problems->isVisible());
+        QCOMPARE(problems->text().split(u'\n').constLast(), u"Send: SIM3 cannot run at 19200 baud"_s);
+        QCoreApplication::processEvents(); // the dialog grows to the new line
+        QVERIFY(saveScreenshot(b.form, u"serialtest-refused.png"_s));
+
+        click(b.form, u"ModeOption2"_s);
+        click(b.form, u"Send"_s);
+        QCOMPARE(b.link.writes().size(), std::size_t(1));
+        QVERIFY(!problems->text().contains(u"Send:"_s));
+    }
+
+    void pulseOutputHidesOffAndForcesOn()
+    {
+        TestBench b;
+        QVERIFY(activate(b.form));
+        auto *on = child<QRadioButton>(b.form, u"OnOffOption0"_s);
+        auto *off = child<QRadioButton>(b.form, u"OnOffOption1"_s);
+        SerialEditor *editor = child<SerialEditor>(b.form, u"SerialEditor1"_s);
+        click(b.form, u"OnOffOption1"_s);
+        click(b.form, u"WhichOption4"_s);
+        QVERIFY(!off->isVisible() && on->isChecked());
+        QVERIFY(editor->ReturnCurrentMessage().IsTheSameAs(b.config.OnMessages[4]));
+
+        // Back on an output with two codes, Off can be chosen again.
+        click(b.form, u"WhichOption1"_s);
+        QVERIFY(off->isVisible());
+        click(b.form, u"OnOffOption1"_s);
+        QVERIFY(editor->ReturnCurrentMessage().IsTheSameAs(b.config.OffMessages[1]));
+    }
+
+    void searchFindsTheUnitAndShowsTheSettings()
+    {
+        TestBench b;
+        QCOMPARE(child<QLabel>(b.form, u"SerialSettingLabel"_s)->text(),
+                 u"19200, baud, Even parity, 8 Bit data, 1 Stop bit"_s);
+        QVERIFY(activate(b.form));
+        QVERIFY(saveScreenshot(b.form, u"serialtest.png"_s));
+        QCOMPARE(child<QLabel>(b.form, u"VellType2"_s)->text(), u"Serial Tavo 1.0"_s);
+        // Captions kept as units' owners know them: the eighth output's
+        // button reads "1", the frame has two blanks.
+        QCOMPARE(child<QRadioButton>(b.form, u"WhichOption7"_s)->text(), u"1"_s);
+        QCOMPARE(child<QGroupBox>(b.form, u"OnOffFrame"_s)->title(), u"Switch  Output"_s);
     }
 
     // The editor's side: the device types come from the store, and the

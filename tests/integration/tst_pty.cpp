@@ -1,7 +1,5 @@
 // The program's serial stack over real ports: the simulated unit on a
 // pseudo-terminal, QSerialPort, waits in the event loop.
-#include "ConfigImage.h"
-#include "support/ConfigSamples.h"
 #include "support/PtyStack.h"
 
 #include <QSignalSpy>
@@ -16,33 +14,6 @@ class TestPty : public QObject
     Q_OBJECT
 
 private slots:
-    // The unit is found, programmed and restarted over a real port, and
-    // then listens at the setting it was given for its codes.
-    void programmingRunOverARealPort()
-    {
-        PtyUnit unit;
-        QString error;
-        if (!unit.start(&error))
-            QSKIP(qPrintable(u"no pseudo-terminal: "_s + error));
-        Stack stack(unit);
-        ConfigData config = samples::varied(); // 19200 baud, odd parity; output 1 goes on at "ON\r"
-        tavo::BuildConfigImage(config);
-        stack.protocol.setConfigImage(config.ConfigImage);
-        stack.link.SetCommPort(1);
-        stack.link.SetPortOpen(true);
-
-        QCOMPARE(stack.protocol.program_unit(), VellProtocol::ProgramResult::Finished);
-        QCOMPARE(stack.prompter.shown, QStringList{u"All sent ok | Program another tavo"_s});
-        QVERIFY(unit.unit().image() == config.ConfigImage);
-        QCOMPARE(unit.unit().restarts(), 1);
-
-        QSignalSpy outputs(&unit, &PtyUnit::outputsChanged);
-        stack.link.SetSettings(u"19200,o,8,1"_s);
-        stack.link.Output("ON\r");
-        stack.waiter.wait(2s, [&] { return !outputs.isEmpty(); });
-        QCOMPARE(unit.unit().outputs(), 0x01);
-    }
-
     // A unit in a process of its own may get to a command byte only after
     // the host has switched to the data setting, 10 ms after writing it.
     // Here the host writes both parts before the unit reads at all: the

@@ -14,6 +14,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace {
 
 // Every file and folder under `root` with its size, to see that a failed
@@ -25,7 +27,7 @@ QStringList listing(const QString &root)
                     QDirIterator::Subdirectories);
     while (it.hasNext()) {
         it.next();
-        entries << QDir(root).relativeFilePath(it.filePath()) + QLatin1Char(' ')
+        entries << QDir(root).relativeFilePath(it.filePath()) + u' '
                        + QString::number(it.fileInfo().isDir() ? -1 : it.fileInfo().size());
     }
     entries.sort();
@@ -46,11 +48,9 @@ struct Window {
     {
         QStringList lines;
         for (const auto &m : prompter.shown())
-            lines << m.title + QStringLiteral(" | ") + m.text + QStringLiteral(" | ")
-                         + QString::number(int(m.icon));
-        lines << QStringLiteral("name: ") + window.CurrentFileName()
-              << QStringLiteral("caption: ") + window.windowTitle()
-              << QStringLiteral("modified: %1").arg(const_cast<SerialTavo &>(window).config().ConfigModified);
+            lines << m.title + u" | "_s + m.text + u" | "_s + QString::number(int(m.icon));
+        lines << u"name: "_s + window.CurrentFileName() << u"caption: "_s + window.windowTitle()
+              << u"modified: %1"_s.arg(const_cast<SerialTavo &>(window).config().ConfigModified);
         return lines.join(QLatin1Char('\n')).toUtf8();
     }
 };
@@ -93,27 +93,26 @@ private slots:
         QFETCH(QString, command);
         QFETCH(QString, target);
         QFETCH(int, sizeLimit);
-        const bool saving = command != QLatin1String("EXPORT");
+        const bool saving = command != u"EXPORT"_s;
 
         // The configuration being edited comes from a file, so it has a name
         // a failed save must forget and a failed export must keep. That file
         // carries a line after the 35 the program writes: any rewrite of it
         // would drop the line.
-        const QString opened = path(QStringLiteral("current.OTS"));
+        const QString opened = path(u"current.OTS"_s);
         const QByteArray original = tavo::configFileText(samples::varied()) + "kept by hand\r\n";
         QVERIFY(samples::writeBytes(opened, original));
-        const bool folder = target.endsWith(QLatin1Char('/'));
+        const bool folder = target.endsWith(u'/');
         target = path(target);
         if (folder)
-            QVERIFY(QDir().mkpath(target)
-                    && samples::writeBytes(target + QStringLiteral("inside.txt"), "inside"));
+            QVERIFY(QDir().mkpath(target) && samples::writeBytes(target + u"inside.txt"_s, "inside"));
         else if (QFileInfo(target).dir().exists() && !QFileInfo::exists(target))
             QVERIFY(samples::writeBytes(target, "a file from before"));
         const QByteArray targetBefore = samples::readAll(target);
 
         Window w;
         w.dialog.setNextFileName(opened);
-        w.window.runCommand(QStringLiteral("OPEN"));
+        w.window.runCommand(u"OPEN"_s);
         QCOMPARE(w.window.CurrentFileName(), opened);
         w.window.config().ConfigModified = true;
         w.dialog.setNextFileName(target);
@@ -128,15 +127,13 @@ private slots:
         QVERIFY(child.returned);
         // Only a failed save makes the configuration untitled; both leave
         // the unsaved changes marked.
-        const QString message =
-            saving ? QStringLiteral("Error! | Failed to save file, may be write protected | ")
-                   : QStringLiteral("Error! | Failed to export! | ");
+        const QString message = saving ? u"Error! | Failed to save file, may be write protected | "_s
+                                       : u"Error! | Failed to export! | "_s;
         QCOMPARE(QString::fromUtf8(*child.returned).split(QLatin1Char('\n')),
                  QStringList({message + QString::number(int(Prompter::Icon::Exclamation)),
-                              QStringLiteral("name: ") + (saving ? QString() : opened),
-                              QStringLiteral("caption: ")
-                                  + (saving ? tavo::productCaption() : QStringLiteral("current")),
-                              QStringLiteral("modified: 1")}));
+                              u"name: "_s + (saving ? QString() : opened),
+                              u"caption: "_s + (saving ? tavo::productCaption() : u"current"_s),
+                              u"modified: 1"_s}));
         QCOMPARE(listing(m_dir.path()), before);
         QCOMPARE(samples::readAll(opened), original);
         QCOMPARE(samples::readAll(target), targetBefore);
