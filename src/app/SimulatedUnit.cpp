@@ -66,6 +66,7 @@ std::unique_ptr<VirtualUnitWindow> openVirtualUnit(UnitLine &line, const QString
     QObject::connect(&window, &SerialTavo::configurationChanged, unitWindow.get(),
                      &VirtualUnitWindow::editorChanged);
     units.setDialogsWindowModal(true);
+    addReopenButton(window, *unitWindow);
     return unitWindow;
 }
 
@@ -101,7 +102,6 @@ VirtualUnitWindow &SimulatedUnit::showWindow(SerialTavo &window, DeviceUnitServi
 {
     m_window = openVirtualUnit(line(), connection(), window, units);
     QObject::connect(&line(), &UnitLine::pluggedIn, m_window.get(), [this, &units] { pluggedIn(units); });
-    addReopenButton(window, *m_window);
     // Once the main window has taken its size.
     QTimer::singleShot(0, m_window.get(), [this, &window] {
         placeBeside(*m_window, window);

@@ -226,6 +226,19 @@ private slots:
         QVERIFY(!note->isVisible());
     }
 
+    // Closed, the window is only hidden; the status bar button shows it
+    // again, with the unit it showed before.
+    void aClosedWindowComesBack()
+    {
+        Desk desk;
+        desk.download();
+        QVERIFY(desk.unit->close());
+        QVERIFY(!desk.unit->isVisible());
+        QTest::mouseClick(child<QToolButton>(desk.window, u"VirtualUnitButton"_s), Qt::LeftButton);
+        QVERIFY(desk.unit->isVisible());
+        QVERIFY(!child<QLabel>(*desk.unit, u"Note"_s)->isVisible()); // still programmed
+    }
+
     // Each switch, thrown after the dialog's search found the unit, makes
     // the programming run fail with its own messages; the unit has not
     // taken the configuration.
