@@ -149,18 +149,29 @@ FileWriter::Result writeConfigFile(const QString &path, const ConfigData &config
     return FileWriter::write(path, text);
 }
 
+namespace {
+
+// Opens `file` for reading; what stood in the way, if anything.
+std::optional<ConfigReadResult> openForReading(QFile &file)
+{
+    const QFileInfo info(file.fileName());
+    if (!info.exists())
+        return ConfigReadResult{ConfigReadResult::NotFound, 0, {}};
+    if (info.isDir())
+        return ConfigReadResult{ConfigReadResult::IsFolder, 0, {}};
+    if (!file.open(QIODevice::ReadOnly))
+        return ConfigReadResult{ConfigReadResult::OpenFailed, 0, file.errorString()};
+    return std::nullopt;
+}
+
+} // namespace
+
 ConfigReadResult readConfigFile(const QString &path, ConfigData &config,
                                 const std::function<void(int output)> &outputRead)
 {
-    const QFileInfo info(path);
-    if (!info.exists())
-        return {ConfigReadResult::NotFound, 0, {}};
-    if (info.isDir())
-        return {ConfigReadResult::IsFolder, 0, {}};
-
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {ConfigReadResult::OpenFailed, 0, file.errorString()};
+    if (const auto failed = openForReading(file))
+        return *failed;
 
     LineReader reader(file);
     try {
@@ -186,14 +197,9 @@ ConfigReadResult readConfigFile(const QString &path, ConfigData &config,
 
 ConfigReadResult readConfigBytes(const QString &path, QByteArray &bytes)
 {
-    const QFileInfo info(path);
-    if (!info.exists())
-        return {ConfigReadResult::NotFound, 0, {}};
-    if (info.isDir())
-        return {ConfigReadResult::IsFolder, 0, {}};
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return {ConfigReadResult::OpenFailed, 0, file.errorString()};
+    if (const auto failed = openForReading(file))
+        return *failed;
     // A configuration is some two kilobytes; what is far larger is not one,
     // and is not read into memory whole to find that out.
     constexpr qint64 Plenty = 1 << 20;
