@@ -126,7 +126,7 @@ int main(int argc, char *argv[])
     // difference is what that question costs.
     const QStringList namedPorts = env + QStringList{QStringLiteral("TAVO_PORTS=,,,")};
 
-    Series editorRuns, namedPortRuns, windowRuns, tavoRuns, coreRuns;
+    Series editorRuns, namedPortRuns, windowRuns, textRuns, tavoRuns, coreRuns;
     const bool haveTavo = !tavo.isEmpty();
     // One round first to bring the programs and libraries into the page
     // cache; then the programs take turns, so that a change in the
@@ -135,6 +135,7 @@ int main(int argc, char *argv[])
         const Launch w = launch(windowBaseline, {}, probe, env, errors);
         const Launch e = launch(editor, {configPath}, probe, env, errors);
         const Launch n = launch(editor, {configPath}, probe, namedPorts, errors);
+        const Launch x = launch(windowBaseline, {QStringLiteral("--text")}, probe, env, errors);
         const Launch c = launch(coreBaseline, {}, {}, env, errors);
         Launch t;
         if (haveTavo)
@@ -144,6 +145,7 @@ int main(int argc, char *argv[])
         windowRuns.add(w, true);
         editorRuns.add(e, true);
         namedPortRuns.add(n, true);
+        textRuns.add(x, true);
         coreRuns.add(c, false);
         if (haveTavo)
             tavoRuns.add(t, false);
@@ -155,6 +157,9 @@ int main(int argc, char *argv[])
     if (namedPortRuns.failure.isEmpty() && windowRuns.failure.isEmpty())
         table.addRatio(QStringLiteral("serial-tavo-editor, TAVO_PORTS set (no serial port scan)"),
                        median(namedPortRuns.ms), median(windowRuns.ms), 0);
+    if (textRuns.failure.isEmpty() && windowRuns.failure.isEmpty())
+        table.addRatio(QStringLiteral("the baseline with one label (the first text of any window)"),
+                       median(textRuns.ms), median(windowRuns.ms), 0);
     if (haveTavo)
         addPair(table, QStringLiteral("tavo image FILE.OTS: start to exit"),
                 QStringLiteral("tavo image FILE.OTS: peak memory (max RSS)"), tavoRuns, coreRuns,
