@@ -73,3 +73,12 @@ run_clang_tidy() {
         return 1
     }
 }
+
+# What the sanitizer build's programs are run with: leaks found, the first
+# fault stops the program, and the leaks of system libraries that are not
+# ours (fontconfig, D-Bus, GLib keep caches until exit) are not reported.
+export_sanitizer_options() {
+    export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:strict_string_checks=1:detect_stack_use_after_return=1"
+    export LSAN_OPTIONS="suppressions=$TAVO_ROOT/scripts/lsan.supp:print_suppressions=0"
+    export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+}
