@@ -9,6 +9,7 @@
 #include "ExportFile.h"
 #include "SettingsKeyValueStore.h"
 #include "VellTypes.h"
+#include "support/Columns.h"
 #include "support/ConfigSamples.h"
 
 #include <QCryptographicHash>
@@ -204,10 +205,10 @@ private slots:
 
     void commandLine_data()
     {
-        QTest::addColumn<QStringList>("args");
-        QTest::addColumn<int>("code");
-        QTest::addColumn<QString>("err"); // in stderr
-        QTest::addColumn<QString>("out"); // in stdout; none: a failure prints nothing there
+        testdata::columns<QStringList, int, QString, QString>(
+            "args", "code",
+            "err",  // in stderr
+            "out"); // in stdout; none: a failure prints nothing there
 
         // Words separated by blanks; SAMPLE is a good configuration, MISSING
         // a file that is not there, DIR/ the test's own folder, SRC/ the
@@ -305,10 +306,7 @@ private slots:
 
     void commandLine()
     {
-        QFETCH(QStringList, args);
-        QFETCH(int, code);
-        QFETCH(QString, err);
-        QFETCH(QString, out);
+        const auto [args, code, err, out] = testdata::fetch<QStringList, int, QString, QString>();
 
         const Run run = tavo(args);
         QCOMPARE(run.code, code);
@@ -369,10 +367,9 @@ private slots:
 
     void searchNamesWhatAnswers_data()
     {
-        QTest::addColumn<QStringList>("simArgs");
-        QTest::addColumn<QStringList>("searchArgs");
-        QTest::addColumn<QString>("slot1");
-        QTest::addColumn<QStringList>("traced"); // lines on stderr after their time; MISSING the third port
+        testdata::columns<QStringList, QStringList, QString, QStringList>(
+            "simArgs", "searchArgs", "slot1",
+            "traced"); // lines on stderr after their time; MISSING the third port
 
         QTest::newRow("other type") << QStringList{u"--type"_s, u"0x11"_s, u"--version"_s, u"2.5"_s}
                                     << QStringList() << u"Bench Unit 2.5"_s // named by the stored table
@@ -388,10 +385,8 @@ private slots:
 
     void searchNamesWhatAnswers()
     {
-        QFETCH(QStringList, simArgs);
-        QFETCH(QStringList, searchArgs);
-        QFETCH(QString, slot1);
-        QFETCH(QStringList, traced);
+        const auto [simArgs, searchArgs, slot1, traced] =
+            testdata::fetch<QStringList, QStringList, QString, QStringList>();
 
         const auto sim = startSim(simArgs);
         if (!sim)
@@ -497,9 +492,7 @@ private slots:
 
     void programReportsTheDialogsMessages_data()
     {
-        QTest::addColumn<QStringList>("simArgs");
-        QTest::addColumn<int>("code");
-        QTest::addColumn<QString>("lastMessage");
+        testdata::columns<QStringList, int, QString>("simArgs", "code", "lastMessage");
 
         const auto args = [](const char *text) {
             return QString::fromLatin1(text).split(u' ', Qt::SkipEmptyParts);
@@ -520,9 +513,7 @@ private slots:
 
     void programReportsTheDialogsMessages()
     {
-        QFETCH(QStringList, simArgs);
-        QFETCH(int, code);
-        QFETCH(QString, lastMessage);
+        auto [simArgs, code, lastMessage] = testdata::fetch<QStringList, int, QString>();
 
         const QString imageFile = path(u"received.bin"_s);
         QFile::remove(imageFile);
@@ -546,9 +537,9 @@ private slots:
 
     void sendSwitchesTheUnitsOutputs_data()
     {
-        QTest::addColumn<QList<QStringList>>("sends");
-        QTest::addColumn<QString>("sent");    // what the last send reports
-        QTest::addColumn<QString>("outputs"); // what the unit reports after it
+        testdata::columns<QList<QStringList>, QString, QString>("sends",
+                                                                "sent",     // what the last send reports
+                                                                "outputs"); // what the unit reports after it
 
         using Sends = QList<QStringList>;
         const auto send = [](const char *text) { return QString::fromLatin1(text).split(u' '); };
@@ -561,9 +552,7 @@ private slots:
 
     void sendSwitchesTheUnitsOutputs()
     {
-        QFETCH(QList<QStringList>, sends);
-        QFETCH(QString, sent);
-        QFETCH(QString, outputs);
+        const auto [sends, sent, outputs] = testdata::fetch<QList<QStringList>, QString, QString>();
 
         // A unit with codes reads no test strings at 9600,n,8,1, so it gets
         // the configuration (the unit at 19200, even parity) only for the

@@ -5,6 +5,7 @@
 #include "FileNames.h"
 #include "ScriptedPrompter.h"
 #include "SerialSettings.h"
+#include "support/Columns.h"
 #include "support/ConfigSamples.h"
 
 #include <QDir>
@@ -38,10 +39,11 @@ private slots:
     // 13 (On/Off), the baud and parity index on 34 and 35.
     void oddLines_data()
     {
-        QTest::addColumn<int>("line");
-        QTest::addColumn<QByteArray>("text"); // null: the file ends before the line
-        QTest::addColumn<QString>("read");
-        QTest::addColumn<QString>("damage"); // empty: the strict check lets it pass
+        testdata::columns<int, QByteArray, QString, QString>(
+            "line",
+            "text", // null: the file ends before the line
+            "read",
+            "damage"); // empty: the strict check lets it pass
 
         const auto row = [](const char *name, int line, const char *text, const char *read,
                             const char *damage) {
@@ -110,10 +112,7 @@ private slots:
 
     void oddLines()
     {
-        QFETCH(int, line);
-        QFETCH(QByteArray, text);
-        QFETCH(QString, read);
-        QFETCH(QString, damage);
+        const auto [line, text, read, damage] = testdata::fetch<int, QByteArray, QString, QString>();
 
         const ConfigData inFile = varied();
         ConfigData config;
@@ -210,15 +209,11 @@ private slots:
 
     void image_data()
     {
-        // clang-format off
-        QTest::addColumn<int>("baud");
-        QTest::addColumn<int>("parity");
-        QTest::addColumn<int>("pulseMask");
-        QTest::addColumn<int>("byte9");
-        QTest::addColumn<int>("byte10");
         // Output 1's period, its On code's slot 3 and its Off code's slot 13,
         // the last slot in the image: values beyond a byte fail the build.
-        QTest::addColumn<QList<int>>("output1");
+        testdata::columns<int, int, int, int, int, QList<int>>("baud", "parity", "pulseMask", "byte9",
+                                                               "byte10", "output1");
+        // clang-format off
         const int codes[] = {2, 0, 1, 3, 4, 5, 6};
         const QList<int> asIs = {0, 0, 0};
         for (int b = 0; b < 7; ++b)
@@ -240,12 +235,8 @@ private slots:
 
     void image()
     {
-        QFETCH(int, baud);
-        QFETCH(int, parity);
-        QFETCH(int, pulseMask);
-        QFETCH(int, byte9);
-        QFETCH(int, byte10);
-        QFETCH(QList<int>, output1);
+        const auto [baud, parity, pulseMask, byte9, byte10, output1] =
+            testdata::fetch<int, int, int, int, int, QList<int>>();
         ConfigData c = varied();
         for (std::size_t n = 0; n < 8; ++n)
             c.PulseModes[n] = (pulseMask >> n) & 1;
@@ -324,9 +315,9 @@ private slots:
 
     void launchErrors_data()
     {
+        testdata::columns<int, QString>("code",
+                                        "message"); // empty: nothing shown
         // clang-format off
-        QTest::addColumn<int>("code");
-        QTest::addColumn<QString>("message"); // empty: nothing shown
         QTest::newRow("missing file") << 2 << QStringLiteral("File not found!");
         QTest::newRow("sharing") << 15 << QStringLiteral("A sharing violation occurred!");
         QTest::newRow("shell's sharing code") << 26 << QStringLiteral("Unknown error!");
@@ -338,8 +329,7 @@ private slots:
 
     void launchErrors()
     {
-        QFETCH(int, code);
-        QFETCH(QString, message);
+        const auto [code, message] = testdata::fetch<int, QString>();
         RecordingShell shell;
         shell.code = code;
         ScriptedPrompter prompter;
@@ -356,9 +346,8 @@ private slots:
 
     void commandLine_data()
     {
+        testdata::columns<QStringList, QString>("arguments", "file");
         // clang-format off
-        QTest::addColumn<QStringList>("arguments");
-        QTest::addColumn<QString>("file");
         const QString p = QStringLiteral("/x/path with blanks/demo.OTS");
         QTest::newRow("none") << QStringList() << QString();
         QTest::newRow("one argument") << QStringList{p} << p;
@@ -371,8 +360,7 @@ private slots:
 
     void commandLine()
     {
-        QFETCH(QStringList, arguments);
-        QFETCH(QString, file);
+        const auto [arguments, file] = testdata::fetch<QStringList, QString>();
         QCOMPARE(tavo::configFileFromArguments(arguments), file);
     }
 };

@@ -2,6 +2,7 @@
 // check finds in each.
 
 #include "ConfigCheck.h"
+#include "support/Columns.h"
 #include "support/Messages.h"
 
 #include <QTest>
@@ -39,9 +40,8 @@ class TestConfigCheck : public QObject
 private slots:
     void findings_data()
     {
-        QTest::addColumn<QStringList>("items");
         // "LINE kind: code, code" for each finding, in order.
-        QTest::addColumn<QStringList>("expected");
+        testdata::columns<QStringList, QStringList>("items", "expected");
 
         const auto row = [](const char *name, const QStringList &items, const QStringList &expected) {
             QTest::newRow(name) << items << expected;
@@ -78,8 +78,7 @@ private slots:
 
     void findings()
     {
-        QFETCH(QStringList, items);
-        QFETCH(QStringList, expected);
+        const auto [items, expected] = testdata::fetch<QStringList, QStringList>();
 
         QStringList found;
         for (const tavo::ConfigFinding &f : tavo::checkConfig(configuration(items))) {

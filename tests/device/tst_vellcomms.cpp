@@ -6,6 +6,7 @@
 #include "SerialTestForm.h"
 #include "SettingsKeyValueStore.h"
 #include "VellComms.h"
+#include "support/Columns.h"
 
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -77,13 +78,12 @@ class TestVellComms : public QObject
 private slots:
     void slotShowsWhatAnswered_data()
     {
-        QTest::addColumn<int>("kind"); // SimulatedLink::PortKind: 0 missing, 1 empty, 2 unit, 3 busy
-        QTest::addColumn<int>("reply");
-        QTest::addColumn<int>("minor");
-        QTest::addColumn<QString>("text"); // "#" stands for the type table's name of `reply`
-        QTest::addColumn<bool>("shown");
-        QTest::addColumn<bool>("choosable");
-        QTest::addColumn<QString>("problem"); // below the slots: why the port did not open
+        testdata::columns<int, int, int, QString, bool, bool, QString>(
+            "kind", // SimulatedLink::PortKind: 0 missing, 1 empty, 2 unit, 3 busy
+            "reply", "minor",
+            "text", // "#" stands for the type table's name of `reply`
+            "shown", "choosable",
+            "problem"); // below the slots: why the port did not open
 
         QTest::newRow("serial tavo") << 2 << 22 << 3 << u"Serial Tavo 1.3"_s << true << true << QString();
         // Bit 4 of the second version byte shows in the first number too.
@@ -99,13 +99,8 @@ private slots:
 
     void slotShowsWhatAnswered()
     {
-        QFETCH(int, kind);
-        QFETCH(int, reply);
-        QFETCH(int, minor);
-        QFETCH(QString, text);
-        QFETCH(bool, shown);
-        QFETCH(bool, choosable);
-        QFETCH(QString, problem);
+        auto [kind, reply, minor, text, shown, choosable, problem] =
+            testdata::fetch<int, int, int, QString, bool, bool, QString>();
 
         DialogBench bench;
         bench.link.setPortKind(2, SimulatedLink::PortKind(kind));
@@ -174,10 +169,7 @@ private slots:
     // Either way the dialog closes and so does the port; no new search.
     void programmingRun_data()
     {
-        QTest::addColumn<int>("fault");
-        QTest::addColumn<QStringList>("messages");
-        QTest::addColumn<int>("images");
-        QTest::addColumn<int>("opens");
+        testdata::columns<int, QStringList, int, int>("fault", "messages", "images", "opens");
 
         QTest::newRow("all sent") << 0 << QStringList{AllSent} << 1 << 1;
         // Yes to "Program another tavo", but nothing answers any more.
@@ -195,10 +187,7 @@ private slots:
 
     void programmingRun()
     {
-        QFETCH(int, fault);
-        QFETCH(QStringList, messages);
-        QFETCH(int, images);
-        QFETCH(int, opens);
+        const auto [fault, messages, images, opens] = testdata::fetch<int, QStringList, int, int>();
 
         Programming p;
         QVERIFY(activate(p.dialog));
@@ -266,10 +255,11 @@ private slots:
     // is closed.
     void closingDuringAWaitStopsAtOnce_data()
     {
-        QTest::addColumn<QString>("how"); // a button to click, Escape, close or delete
-        QTest::addColumn<bool>("test");   // the test dialog, else the programming dialog
-        QTest::addColumn<bool>("programming");
-        QTest::addColumn<int>("atMs"); // after the search starts / the button is pressed
+        testdata::columns<QString, bool, bool, int>(
+            "how",  // a button to click, Escape, close or delete
+            "test", // the test dialog, else the programming dialog
+            "programming",
+            "atMs"); // after the search starts / the button is pressed
 
         QTest::newRow("cancel in search") << u"Command2"_s << false << false << 250;
         QTest::newRow("escape in search") << u"Escape"_s << false << false << 1700;
@@ -283,10 +273,7 @@ private slots:
 
     void closingDuringAWaitStopsAtOnce()
     {
-        QFETCH(QString, how);
-        QFETCH(bool, test);
-        QFETCH(bool, programming);
-        QFETCH(int, atMs);
+        const auto [how, test, programming, atMs] = testdata::fetch<QString, bool, bool, int>();
 
         DialogBench bench;
         bench.link.setPortKind(1, SimulatedLink::PortKind::Empty);
@@ -300,7 +287,7 @@ private slots:
             click(*dialog, u"Option1_1"_s);
         }
         const qint64 at = bench.clock.now() + atMs;
-        bench.waiter.at(at, [dialog, how] {
+        bench.waiter.at(at, [dialog, how = how] {
             if (how == u"Escape"_s)
                 QTest::keyClick(dialog, Qt::Key_Escape);
             else if (how == u"close"_s)
@@ -334,10 +321,11 @@ private slots:
     // stay. (No port named here exists: every opening fails at once.)
     void slotsFollowThePortsPresentAndTheUsersChoice_data()
     {
-        QTest::addColumn<QStringList>("present"); // at the next search; "*" marks an adapter
-        QTest::addColumn<QString>("named");       // --ports
-        QTest::addColumn<QList<int>>("picks");    // Down presses in each slot's choice; none: no chooser
-        QTest::addColumn<QStringList>("searched");
+        testdata::columns<QStringList, QString, QList<int>, QStringList>(
+            "present", // at the next search; "*" marks an adapter
+            "named",   // --ports
+            "picks",   // Down presses in each slot's choice; none: no chooser
+            "searched");
 
         const QString none = u"(no port)"_s;
         const QStringList before{u"tst-s0"_s, u"*tst-usb0"_s};
@@ -359,10 +347,8 @@ private slots:
 
     void slotsFollowThePortsPresentAndTheUsersChoice()
     {
-        QFETCH(QStringList, present);
-        QFETCH(QString, named);
-        QFETCH(QList<int>, picks);
-        QFETCH(QStringList, searched);
+        const auto [present, named, picks, searched] =
+            testdata::fetch<QStringList, QString, QList<int>, QStringList>();
 
         QList<PortSlots::SystemPort> system;
         const auto plug = [&system](const QStringList &ports) {
@@ -413,9 +399,7 @@ private slots:
     // port to the bytes that arrive at it.
     void sendPutsTheComposedBytesOnTheWire_data()
     {
-        QTest::addColumn<QStringList>("clicks");
-        QTest::addColumn<QByteArray>("wire");
-        QTest::addColumn<QString>("setting");
+        testdata::columns<QStringList, QByteArray, QString>("clicks", "wire", "setting");
 
         QTest::newRow("map 1 and 8") << QStringList{u"ModeOption0"_s, u"WhichCheck0"_s, u"WhichCheck7"_s}
                                      << "\x81"_ba << u"9600,n,8,1"_s;
@@ -429,9 +413,7 @@ private slots:
 
     void sendPutsTheComposedBytesOnTheWire()
     {
-        QFETCH(QStringList, clicks);
-        QFETCH(QByteArray, wire);
-        QFETCH(QString, setting);
+        const auto [clicks, wire, setting] = testdata::fetch<QStringList, QByteArray, QString>();
 
         TestBench b;
         QVERIFY(activate(b.form));

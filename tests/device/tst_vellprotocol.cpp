@@ -2,6 +2,7 @@
 #include "TestStrings.h"
 #include "TracingLink.h"
 #include "VellProtocol.h"
+#include "support/Columns.h"
 
 #include <QTest>
 
@@ -88,9 +89,9 @@ private slots:
     // cannot make is left out. Otherwise the wire is what it always was.
     void lineResetOnEveryAdapter_data()
     {
-        QTest::addColumn<QList<int>>("refused");
-        QTest::addColumn<QStringList>("head"); // the start of the trace
-        QTest::addColumn<QStringList>("probedAt");
+        testdata::columns<QList<int>, QStringList, QStringList>("refused",
+                                                                "head", // the start of the trace
+                                                                "probedAt");
 
         const QStringList reset{u"t=0 110,n,8,2 W 00"_s, u"t=200 R 0"_s, u"t=200 9600,n,8,2 W ff"_s};
         const QStringList broken{u"t=0 break on"_s, u"t=81.818 break off"_s, u"t=281.818 R 0"_s,
@@ -106,9 +107,7 @@ private slots:
 
     void lineResetOnEveryAdapter()
     {
-        QFETCH(QList<int>, refused);
-        QFETCH(QStringList, head);
-        QFETCH(QStringList, probedAt);
+        const auto [refused, head, probedAt] = testdata::fetch<QList<int>, QStringList, QStringList>();
 
         Rig rig;
         rig.link.refuseRates(refused);
@@ -157,13 +156,9 @@ private slots:
     // its first four are checked.
     void searchOutcomes_data()
     {
-        QTest::addColumn<int>("kind"); // 0 answers, 1 nothing, 2 bad check byte, 3 unknown code, 4 late
-        QTest::addColumn<QByteArray>("prefix");
-        QTest::addColumn<QByteArray>("suffix");
-        QTest::addColumn<bool>("restart");
-        QTest::addColumn<bool>("found");
-        QTest::addColumn<int>("probes");
-        QTest::addColumn<int>("restarts");
+        testdata::columns<int, QByteArray, QByteArray, bool, bool, int, int>(
+            "kind", // 0 answers, 1 nothing, 2 bad check byte, 3 unknown code, 4 late
+            "prefix", "suffix", "restart", "found", "probes", "restarts");
 
         const QByteArray none;
         // Found with restart: the unit is restarted once it has answered.
@@ -185,13 +180,8 @@ private slots:
 
     void searchOutcomes()
     {
-        QFETCH(int, kind);
-        QFETCH(QByteArray, prefix);
-        QFETCH(QByteArray, suffix);
-        QFETCH(bool, restart);
-        QFETCH(bool, found);
-        QFETCH(int, probes);
-        QFETCH(int, restarts);
+        const auto [kind, prefix, suffix, restart, found, probes, restarts] =
+            testdata::fetch<int, QByteArray, QByteArray, bool, bool, int, int>();
 
         Rig rig;
         UnitConfig config;
@@ -233,13 +223,8 @@ private slots:
     // the message for it.
     void acknowledgements_data()
     {
-        QTest::addColumn<bool>("download");
-        QTest::addColumn<int>("fault");
-        QTest::addColumn<int>("block");
-        QTest::addColumn<int>("faultyAttempts");
-        QTest::addColumn<bool>("result");
-        QTest::addColumn<int>("commands");
-        QTest::addColumn<QString>("message");
+        testdata::columns<bool, int, int, int, bool, int, QString>(
+            "download", "fault", "block", "faultyAttempts", "result", "commands", "message");
 
         const int silent = int(UnitAckFault::Silent), wrong = int(UnitAckFault::WrongByte),
                   single = int(UnitAckFault::SingleByte);
@@ -269,13 +254,8 @@ private slots:
 
     void acknowledgements()
     {
-        QFETCH(bool, download);
-        QFETCH(int, fault);
-        QFETCH(int, block);
-        QFETCH(int, faultyAttempts);
-        QFETCH(bool, result);
-        QFETCH(int, commands);
-        QFETCH(QString, message);
+        const auto [download, fault, block, faultyAttempts, result, commands, message] =
+            testdata::fetch<bool, int, int, int, bool, int, QString>();
 
         Rig rig;
         UnitConfig config;
@@ -306,10 +286,8 @@ private slots:
     // it off (their user has just picked a Serial Tavo).
     void programmingRunsOnlyIntoASerialTavo_data()
     {
-        QTest::addColumn<int>("reply");
-        QTest::addColumn<bool>("guarded");
-        QTest::addColumn<VellProtocol::ProgramResult>("result");
-        QTest::addColumn<int>("blocks");
+        testdata::columns<int, bool, VellProtocol::ProgramResult, int>("reply", "guarded", "result",
+                                                                       "blocks");
 
         using R = VellProtocol::ProgramResult;
         QTest::newRow("Serial Tavo") << 22 << true << R::Finished << 32;
@@ -319,10 +297,8 @@ private slots:
 
     void programmingRunsOnlyIntoASerialTavo()
     {
-        QFETCH(int, reply);
-        QFETCH(bool, guarded);
-        QFETCH(VellProtocol::ProgramResult, result);
-        QFETCH(int, blocks);
+        const auto [reply, guarded, result, blocks] =
+            testdata::fetch<int, bool, VellProtocol::ProgramResult, int>();
 
         Rig rig;
         UnitConfig config;
@@ -391,9 +367,9 @@ private slots:
     // and 2 empty), so the search of port 1 is still going.
     void abortStopsAtOnce_data()
     {
-        QTest::addColumn<int>("routine"); // 0 search with restarts, 1 download, 2 restart,
-                                          // 3 search of four ports, 4 programming run
-        QTest::addColumn<int>("abortAt");
+        // 3 search of four ports, 4 programming run
+        testdata::columns<int, int>("routine", // 0 search with restarts, 1 download, 2 restart,
+                                    "abortAt");
 
         QTest::newRow("search, in a restart wait") << 0 << 2500;
         QTest::newRow("search, in a probe") << 0 << 215;
@@ -405,8 +381,7 @@ private slots:
 
     void abortStopsAtOnce()
     {
-        QFETCH(int, routine);
-        QFETCH(int, abortAt);
+        const auto [routine, abortAt] = testdata::fetch<int, int>();
         Rig rig;
         UnitConfig config;
         config.badCheckByte = routine == 0;
@@ -444,12 +419,8 @@ private slots:
     // line setting they go out at, and whether Send could be pressed.
     void composeAndSend_data()
     {
-        QTest::addColumn<TestStrings::Selection>("selection");
-        QTest::addColumn<int>("baudIndex");
-        QTest::addColumn<int>("parityIndex");
-        QTest::addColumn<bool>("sendEnabled");
-        QTest::addColumn<QByteArray>("wire");
-        QTest::addColumn<QString>("setting");
+        testdata::columns<TestStrings::Selection, int, int, bool, QByteArray, QString>(
+            "selection", "baudIndex", "parityIndex", "sendEnabled", "wire", "setting");
 
         using S = TestStrings::Selection;
         const QString plain = u"9600,n,8,1"_s;
@@ -478,12 +449,8 @@ private slots:
 
     void composeAndSend()
     {
-        QFETCH(TestStrings::Selection, selection);
-        QFETCH(int, baudIndex);
-        QFETCH(int, parityIndex);
-        QFETCH(bool, sendEnabled);
-        QFETCH(QByteArray, wire);
-        QFETCH(QString, setting);
+        auto [selection, baudIndex, parityIndex, sendEnabled, wire, setting] =
+            testdata::fetch<TestStrings::Selection, int, int, bool, QByteArray, QString>();
 
         ConfigData config = sampleConfig();
         config.BaudIndex = static_cast<std::int16_t>(baudIndex);
@@ -515,9 +482,7 @@ private slots:
     // with blanks between its three showings.
     void composedLayout_data()
     {
-        QTest::addColumn<TestStrings::Selection>("selection");
-        QTest::addColumn<QList<int>>("values");
-        QTest::addColumn<QList<int>>("types");
+        testdata::columns<TestStrings::Selection, QList<int>, QList<int>>("selection", "values", "types");
 
         using S = TestStrings::Selection;
         QTest::newRow("map") << S{1, 0, 0, checks({1, 3}), true, false} << QList<int>{10, 10, 10}
@@ -530,9 +495,7 @@ private slots:
 
     void composedLayout()
     {
-        QFETCH(TestStrings::Selection, selection);
-        QFETCH(QList<int>, values);
-        QFETCH(QList<int>, types);
+        auto [selection, values, types] = testdata::fetch<TestStrings::Selection, QList<int>, QList<int>>();
 
         const ConfigData config;
         SerialEditorData message = code("previous text"_ba);

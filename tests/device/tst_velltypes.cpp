@@ -1,5 +1,6 @@
 #include "SettingsKeyValueStore.h"
 #include "VellTypes.h"
+#include "support/Columns.h"
 
 #include <QTest>
 
@@ -57,9 +58,10 @@ private slots:
 
     void startUp_data()
     {
-        QTest::addColumn<QVariant>("version"); // stored before start-up; none: no key at all
-        QTest::addColumn<bool>("load");        // LoadVellTypes instead of CheckVellTypes
-        QTest::addColumn<int>("outcome");      // 0 built-in rows written, 1 stored rows read, 2 nothing
+        testdata::columns<QVariant, bool, int>(
+            "version",  // stored before start-up; none: no key at all
+            "load",     // LoadVellTypes instead of CheckVellTypes
+            "outcome"); // 0 built-in rows written, 1 stored rows read, 2 nothing
 
         QTest::newRow("no key") << QVariant() << false << 0;
         QTest::newRow("no key, load") << QVariant() << true << 0;
@@ -72,9 +74,7 @@ private slots:
 
     void startUp()
     {
-        QFETCH(QVariant, version);
-        QFETCH(bool, load);
-        QFETCH(int, outcome);
+        const auto [version, load, outcome] = testdata::fetch<QVariant, bool, int>();
         KeyValueStore &store = *m_store;
         if (version.isValid()) {
             VellTypes().StoreVellTypes(store);
@@ -105,9 +105,9 @@ private slots:
 
     void subkeyNamesAreReadAsNumbers_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<int>("row"); // -1: nowhere
-        QTest::addColumn<int>("size");
+        testdata::columns<QString, int, int>("name",
+                                             "row", // -1: nowhere
+                                             "size");
 
         QTest::newRow("not a number") << u"x"_s << 0 << 24;
         QTest::newRow("leading number") << u"7b"_s << 7 << 24;
@@ -120,9 +120,7 @@ private slots:
 
     void subkeyNamesAreReadAsNumbers()
     {
-        QFETCH(QString, name);
-        QFETCH(int, row);
-        QFETCH(int, size);
+        const auto [name, row, size] = testdata::fetch<QString, int, int>();
         VellTypes().StoreVellTypes(*m_store);
         writeRow(*m_store, name, 77, 0x5B, u"Odd key "_s);
         VellTypes table;
@@ -143,8 +141,8 @@ private slots:
     // fields before it are kept, the rest stay empty.
     void aBadValueEndsItsRow_data()
     {
-        QTest::addColumn<int>("bad"); // Type, Reply, Name, BootName
-        QTest::addColumn<bool>("missing");
+        testdata::columns<int, bool>("bad", // Type, Reply, Name, BootName
+                                     "missing");
 
         QTest::newRow("Type as text") << 0 << false;
         QTest::newRow("Reply missing") << 1 << true;
@@ -155,8 +153,7 @@ private slots:
 
     void aBadValueEndsItsRow()
     {
-        QFETCH(int, bad);
-        QFETCH(bool, missing);
+        const auto [bad, missing] = testdata::fetch<int, bool>();
         const QStringList names{u"Type"_s, u"Reply"_s, u"Name"_s, u"BootName"_s};
         for (int i = 0; i < 4; ++i) {
             if (i == bad && missing)

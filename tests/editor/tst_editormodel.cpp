@@ -1,5 +1,6 @@
 #include "ClipboardCodec.h"
 #include "EditorTestUtil.h"
+#include "support/Columns.h"
 
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -170,12 +171,9 @@ class TestEditorModel : public QObject
 private slots:
     void messageText_data()
     {
+        testdata::columns<QString, bool, int, bool, QString>("bytes", "canDoIgnore", "forced", "zeros",
+                                                             "expected");
         // clang-format off
-        QTest::addColumn<QString>("bytes");
-        QTest::addColumn<bool>("canDoIgnore");
-        QTest::addColumn<int>("forced");
-        QTest::addColumn<bool>("zeros");
-        QTest::addColumn<QString>("expected");
         const QString everyType = QStringLiteral("5d 10h 171h 5b 0b -5d 2c 200c 63i 655");
         QTest::newRow("ascii run, control, ascii below 32, euro")
             << "72a 105a 13c 7a 128a" << false << -1 << false << "Hi,CR,\x7f\u20ac";
@@ -190,11 +188,8 @@ private slots:
     }
     void messageText()
     {
-        QFETCH(QString, bytes);
-        QFETCH(bool, canDoIgnore);
-        QFETCH(int, forced);
-        QFETCH(bool, zeros);
-        QFETCH(QString, expected);
+        const auto [bytes, canDoIgnore, forced, zeros, expected] =
+            testdata::fetch<QString, bool, int, bool, QString>();
         const ByteDisplay::ForcedType forcedType =
             forced < 0 ? ByteDisplay::ForcedType() : SerialEditorData::Type(forced);
         QCOMPARE(ByteDisplay::messageText(msg(bytes, canDoIgnore), forcedType, zeros), expected);
@@ -203,13 +198,13 @@ private slots:
     // Every notation over every byte: value -> text -> value.
     void notationRoundTrip_data()
     {
+        testdata::columns<int, bool, int, int, int, int>(
+            "type", "zeros",
+            "firstKept", // these values read back as themselves,
+            "lastKept",
+            "otherwise", // the others as this (-1: as nothing)
+            "width");    // every text this long; 0: numbers without leading zeros
         // clang-format off
-        QTest::addColumn<int>("type");
-        QTest::addColumn<bool>("zeros");
-        QTest::addColumn<int>("firstKept"); // these values read back as themselves,
-        QTest::addColumn<int>("lastKept");
-        QTest::addColumn<int>("otherwise"); // the others as this (-1: as nothing)
-        QTest::addColumn<int>("width");     // every text this long; 0: numbers without leading zeros
         QTest::newRow("ascii: below 32 shows DEL") << 0 << false << 32 << 255 << 127 << 1;
         QTest::newRow("decimal")                    << 1 << false << 0 << 255 << -1 << 0;
         QTest::newRow("decimal, leading zeros")     << 1 << true  << 0 << 255 << -1 << 3;
@@ -225,12 +220,8 @@ private slots:
     }
     void notationRoundTrip()
     {
-        QFETCH(int, type);
-        QFETCH(bool, zeros);
-        QFETCH(int, firstKept);
-        QFETCH(int, lastKept);
-        QFETCH(int, otherwise);
-        QFETCH(int, width);
+        const auto [type, zeros, firstKept, lastKept, otherwise, width] =
+            testdata::fetch<int, bool, int, int, int, int>();
         const ByteDisplay::Notation &notation = ByteDisplay::notationOf(SerialEditorData::Type(type));
         for (int value = 0; value < 256; ++value) {
             const QString text = notation.text(value, zeros);
@@ -272,9 +263,8 @@ private slots:
     // One undo step per edit that changed something, undone by one Undo.
     void undoSteps_data()
     {
+        testdata::columns<QString, int>("script", "steps");
         // clang-format off
-        QTest::addColumn<QString>("script");
-        QTest::addColumn<int>("steps");
         QTest::newRow("typed decimal") << "{C-D}7" << 1;
         QTest::newRow("delete") << "{Delete}" << 1;
         QTest::newRow("backspace") << "{End}{Backspace}" << 1;
@@ -292,8 +282,7 @@ private slots:
     }
     void undoSteps()
     {
-        QFETCH(QString, script);
-        QFETCH(int, steps);
+        const auto [script, steps] = testdata::fetch<QString, int>();
         Loaded l(QStringLiteral("13d 65a"), Edit | Ignore);
         const SerialEditorData before = l.model.Message();
         run(l.model, script);
@@ -306,10 +295,10 @@ private slots:
 
     void selectionRule_data()
     {
+        testdata::columns<QString, QString, QString>("keys",
+                                                     "selected", // bytes drawn and typed as selected
+                                                     "copied");  // bytes the copy takes, and the cut removes
         // clang-format off
-        QTest::addColumn<QString>("keys");
-        QTest::addColumn<QString>("selected"); // bytes drawn and typed as selected
-        QTest::addColumn<QString>("copied");   // bytes the copy takes, and the cut removes
         QTest::newRow("rightwards includes the cursor byte") << "{S-Right}{S-Right}" << "012" << "012";
         QTest::newRow("leftwards stops before the anchor") << "{Right}{Right}{S-Left}{S-Left}" << "01" << "012";
         QTest::newRow("to the end") << "{Right}{S-End}" << "1234" << "123";
@@ -320,9 +309,7 @@ private slots:
     }
     void selectionRule()
     {
-        QFETCH(QString, keys);
-        QFETCH(QString, selected);
-        QFETCH(QString, copied);
+        const auto [keys, selected, copied] = testdata::fetch<QString, QString, QString>();
         Loaded l(QStringLiteral("48a 49a 50a 51a"));
         runKeys(l.model, keys);
         QString got;

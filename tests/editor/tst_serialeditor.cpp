@@ -1,5 +1,6 @@
 #include "EditorTestUtil.h"
 #include "SerialEditor.h"
+#include "support/Columns.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -129,13 +130,10 @@ private slots:
 
     void menuStateFollowsTheEditor_data()
     {
-        // clang-format off
-        QTest::addColumn<bool>("allowEdit");
-        QTest::addColumn<bool>("canDoIgnore");
-        QTest::addColumn<QString>("keys");
         // Enabled items, in the order CharType0 MenuControlChars0 MenuIgnore
         // MenuUndo MenuRedo MenuCopy MenuCopyAll MenuCut MenuPaste MenuDelete.
-        QTest::addColumn<QString>("enabled");
+        testdata::columns<bool, bool, QString, QString>("allowEdit", "canDoIgnore", "keys", "enabled");
+        // clang-format off
         QTest::newRow("nothing selected") << true << false << "" << "0100001010";
         QTest::newRow("selection") << true << true << "{S-Right}" << "1110011111";
         QTest::newRow("after an edit") << true << false << "x" << "0101001010";
@@ -145,10 +143,7 @@ private slots:
     }
     void menuStateFollowsTheEditor()
     {
-        QFETCH(bool, allowEdit);
-        QFETCH(bool, canDoIgnore);
-        QFETCH(QString, keys);
-        QFETCH(QString, enabled);
+        const auto [allowEdit, canDoIgnore, keys, enabled] = testdata::fetch<bool, bool, QString, QString>();
         Shown s(msg(QStringLiteral("65a 66a"), canDoIgnore), allowEdit);
         s.keys(keys);
         s.rightClick();
@@ -246,10 +241,10 @@ private slots:
 
     void tabStaysAndCtrlTabLeaves_data()
     {
+        testdata::columns<bool, QKeyCombination, QString>(
+            "allowEdit", "keys",
+            "focus"); // the widget that has the focus afterwards
         // clang-format off
-        QTest::addColumn<bool>("allowEdit");
-        QTest::addColumn<QKeyCombination>("keys");
-        QTest::addColumn<QString>("focus"); // the widget that has the focus afterwards
         const auto ctrl = Qt::ControlModifier, shift = Qt::ShiftModifier;
         QTest::newRow("Tab") << true << QKeyCombination(Qt::Key_Tab) << "DisplayImage";
         QTest::newRow("Shift+Tab") << true << (shift | Qt::Key_Backtab) << "DisplayImage";
@@ -262,9 +257,7 @@ private slots:
     }
     void tabStaysAndCtrlTabLeaves()
     {
-        QFETCH(bool, allowEdit);
-        QFETCH(QKeyCombination, keys);
-        QFETCH(QString, focus);
+        const auto [allowEdit, keys, focus] = testdata::fetch<bool, QKeyCombination, QString>();
         // The editor between two text fields, in the focus order.
         QWidget window;
         auto *layout = new QHBoxLayout(&window);
@@ -288,12 +281,10 @@ private slots:
 
     void screenReadersReadTheCodeAsDrawn_data()
     {
+        testdata::columns<bool, QString, QString, int, QString>("allowEdit", "keys", "text",
+                                                                "cursor", // in characters of the text
+                                                                "selected");
         // clang-format off
-        QTest::addColumn<bool>("allowEdit");
-        QTest::addColumn<QString>("keys");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("cursor"); // in characters of the text
-        QTest::addColumn<QString>("selected");
         QTest::newRow("loaded") << true << "" << "Hi,CR" << 0 << "";
         QTest::newRow("after a separator") << true << "{Right}{Right}" << "Hi,CR" << 3 << "";
         QTest::newRow("at the end") << true << "{End}" << "Hi,CR" << 5 << "";
@@ -304,11 +295,8 @@ private slots:
     }
     void screenReadersReadTheCodeAsDrawn()
     {
-        QFETCH(bool, allowEdit);
-        QFETCH(QString, keys);
-        QFETCH(QString, text);
-        QFETCH(int, cursor);
-        QFETCH(QString, selected);
+        const auto [allowEdit, keys, text, cursor, selected] =
+            testdata::fetch<bool, QString, QString, int, QString>();
         Shown s(msg(QStringLiteral("72a 105a 13c")), allowEdit);
         s.keys(keys);
         QAccessibleInterface *shown = QAccessible::queryAccessibleInterface(s.display);

@@ -5,6 +5,7 @@
 #include "SerialEditor.h"
 #include "SerialTavo.h"
 #include "UnitServices.h"
+#include "support/Columns.h"
 #include "support/ConfigSamples.h"
 #include "support/ScriptedCommonDialog.h"
 
@@ -192,11 +193,9 @@ private slots:
 
     void saveChangesPrompt_data()
     {
-        QTest::addColumn<QString>("command");
-        QTest::addColumn<int>("answer");
         // The current file was written, the command went ahead, the
         // configuration lost its name, unsaved changes remain.
-        QTest::addColumn<QString>("savedGoneOnUntitledModified");
+        testdata::columns<QString, int, QString>("command", "answer", "savedGoneOnUntitledModified");
         const int yes = int(Answer::Yes), no = int(Answer::No), cancel = int(Answer::Cancel);
         const QString neu = u"NEW"_s, open = u"OPEN"_s;
         QTest::newRow("new, yes") << neu << yes << "1110";
@@ -215,9 +214,7 @@ private slots:
 
     void saveChangesPrompt()
     {
-        QFETCH(QString, command);
-        QFETCH(int, answer);
-        QFETCH(QString, savedGoneOnUntitledModified);
+        const auto [command, answer, savedGoneOnUntitledModified] = testdata::fetch<QString, int, QString>();
         const QString current = sample("current.OTS");
         Window w;
         w.open(current);
@@ -245,10 +242,7 @@ private slots:
 
     void settingsDialog_data()
     {
-        QTest::addColumn<int>("baud");
-        QTest::addColumn<int>("parity");
-        QTest::addColumn<bool>("done");
-        QTest::addColumn<QString>("shown");
+        testdata::columns<int, int, bool, QString>("baud", "parity", "done", "shown");
         QTest::newRow("19200 even, done") << 4 << 1 << true << u"19200, baud, Even"_s;
         QTest::newRow("no change, done") << 0 << 0 << true << u"9600, baud, No"_s;
         QTest::newRow("change, cancel") << 6 << 2 << false << u"9600, baud, No"_s;
@@ -256,14 +250,11 @@ private slots:
 
     void settingsDialog()
     {
-        QFETCH(int, baud);
-        QFETCH(int, parity);
-        QFETCH(bool, done);
-        QFETCH(QString, shown);
+        const auto [baud, parity, done, shown] = testdata::fetch<int, int, bool, QString>();
         Window w;
         w.window.runCommand(u"NEW"_s);
         QList<bool> listsFit;
-        onNextModal([&](QWidget *dialog) {
+        onNextModal([&, baud = baud, parity = parity, done = done](QWidget *dialog) {
             // The lists are as big as their entries: all of them show, and
             // no empty row or wide margin.
             for (const auto *list : dialog->findChildren<QListWidget *>()) {
@@ -293,9 +284,7 @@ private slots:
 
     void failuresInACommandMakeTheConfigurationUntitled_data()
     {
-        QTest::addColumn<QString>("command");
-        QTest::addColumn<int>("line");
-        QTest::addColumn<QByteArray>("content");
+        testdata::columns<QString, int, QByteArray>("command", "line", "content");
         QTest::newRow("settings, baud 9") << u"SETTINGS"_s << 34 << QByteArray("9");
         QTest::newRow("settings, parity -1") << u"SETTINGS"_s << 35 << QByteArray("-1");
         QTest::newRow("export, a byte 300") << u"EXPORT"_s << 2 << QByteArray("1,0,0,0,300,1,");
@@ -304,9 +293,7 @@ private slots:
 
     void failuresInACommandMakeTheConfigurationUntitled()
     {
-        QFETCH(QString, command);
-        QFETCH(int, line);
-        QFETCH(QByteArray, content);
+        const auto [command, line, content] = testdata::fetch<QString, int, QByteArray>();
         Window w;
         w.open(sample("odd.OTS", withLine(tavo::configFileText(varied()), line, content)));
         QCOMPARE(w.title(), u"odd"_s); // it loads
@@ -448,9 +435,9 @@ private slots:
 
     void shortcutsRunTheCommands_data()
     {
-        QTest::addColumn<QKeySequence>("keys");
-        QTest::addColumn<bool>("edited"); // output 7 changed first, else started again
-        QTest::addColumn<int>("dialogs"); // file dialogs shown
+        testdata::columns<QKeySequence, bool, int>("keys",
+                                                   "edited",   // output 7 changed first, else started again
+                                                   "dialogs"); // file dialogs shown
         QTest::newRow("Ctrl+O opens") << QKeySequence(Qt::CTRL | Qt::Key_O) << true << 1;
         QTest::newRow("Ctrl+Shift+S saves as") << QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S) << true << 1;
         QTest::newRow("Ctrl+S saves") << QKeySequence(Qt::CTRL | Qt::Key_S) << true << 1;
@@ -461,9 +448,7 @@ private slots:
 
     void shortcutsRunTheCommands()
     {
-        QFETCH(QKeySequence, keys);
-        QFETCH(bool, edited);
-        QFETCH(int, dialogs);
+        const auto [keys, edited, dialogs] = testdata::fetch<QKeySequence, bool, int>();
         Window w;
         if (edited)
             w.editOutput(6);
@@ -481,9 +466,8 @@ private slots:
 
     void helpOpensInOurOwnWindowWhereTheDesktopCannot_data()
     {
-        QTest::addColumn<int>("code"); // the shell's answer
-        QTest::addColumn<QString>("message");
-        QTest::addColumn<bool>("ownWindow");
+        testdata::columns<int, QString, bool>("code", // the shell's answer
+                                              "message", "ownWindow");
         QTest::newRow("opened") << int(Shell::Launched) << QString() << false;
         QTest::newRow("no viewer or no browser") << int(Shell::NoAssociation) << QString() << true;
         QTest::newRow("no page") << int(Shell::FileNotFound) << u"File not found!"_s << false;
@@ -491,9 +475,7 @@ private slots:
     }
     void helpOpensInOurOwnWindowWhereTheDesktopCannot()
     {
-        QFETCH(int, code);
-        QFETCH(QString, message);
-        QFETCH(bool, ownWindow);
+        const auto [code, message, ownWindow] = testdata::fetch<int, QString, bool>();
         Window w;
         w.shell.code = code;
         w.click("HELP");

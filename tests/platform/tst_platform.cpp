@@ -4,6 +4,7 @@
 #include "QtSerialLink.h"
 #include "SettingsKeyValueStore.h"
 #include "support/ChildProcess.h"
+#include "support/Columns.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -52,8 +53,8 @@ private slots:
 
     void lineSettingsParse_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("normalised"); // empty: not a setting
+        testdata::columns<QString, QString>("text",
+                                            "normalised"); // empty: not a setting
 
         QTest::newRow("line reset") << u"110,n,8,2"_s << u"110,n,8,2"_s;
         QTest::newRow("non-standard 14400") << u"14400,n,8,2"_s << u"14400,n,8,2"_s;
@@ -76,8 +77,7 @@ private slots:
 
     void lineSettingsParse()
     {
-        QFETCH(QString, text);
-        QFETCH(QString, normalised);
+        const auto [text, normalised] = testdata::fetch<QString, QString>();
         const auto parsed = LineSettings::parse(text);
         QCOMPARE(parsed ? parsed->toString() : QString(), normalised);
     }
@@ -85,11 +85,7 @@ private slots:
     void storeKeepsNumbersAndTextsApart_data()
     {
         // A raw INI line under [Types] and what a query must make of it.
-        QTest::addColumn<QString>("line");
-        QTest::addColumn<int>("kind");
-        QTest::addColumn<uint>("number");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<int>("size");
+        testdata::columns<QString, int, uint, QString, int>("line", "kind", "number", "text", "size");
 
         QTest::newRow("number") << u"Value=dword:0000001c"_s << int(Kind::Number) << 28u << u""_s << 4;
         QTest::newRow("upper-case hex")
@@ -110,11 +106,7 @@ private slots:
 
     void storeKeepsNumbersAndTextsApart()
     {
-        QFETCH(QString, line);
-        QFETCH(int, kind);
-        QFETCH(uint, number);
-        QFETCH(QString, text);
-        QFETCH(int, size);
+        const auto [line, kind, number, text, size] = testdata::fetch<QString, int, uint, QString, int>();
 
         QTemporaryDir dir;
         const QString file = dir.filePath(QStringLiteral("types.ini"));
@@ -198,8 +190,7 @@ private slots:
     // Every wait here would last a minute; what ends it decides the result.
     void eventLoopWaitEndsEarly_data()
     {
-        QTest::addColumn<int>("how");
-        QTest::addColumn<bool>("result");
+        testdata::columns<int, bool>("how", "result");
 
         // Nobody tells the waiter: the condition just turns true in the
         // course of an event, as when a port's notifier fills its buffer.
@@ -210,12 +201,11 @@ private slots:
 
     void eventLoopWaitEndsEarly()
     {
-        QFETCH(int, how);
-        QFETCH(bool, result);
+        const auto [how, result] = testdata::fetch<int, bool>();
         EventLoopWaiter waiter;
         bool arrived = false;
         bool inner = true;
-        QTimer::singleShot(1, &waiter, [&] {
+        QTimer::singleShot(1, &waiter, [&, how = how] {
             if (how == 0) {
                 arrived = true;
             } else if (how == 1) {

@@ -6,6 +6,7 @@
 #include "ScriptedPrompter.h"
 #include "SerialTavo.h"
 #include "support/ChildProcess.h"
+#include "support/Columns.h"
 #include "support/ConfigSamples.h"
 #include "support/ScriptedCommonDialog.h"
 
@@ -73,9 +74,7 @@ private slots:
     // to start the new file, too small to finish it.
     void writesThatCannotCompleteKeepWhatWasThere_data()
     {
-        QTest::addColumn<QString>("command");
-        QTest::addColumn<QString>("target");
-        QTest::addColumn<int>("sizeLimit");
+        testdata::columns<QString, QString, int>("command", "target", "sizeLimit");
 
         const auto row = [](const char *name, const char *command, const char *target, int sizeLimit = 0) {
             QTest::newRow(name) << QString::fromLatin1(command) << QString::fromLatin1(target) << sizeLimit;
@@ -90,9 +89,7 @@ private slots:
 
     void writesThatCannotCompleteKeepWhatWasThere()
     {
-        QFETCH(QString, command);
-        QFETCH(QString, target);
-        QFETCH(int, sizeLimit);
+        auto [command, target, sizeLimit] = testdata::fetch<QString, QString, int>();
         const bool saving = command != u"EXPORT"_s;
 
         // The configuration being edited comes from a file, so it has a name
@@ -120,7 +117,7 @@ private slots:
 
         testsupport::ChildConditions conditions;
         conditions.fileSizeLimit = sizeLimit;
-        const testsupport::ChildResult child = testsupport::runInChild(conditions, [&] {
+        const testsupport::ChildResult child = testsupport::runInChild(conditions, [&, command = command] {
             w.window.runCommand(command);
             return w.outcome();
         });

@@ -14,6 +14,7 @@
 #include "UnitLine.h"
 #include "VirtualUnitWindow.h"
 #include "device/DialogBench.h"
+#include "support/Columns.h"
 #include "support/ConfigSamples.h"
 #include "support/ScriptedCommonDialog.h"
 
@@ -119,11 +120,12 @@ private slots:
     // history follow at once, a pulse ending on time.
     void sendsSwitchTheLamps_data()
     {
-        QTest::addColumn<bool>("inDialog");
-        QTest::addColumn<QStringList>("clicks"); // in the dialog: after choosing slot 1
-        QTest::addColumn<int>("lit");
-        QTest::addColumn<QString>("history"); // what was received -> what it did
-        QTest::addColumn<QString>("at");      // the line setting it was received at
+        testdata::columns<bool, QStringList, int, QString, QString>(
+            "inDialog",
+            "clicks", // in the dialog: after choosing slot 1
+            "lit",
+            "history", // what was received -> what it did
+            "at");     // the line setting it was received at
 
         QTest::newRow("on") << false << QStringList{u"On1"_s} << 0x01 << u"LIGHTS ON,CR -> output 1 on"_s
                             << u"19200,e,8,1"_s;
@@ -144,11 +146,8 @@ private slots:
 
     void sendsSwitchTheLamps()
     {
-        QFETCH(bool, inDialog);
-        QFETCH(QStringList, clicks);
-        QFETCH(int, lit);
-        QFETCH(QString, history);
-        QFETCH(QString, at);
+        const auto [inDialog, clicks, lit, history, at] =
+            testdata::fetch<bool, QStringList, int, QString, QString>();
 
         Desk desk;
         QCOMPARE(desk.label(u"Holding"_s), u"Holds: nothing programmed yet"_s);
@@ -160,7 +159,7 @@ private slots:
         int litMeanwhile = -1;
         QString historyMeanwhile;
         if (inDialog) {
-            desk.command("TEST", [&](UnitDialog &dialog) {
+            desk.command("TEST", [&, clicks = clicks](UnitDialog &dialog) {
                 click(dialog, u"Option1_0"_s);
                 for (const QString &name : clicks)
                     click(dialog, name);
@@ -244,9 +243,9 @@ private slots:
     // taken the configuration.
     void faultSwitchesShowEveryFailure_data()
     {
-        QTest::addColumn<QString>("control");
-        QTest::addColumn<int>("choice"); // for a list: the entry to choose
-        QTest::addColumn<QStringList>("messages");
+        testdata::columns<QString, int, QStringList>("control",
+                                                     "choice", // for a list: the entry to choose
+                                                     "messages");
 
         const QString notResponding = u"Error! | Tavo not responding"_s;
         QTest::newRow("silent") << u"FaultSilent"_s << 0 << QStringList{notResponding};
@@ -266,12 +265,10 @@ private slots:
 
     void faultSwitchesShowEveryFailure()
     {
-        QFETCH(QString, control);
-        QFETCH(int, choice);
-        QFETCH(QStringList, messages);
+        const auto [control, choice, messages] = testdata::fetch<QString, int, QStringList>();
 
         Desk desk;
-        desk.download([&] {
+        desk.download([&, control = control, choice = choice] {
             if (auto *list = desk.unit->findChild<QComboBox *>(control)) {
                 for (int i = 0; i < choice; ++i)
                     QTest::keyClick(list, Qt::Key_Down);
