@@ -1,7 +1,6 @@
 #include "LineBench.h"
 #include "TestStrings.h"
 #include "TracingLink.h"
-#include "VellProtocol.h"
 #include "support/Columns.h"
 
 #include <QTest>
@@ -321,9 +320,7 @@ private slots:
     {
         Rig rig;
         UnitSimulator &unit = rig.open();
-        VellProtocol::ConfigImage image{};
-        for (std::size_t i = 0; i < image.size(); ++i)
-            image[i] = static_cast<std::uint8_t>(i * 7 + 3);
+        const VellProtocol::ConfigImage image = sampleImage();
         rig.protocol.setConfigImage(image);
         QVERIFY(rig.protocol.Configure_Vell(256));
         QCOMPARE(unit.image(), image);

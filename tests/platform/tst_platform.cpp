@@ -5,9 +5,9 @@
 #include "SettingsKeyValueStore.h"
 #include "support/ChildProcess.h"
 #include "support/Columns.h"
+#include "support/Files.h"
 
 #include <QElapsedTimer>
-#include <QFile>
 #include <QFileInfo>
 #include <QSerialPort>
 #include <QSettings>
@@ -110,7 +110,7 @@ private slots:
 
         QTemporaryDir dir;
         const QString file = dir.filePath(QStringLiteral("types.ini"));
-        writeFile(file, "[Types]\n" + line.toLatin1() + "\n");
+        QVERIFY(samples::writeBytes(file, "[Types]\n" + line.toLatin1() + "\n"));
         auto store = SettingsKeyValueStore::openIniFile(file);
         const KeyValueStore::Value v = store->queryValue(Types, QStringLiteral("Value"), 255);
         QCOMPARE(v.status, Status::Success);
@@ -164,8 +164,9 @@ private slots:
         QFETCH(bool, inMemory);
         QTemporaryDir dir;
         const QString file = dir.filePath(QStringLiteral("types.ini"));
-        writeFile(file, "[Types]\n10\\Type=dword:00000001\nB\\Type=dword:00000001\n2\\Type=dword:00000001\n"
-                        "a\\Type=dword:00000001\n0\\Type=dword:00000001\n10\\Name=dword:00000001\n");
+        QVERIFY(samples::writeBytes(
+            file, "[Types]\n10\\Type=dword:00000001\nB\\Type=dword:00000001\n2\\Type=dword:00000001\n"
+                  "a\\Type=dword:00000001\n0\\Type=dword:00000001\n10\\Name=dword:00000001\n"));
         // The same values, as QSettings reads them from that file.
         SettingsKeyValueStore::Values values;
         for (const char *key : {"10/Type", "B/Type", "2/Type", "a/Type", "0/Type", "10/Name"})
@@ -274,14 +275,6 @@ private slots:
 #else
         QSKIP("pseudo-terminals are a Unix thing");
 #endif
-    }
-
-private:
-    static void writeFile(const QString &name, const QByteArray &content)
-    {
-        QFile f(name);
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write(content);
     }
 };
 
