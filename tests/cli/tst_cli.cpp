@@ -93,6 +93,12 @@ bool setLine(const QString &tty, speed_t speed, tcflag_t parity)
 
 } // namespace
 
+// Starts a `tavo sim` as `name`, or skips the test where there is none.
+#define SIM_OR_SKIP(name, ...)                                                                               \
+    const auto name = startSim(__VA_ARGS__);                                                                 \
+    if (!name)                                                                                               \
+    QSKIP("no pseudo-terminal for the simulated unit")
+
 class TestCli : public QObject
 {
     Q_OBJECT
@@ -363,8 +369,6 @@ private slots:
         QCOMPARE(exported.readAll(), tavo::exportFileBytes(config));
     }
 
-    // ---- over pseudo-terminals -------------------------------------------
-
     void searchNamesWhatAnswers_data()
     {
         testdata::columns<QStringList, QStringList, QString, QStringList>(
@@ -388,9 +392,7 @@ private slots:
         const auto [simArgs, searchArgs, slot1, traced] =
             testdata::fetch<QStringList, QStringList, QString, QStringList>();
 
-        const auto sim = startSim(simArgs);
-        if (!sim)
-            QSKIP("no pseudo-terminal for the simulated unit");
+        SIM_OR_SKIP(sim, simArgs);
         const QString missing = path(u"ttyMissing"_s);
         const Run run =
             tavo(QStringList{u"search"_s, u"--ports"_s, sim->pty + u",,"_s + missing} + searchArgs);
@@ -432,11 +434,9 @@ private slots:
     // a record of each in the log.
     void programmingSeveralUnitsAtOnce()
     {
-        const auto a = startSim({});
-        const auto b = startSim({u"--type"_s, u"0x11"_s});
-        const auto c = startSim({u"--block-fault"_s, u"wrong"_s, u"--faulty-block"_s, u"3"_s});
-        if (!a || !b || !c)
-            QSKIP("no pseudo-terminal for the simulated unit");
+        SIM_OR_SKIP(a, {});
+        SIM_OR_SKIP(b, {u"--type"_s, u"0x11"_s});
+        SIM_OR_SKIP(c, {u"--block-fault"_s, u"wrong"_s, u"--faulty-block"_s, u"3"_s});
         const QString log = path(u"runs.jsonl"_s);
         QFile::remove(log);
         QVERIFY(samples::writeBytes(log, "{\"earlier\":true}\n")); // appended to, never rewritten
@@ -517,9 +517,7 @@ private slots:
 
         const QString imageFile = path(u"received.bin"_s);
         QFile::remove(imageFile);
-        const auto sim = startSim(simArgs.replaceInStrings(u"IMAGE"_s, imageFile));
-        if (!sim)
-            QSKIP("no pseudo-terminal for the simulated unit");
+        SIM_OR_SKIP(sim, simArgs.replaceInStrings(u"IMAGE"_s, imageFile));
         const Run run = tavo({u"program"_s, path(u"sample.OTS"_s), u"--port"_s, sim->pty});
         QCOMPARE(run.code, code);
         QCOMPARE(run.out, code == 0 ? u"All sent ok\n"_s : QString());
@@ -559,9 +557,7 @@ private slots:
         // rows that send codes.
         const QString configFile = path(u"sample.OTS"_s);
         const bool codes = sends.constLast().contains(u"--code"_s);
-        const auto sim = startSim(codes ? QStringList{u"--config"_s, configFile} : QStringList{});
-        if (!sim)
-            QSKIP("no pseudo-terminal for the simulated unit");
+        SIM_OR_SKIP(sim, codes ? QStringList{u"--config"_s, configFile} : QStringList{});
         // Closing the port puts back the line setting it had, and a unit in
         // another process may get to the bytes only after that (a
         // pseudo-terminal has no line time). Let the line rest at the
@@ -604,16 +600,11 @@ private slots:
         QCOMPARE(f.value(u"kind"_s).toString(), u"on-equals-off"_s);
         QCOMPARE(f.value(u"line"_s).toInt(), 2);
         QCOMPARE(f.value(u"codes"_s).toArray(), QJsonArray({u"Output 1 On"_s, u"Output 1 Off"_s}));
-        // Damaged lines are findings too.
     }
-
-    // ---- interrupted -------------------------------------------------------
 
     void interruptedProgrammingClosesThePortAndEndsBySignal()
     {
-        const auto sim = startSim({});
-        if (!sim)
-            QSKIP("no pseudo-terminal for the simulated unit");
+        SIM_OR_SKIP(sim, {});
         // The port's own setting before the run, which it must get back.
         const int fd = ::open(sim->pty.toLocal8Bit().constData(), O_RDWR | O_NOCTTY | O_NONBLOCK);
         QVERIFY(fd >= 0);
@@ -643,10 +634,8 @@ private slots:
 
     void interruptedSearchReportsOnlyTheSlotsItSearched()
     {
-        const auto unit = startSim({});
-        const auto silent = startSim({u"--silent"_s});
-        if (!unit || !silent)
-            QSKIP("no pseudo-terminal for the simulated unit");
+        SIM_OR_SKIP(unit, {});
+        SIM_OR_SKIP(silent, {u"--silent"_s});
         QProcess p;
         p.setProcessEnvironment(environment());
         p.start(TavoPath, {u"search"_s, u"--ports"_s, unit->pty + u',' + silent->pty + u",,"_s});
@@ -663,9 +652,7 @@ private slots:
 
     void simEndsBySignalAndTakesItsTerminal()
     {
-        const auto sim = startSim({});
-        if (!sim)
-            QSKIP("no pseudo-terminal for the simulated unit");
+        SIM_OR_SKIP(sim, {});
         QVERIFY(QFileInfo::exists(sim->pty));
         sim->terminate();
         QVERIFY(sim->waitForFinished(CommandTimeoutMs));

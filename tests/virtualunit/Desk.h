@@ -18,7 +18,6 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QTimer>
-#include <QToolButton>
 
 struct Desk {
     ScriptedPrompter prompter;
