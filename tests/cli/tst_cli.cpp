@@ -170,9 +170,7 @@ private:
         while (!QString::fromUtf8(seen).contains(text)) {
             if (deadline.hasExpired() || !p.waitForReadyRead(int(deadline.remainingTime())))
                 return false;
-            seen += p.peek(p.bytesAvailable());
-            seen = seen.right(4096);
-            p.read(p.bytesAvailable());
+            seen = (seen + p.readAll()).right(4096);
         }
         p.setReadChannel(QProcess::StandardOutput);
         return true;
@@ -650,16 +648,13 @@ private slots:
         QCOMPARE(QString::fromUtf8(p.readAllStandardError()), QString());
     }
 
-    void simEndsBySignalAndTakesItsTerminal()
+    void simEndsBySignal()
     {
         SIM_OR_SKIP(sim, {});
-        QVERIFY(QFileInfo::exists(sim->pty));
         sim->terminate();
         QVERIFY(sim->waitForFinished(CommandTimeoutMs));
         QCOMPARE(sim->exitStatus(), QProcess::CrashExit);
         QCOMPARE(sim->exitCode(), SIGTERM);
-        // The terminal went with it.
-        QVERIFY(!QFileInfo::exists(sim->pty));
     }
 };
 

@@ -133,9 +133,9 @@ private slots:
 
         QStringList found;
         for (const tavo::ConfigDamage &d : tavo::findConfigDamage(file))
-            found << QString::number(d.line) + QStringLiteral(": ") + d.what;
-        QCOMPARE(found.join(QStringLiteral(" | ")),
-                 damage.isEmpty() ? QString() : QString::number(line) + QStringLiteral(": ") + damage);
+            found << QString::number(d.line) + u": "_s + d.what;
+        QCOMPARE(found.join(u" | "_s),
+                 damage.isEmpty() ? QString() : QString::number(line) + u": "_s + damage);
 
         QVERIFY(writeBytes(path("odd.OTS"), file));
         int shown = 0;
@@ -169,12 +169,12 @@ private slots:
         QStringList found;
         for (const tavo::ConfigDamage &d : tavo::findConfigDamage(lines.join('\n') + '\n'))
             found << QString::number(d.line);
-        QCOMPARE(found.join(QLatin1Char(' ')), QStringLiteral("2 34 35"));
+        QCOMPARE(found.join(QLatin1Char(' ')), u"2 34 35"_s);
     }
 
     void unreadableFilesChangeNothing()
     {
-        QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("folder.OTS")));
+        QVERIFY(QDir(m_dir.path()).mkpath(u"folder.OTS"_s));
         ConfigData config = varied();
         QCOMPARE(tavo::readConfigFile(path("missing.OTS"), config).status, Status::NotFound);
         QCOMPARE(tavo::readConfigFile(path("folder.OTS"), config).status, Status::IsFolder);
@@ -190,7 +190,7 @@ private slots:
     // controller using both modes and every kind of byte.
     void demoIsACompleteFileThatUsesEveryFeature()
     {
-        const QString demo = qEnvironmentVariable("TAVO_SOURCE_DIR") + QStringLiteral("/examples/demo.OTS");
+        const QString demo = qEnvironmentVariable("TAVO_SOURCE_DIR") + u"/examples/demo.OTS"_s;
         ConfigData c;
         QVERIFY(tavo::readConfigFile(demo, c).ok());
         QVERIFY(tavo::writeConfigFile(path("demo.OTS"), c).ok());
@@ -290,26 +290,25 @@ private slots:
         QCOMPARE(bytes.mid(1, 256), QByteArray(reinterpret_cast<const char *>(c.ConfigImage.data()), 256));
         QCOMPARE(bytes.mid(257).count('\0'), 65539 - 257);
 
-        QCOMPARE(tavo::proposedExportName(QStringLiteral("/x/demo.ots")), QStringLiteral("/x/demo.BDX"));
-        QCOMPARE(tavo::proposedExportName(QStringLiteral("a.OTS")), QStringLiteral("a.BDX"));
-        QCOMPARE(tavo::proposedExportName(QStringLiteral(".OTS")), QString());
+        QCOMPARE(tavo::proposedExportName(u"/x/demo.ots"_s), u"/x/demo.BDX"_s);
+        QCOMPARE(tavo::proposedExportName(u"a.OTS"_s), u"a.BDX"_s);
+        QCOMPARE(tavo::proposedExportName(u".OTS"_s), QString());
         QCOMPARE(tavo::proposedExportName(QString()), QString());
     }
 
     void textsForTheUser()
     {
-        const QString tail = QStringLiteral(" parity, 8 Bit data, 1 Stop bit");
-        QCOMPARE(tavo::SerialSettingsText(4, 1), QStringLiteral("19200, baud, Even") + tail);
-        QCOMPARE(tavo::SerialSettingsText(7, 2), QStringLiteral(", baud, Odd") + tail);
-        QCOMPARE(tavo::SerialSettingsText(6, -1), QStringLiteral("38400, baud, ") + tail);
+        const QString tail = u" parity, 8 Bit data, 1 Stop bit"_s;
+        QCOMPARE(tavo::SerialSettingsText(4, 1), u"19200, baud, Even"_s + tail);
+        QCOMPARE(tavo::SerialSettingsText(7, 2), u", baud, Odd"_s + tail);
+        QCOMPARE(tavo::SerialSettingsText(6, -1), u"38400, baud, "_s + tail);
 
-        QCOMPARE(tavo::windowCaption(QString()), QStringLiteral("Serial Tavo Editor 1.0.3"));
-        QCOMPARE(tavo::windowCaption(QStringLiteral("/a/b.c/shop lights.BDX")),
-                 QStringLiteral("shop lights"));
-        QCOMPARE(tavo::windowCaption(QStringLiteral("demo.OTS")), QStringLiteral("emo")); // no folder
-        QCOMPARE(tavo::windowCaption(QStringLiteral("/x/a.b")), QString());
+        QCOMPARE(tavo::windowCaption(QString()), u"Serial Tavo Editor 1.0.3"_s);
+        QCOMPARE(tavo::windowCaption(u"/a/b.c/shop lights.BDX"_s), u"shop lights"_s);
+        QCOMPARE(tavo::windowCaption(u"demo.OTS"_s), u"emo"_s); // no folder
+        QCOMPARE(tavo::windowCaption(u"/x/a.b"_s), QString());
 #ifdef Q_OS_WIN
-        QCOMPARE(tavo::windowCaption(QStringLiteral("C:\\x\\demo.OTS")), QStringLiteral("demo"));
+        QCOMPARE(tavo::windowCaption(u"C:\\x\\demo.OTS"_s), u"demo"_s);
 #endif
     }
 
@@ -318,11 +317,11 @@ private slots:
         testdata::columns<int, QString>("code",
                                         "message"); // empty: nothing shown
         // clang-format off
-        QTest::newRow("missing file") << 2 << QStringLiteral("File not found!");
-        QTest::newRow("sharing") << 15 << QStringLiteral("A sharing violation occurred!");
-        QTest::newRow("shell's sharing code") << 26 << QStringLiteral("Unknown error!");
+        QTest::newRow("missing file") << 2 << u"File not found!"_s;
+        QTest::newRow("sharing") << 15 << u"A sharing violation occurred!"_s;
+        QTest::newRow("shell's sharing code") << 26 << u"Unknown error!"_s;
         QTest::newRow("no association") << 31 << QString();
-        QTest::newRow("32 is a failure") << 32 << QStringLiteral("DLL not found!");
+        QTest::newRow("32 is a failure") << 32 << u"DLL not found!"_s;
         QTest::newRow("33 is success") << 33 << QString();
         // clang-format on
     }
@@ -333,12 +332,12 @@ private slots:
         RecordingShell shell;
         shell.code = code;
         ScriptedPrompter prompter;
-        tavo::LaunchDocument(shell, prompter, QStringLiteral("/opt/help.html"));
-        QCOMPARE(shell.opened, QStringList{QStringLiteral("/opt/help.html")});
+        tavo::LaunchDocument(shell, prompter, u"/opt/help.html"_s);
+        QCOMPARE(shell.opened, QStringList{u"/opt/help.html"_s});
         QCOMPARE(prompter.shown().size(), message.isEmpty() ? 0 : 1);
         if (!message.isEmpty()) {
             QCOMPARE(prompter.shown().first().text, message);
-            QCOMPARE(prompter.shown().first().title, QStringLiteral("Link Launch Error"));
+            QCOMPARE(prompter.shown().first().title, u"Link Launch Error"_s);
             QCOMPARE(prompter.shown().first().icon, Prompter::Icon::Critical);
         }
         QCOMPARE(DesktopShell().open(path("not there.html")), Shell::FileNotFound);
@@ -348,13 +347,13 @@ private slots:
     {
         testdata::columns<QStringList, QString>("arguments", "file");
         // clang-format off
-        const QString p = QStringLiteral("/x/path with blanks/demo.OTS");
+        const QString p = u"/x/path with blanks/demo.OTS"_s;
         QTest::newRow("none") << QStringList() << QString();
         QTest::newRow("one argument") << QStringList{p} << p;
         QTest::newRow("quotes kept by the caller") << QStringList{QLatin1Char('"') + p + QLatin1Char('"')} << p;
         QTest::newRow("unquoted, in pieces") << p.split(QLatin1Char(' ')) << p;
-        QTest::newRow("one quote each side only") << QStringList{QStringLiteral("\"\"a\"\"")} << QStringLiteral("\"a\"");
-        QTest::newRow("leading quote only") << QStringList{QStringLiteral("\"a")} << QStringLiteral("a");
+        QTest::newRow("one quote each side only") << QStringList{u"\"\"a\"\""_s} << u"\"a\""_s;
+        QTest::newRow("leading quote only") << QStringList{u"\"a"_s} << u"a"_s;
         // clang-format on
     }
 

@@ -75,8 +75,6 @@ ConfigData sampleConfig()
 
 } // namespace
 
-Q_DECLARE_METATYPE(TestStrings::Selection)
-
 // What goes on the line: the programming protocol and the test strings.
 class TestVellProtocol : public QObject
 {
