@@ -278,8 +278,6 @@ private slots:
             "badmode.OTS:13: error");
         row("send a code of a damaged file", "send --port DIR/ttyNone --code DIR/badmode.OTS --output 1 --on",
             1, "badmode.OTS:13: error");
-        row("export into a missing folder", "export SAMPLE DIR/nowhere/x.BDX", 1,
-            "No such file or directory");
         row("export onto a folder", "export SAMPLE DIR/", 1, "Is a directory");
         row("program refuses an error", "program DIR/twice.OTS --port DIR/ttyNone", 1,
             "twice.OTS:2: error: Output 1 On and Output 1 Off are the same code");
