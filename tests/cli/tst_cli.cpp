@@ -228,6 +228,7 @@ private slots:
             QTest::newRow(name) << fill(QString::fromLatin1(line)).split(u' ', Qt::SkipEmptyParts) << code
                                 << fill(QString::fromLatin1(err)) << fill(QString::fromLatin1(out));
         };
+        // clang-format off
         row("no command", "", 2, "Commands:");
         row("overview", "--help", 0, "", "Commands:");
         row("unknown command", "frob", 2, "unknown command 'frob'");
@@ -245,8 +246,7 @@ private slots:
         row("send bit without state", "send --port /dev/null --bit 3", 2, "--on or --off");
         row("send mask of output 0", "send --port /dev/null --mask 0 --on", 2, "output 1 to 8");
         row("send code without output", "send --port /dev/null --code SAMPLE --on", 2, "needs --output");
-        row("send output without code", "send --port /dev/null --bit 1 --output 2 --on", 2,
-            "goes with --code");
+        row("send output without code", "send --port /dev/null --bit 1 --output 2 --on", 2, "goes with --code");
         row("sim type beyond a byte", "sim --type 256", 2, "--type takes a number from 0 to 255");
         row("sim unknown fault", "sim --restart-fault loud", 2, "silent, wrong or single");
         row("sim version beyond a byte", "sim --version 1.256", 2, "--version");
@@ -269,13 +269,11 @@ private slots:
         row("show a damaged file, lenient", "show DIR/badmode.OTS --lenient", 0,
             "DIR/badmode.OTS:13: warning: mode of output 3", "Output 1\n");
         row("image of a damaged file, lenient", "image DIR/badmode.OTS --lenient", 0, "");
-        row("check a damaged file", "check DIR/badmode.OTS", 1, "",
-            "badmode.OTS:13: error: mode of output 3");
+        row("check a damaged file", "check DIR/badmode.OTS", 1, "", "badmode.OTS:13: error: mode of output 3");
         row("the example is clean", "check SRC/examples/demo.OTS", 0, "");
         row("period beyond a byte", "export DIR/bigperiod.OTS DIR/x.BDX", 1,
             "bigperiod.OTS:32: error: period of output 8 is 256; it must be 0 to 255");
-        row("program a damaged file", "program DIR/badmode.OTS --port DIR/ttyNone", 1,
-            "badmode.OTS:13: error");
+        row("program a damaged file", "program DIR/badmode.OTS --port DIR/ttyNone", 1, "badmode.OTS:13: error");
         row("send a code of a damaged file", "send --port DIR/ttyNone --code DIR/badmode.OTS --output 1 --on",
             1, "badmode.OTS:13: error");
         row("export onto a folder", "export SAMPLE DIR/", 1, "Is a directory");
@@ -283,19 +281,14 @@ private slots:
             "twice.OTS:2: error: Output 1 On and Output 1 Off are the same code");
         row("export refuses an error", "export DIR/twice.OTS DIR/twice.BDX", 1, "(--force goes on anyway)");
         row("export with --force", "export DIR/twice.OTS - --force", 0, "");
-        row("export onto its own configuration", "export SAMPLE SAMPLE", 1,
-            "is the file being read; nothing was written");
+        row("export onto its own configuration", "export SAMPLE SAMPLE", 1, "is the file being read; nothing was written");
         row("program a port that does not exist", "program SAMPLE --port DIR/ttyNone", 3, "there is no port");
         row("send to a port that does not exist", "send --port DIR/ttyNone --map 1", 3, "there is no port");
         // What is kept quiet otherwise: --verbose is tavo's, wherever it stands.
-        row("verbose before the command", "--verbose send --port DIR/ttyNone --map 1", 3,
-            "tavo.serial: cannot open");
-        row("verbose after the command", "send --port DIR/ttyNone --map 1 --verbose", 3,
-            "tavo.serial: cannot open");
-        row("send empty code", "send --port /dev/null --code SAMPLE --output 4 --on", 1,
-            "output 4 has no On code");
-        row("send off code of a pulse output", "send --port /dev/null --code SAMPLE --output 3 --off", 1,
-            "pulse mode");
+        row("verbose before the command", "--verbose send --port DIR/ttyNone --map 1", 3, "tavo.serial: cannot open");
+        row("verbose after the command", "send --port DIR/ttyNone --map 1 --verbose", 3, "tavo.serial: cannot open");
+        row("send empty code", "send --port /dev/null --code SAMPLE --output 4 --on", 1, "output 4 has no On code");
+        row("send off code of a pulse output", "send --port /dev/null --code SAMPLE --output 3 --off", 1, "pulse mode");
         // Output that cannot be written fails the command.
         for (const char *line : {"image SAMPLE", "image --raw SAMPLE", "show SAMPLE", "export SAMPLE -"})
             row(line, (line + std::string(" >/dev/full")).c_str(), 1, "No space left on device");
@@ -304,6 +297,7 @@ private slots:
         row("editor --version", "EDITOR --version", 0, "", "serial-tavo-editor 1.");
         row("editor unknown option", "EDITOR --frob", 2, "Unknown option 'frob'");
         row("editor without a display", "EDITOR", 1, "no display");
+        // clang-format on
     }
 
     void commandLine()

@@ -50,6 +50,7 @@ private slots:
             QTest::newRow(name) << line << QByteArray(text) << QString::fromLatin1(read)
                                 << QString::fromLatin1(damage);
         };
+        // clang-format off
         row("whole file", 36, nullptr, "keeps", "");
         row("any header", 1, "Some Other Tool 9", "keeps", "");
         row("code without the extra pair", 2, "1,0,0,1,255,2,", "1,0,0,1,255,2,0,0,", "");
@@ -65,11 +66,9 @@ private slots:
             "On code of output 1: not a code (a code is a list of numbers, each ended by a comma)");
         row("empty code line", 3, "", "keeps", "Off code of output 1: an empty line, not a code");
         row("second pair missing", 2, "2,0,0,0,65,0,", "keeps", "On code of output 1: cut short at field 7");
-        row("entry mode 7", 2, "1,0,7,0,65,0,", "keeps",
-            "On code of output 1: the entry mode (field 3) is not 0 to 6");
+        row("entry mode 7", 2, "1,0,7,0,65,0,", "keeps", "On code of output 1: the entry mode (field 3) is not 0 to 6");
         row("ignore field 2", 2, "1,0,0,2,65,0,", "keeps", "On code of output 1: field 4 is neither 0 nor 1");
-        row("type 7", 6, "2,0,0,0,65,0,66,7,", "keeps",
-            "On code of output 2: byte 2 has a type that is not 0 to 6");
+        row("type 7", 6, "2,0,0,0,65,0,66,7,", "keeps", "On code of output 2: byte 2 has a type that is not 0 to 6");
         row("15 bytes", 2,
             "15,0,0,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,",
             "unwritable", "On code of output 1: 15 bytes, more than the 14 a code can hold");
@@ -77,29 +76,24 @@ private slots:
             "16,0,0,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,",
             "stops", "On code of output 1: 16 bytes, more than the 14 a code can hold");
         row("negative count", 2, "-1,0,0,0,", "-1,0,0,0,", "On code of output 1: a byte count of -1");
-        row("value beyond 16 bits", 2, "1,0,0,0,70000,0,", "stops",
-            "On code of output 1: field 5 holds a number beyond 16 bits");
+        row("value beyond 16 bits", 2, "1,0,0,0,70000,0,", "stops", "On code of output 1: field 5 holds a number beyond 16 bits");
         row("value beyond a byte", 2, "1,0,0,0,300,0,", "1,0,0,0,300,0,0,0,",
             "On code of output 1: byte 1 is 300, which does not fit a byte");
         row("negative value", 2, "1,0,0,0,-5,0,", "1,0,0,0,-5,0,0,0,",
             "On code of output 1: byte 1 is -5, which does not fit a byte");
-        row("junk in a field", 2, "1,0,0,0,6x5,0,", "1,0,0,0,6,0,0,0,",
-            "On code of output 1: field 5 is not a number");
+        row("junk in a field", 2, "1,0,0,0,6x5,0,", "1,0,0,0,6,0,0,0,", "On code of output 1: field 5 is not a number");
         row("period not a number", 4, "abc", "stops", "period of output 1: \"abc\" is not a number");
         row("period two numbers", 8, "1 2", "stops", "period of output 2: \"1 2\" is not a number");
         row("period 256", 4, "256", "256", "period of output 1 is 256; it must be 0 to 255");
         row("period rounds to 256", 4, "255.5", "256", "period of output 1 is 256; it must be 0 to 255");
         row("negative period", 8, "-1", "-1", "period of output 2 is -1; it must be 0 to 255");
         row("period beyond 16 bits", 4, "99999", "stops", "period of output 1: \"99999\" is beyond 16 bits");
-        row("period rounding past 16 bits", 8, "32767.5", "stops",
-            "period of output 2: \"32767.5\" is beyond 16 bits");
-        row("mode not a boolean", 5, "maybe", "stops",
-            "mode of output 1: \"maybe\" is neither a number nor True or False");
+        row("period rounding past 16 bits", 8, "32767.5", "stops", "period of output 2: \"32767.5\" is beyond 16 bits");
+        row("mode not a boolean", 5, "maybe", "stops", "mode of output 1: \"maybe\" is neither a number nor True or False");
         row("baud index 7", 34, "7", "7", "baud rate index 7 is not one of 0 to 6");
         row("parity index 3", 35, "3", "3", "parity index 3 is not one of 0 to 2");
         row("baud index not a number", 34, "fast", "stops", "baud rate index: \"fast\" is not a number");
-        row("baud index beyond 16 bits", 34, "99999", "stops",
-            "baud rate index: \"99999\" is beyond 16 bits");
+        row("baud index beyond 16 bits", 34, "99999", "stops", "baud rate index: \"99999\" is beyond 16 bits");
         row("text after the end", 36, "more", "keeps", "text after the 35 lines of a configuration");
 
         row("empty file", 1, nullptr, "stops", "the file is empty");
@@ -108,6 +102,7 @@ private slots:
         for (const int line : {3, 5, 6, 34, 35})
             row(qPrintable(u"cut before line %1"_s.arg(line)), line, nullptr, "stops",
                 qPrintable(u"line %1 is missing: a configuration has 35 lines"_s.arg(line)));
+        // clang-format on
     }
 
     void oddLines()

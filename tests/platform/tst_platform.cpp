@@ -86,21 +86,19 @@ private slots:
         // A raw INI line under [Types] and what a query must make of it.
         testdata::columns<QString, int, uint, QString, int>("line", "kind", "number", "text", "size");
 
+        // clang-format off
         QTest::newRow("number") << u"Value=dword:0000001c"_s << int(Kind::Number) << 28u << u""_s << 4;
-        QTest::newRow("upper-case hex")
-            << u"Value=dword:FFFFFFFF"_s << int(Kind::Number) << 0xFFFFFFFFu << u""_s << 4;
-        QTest::newRow("text") << u"Value=\"sz:Serial Tavo \""_s << int(Kind::Text) << 0u << u"Serial Tavo "_s
-                              << 13;
-        QTest::newRow("text that looks like a number")
-            << u"Value=sz:8"_s << int(Kind::Text) << 0u << u"8"_s << 2;
+        QTest::newRow("upper-case hex") << u"Value=dword:FFFFFFFF"_s << int(Kind::Number) << 0xFFFFFFFFu << u""_s << 4;
+        QTest::newRow("text") << u"Value=\"sz:Serial Tavo \""_s << int(Kind::Text) << 0u << u"Serial Tavo "_s << 13;
+        QTest::newRow("text that looks like a number") << u"Value=sz:8"_s << int(Kind::Text) << 0u << u"8"_s << 2;
         QTest::newRow("empty text") << u"Value=sz:"_s << int(Kind::Text) << 0u << u""_s << 1;
         QTest::newRow("bare number") << u"Value=8"_s << int(Kind::Other) << 0u << u""_s << 1;
         QTest::newRow("short hex") << u"Value=dword:8"_s << int(Kind::Other) << 0u << u""_s << 7;
         QTest::newRow("bad hex") << u"Value=dword:0000000g"_s << int(Kind::Other) << 0u << u""_s << 14;
         QTest::newRow("list") << u"Value=sz:a, b"_s << int(Kind::Other) << 0u << u""_s << -1;
         QTest::newRow("byte array") << u"Value=@ByteArray(xyz)"_s << int(Kind::Other) << 0u << u""_s << 3;
-        QTest::newRow("broken variant")
-            << u"Value=@Variant(\\0\\0\\0\\x7f)"_s << int(Kind::Other) << 0u << u""_s << -1;
+        QTest::newRow("broken variant") << u"Value=@Variant(\\0\\0\\0\\x7f)"_s << int(Kind::Other) << 0u << u""_s << -1;
+        // clang-format on
     }
 
     void storeKeepsNumbersAndTextsApart()

@@ -176,19 +176,18 @@ private slots:
                                                      "messages");
 
         const QString notResponding = u"Error! | Tavo not responding"_s;
+        // clang-format off
         QTest::newRow("silent") << u"FaultSilent"_s << 0 << QStringList{notResponding};
         QTest::newRow("wrong check byte") << u"FaultCheckByte"_s << 0 << QStringList{notResponding};
-        QTest::newRow("blocks refused")
-            << u"FaultBlocks"_s << 1 << QStringList{u"Error!  0 | Reply to download failed"_s};
-        QTest::newRow("blocks unanswered")
-            << u"FaultBlocks"_s << 2 << QStringList{u"Error!  0 | No reply to download"_s};
+        QTest::newRow("blocks refused") << u"FaultBlocks"_s << 1 << QStringList{u"Error!  0 | Reply to download failed"_s};
+        QTest::newRow("blocks unanswered") << u"FaultBlocks"_s << 2 << QStringList{u"Error!  0 | No reply to download"_s};
         QTest::newRow("restart refused")
             << u"FaultRestart"_s << 1 << QStringList{u"Error! | Reply fail to restart"_s, ProgramFailed};
         QTest::newRow("restart unanswered")
             << u"FaultRestart"_s << 2 << QStringList{u"Error! | No reply to restart"_s, ProgramFailed};
-        QTest::newRow("unplugged after block 8")
-            << u"FaultVanish"_s << 0 << QStringList{u"Error!  9 | No reply to download"_s};
+        QTest::newRow("unplugged after block 8") << u"FaultVanish"_s << 0 << QStringList{u"Error!  9 | No reply to download"_s};
         QTest::newRow("unplugged by hand") << u"Plug"_s << 0 << QStringList{u"Error! | Port not open"_s};
+        // clang-format on
     }
 
     void faultSwitchesShowEveryFailure()
