@@ -11,8 +11,6 @@
 
 #include <QStringList>
 
-#include <functional>
-
 // Starts the simulated unit `unit`, or skips the test where the system has
 // no pseudo-terminals.
 #define PTY_START_OR_SKIP(unit)                                                                              \
