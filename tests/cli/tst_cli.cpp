@@ -9,7 +9,6 @@
 #include "ExportFile.h"
 #include "SettingsKeyValueStore.h"
 #include "VellTypes.h"
-#include "support/Columns.h"
 #include "support/ConfigSamples.h"
 
 #include <QCryptographicHash>
@@ -209,10 +208,10 @@ private slots:
 
     void commandLine_data()
     {
-        testdata::columns<QStringList, int, QString, QString>(
-            "args", "code",
-            "err",  // in stderr
-            "out"); // in stdout; none: a failure prints nothing there
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("err"); // in stderr
+        QTest::addColumn<QString>("out"); // in stdout; none: a failure prints nothing there
 
         // Words separated by blanks; SAMPLE is a good configuration, MISSING
         // a file that is not there, DIR/ the test's own folder, SRC/ the
@@ -302,7 +301,10 @@ private slots:
 
     void commandLine()
     {
-        const auto [args, code, err, out] = testdata::fetch<QStringList, int, QString, QString>();
+        QFETCH(QStringList, args);
+        QFETCH(int, code);
+        QFETCH(QString, err);
+        QFETCH(QString, out);
 
         const Run run = tavo(args);
         QCOMPARE(run.code, code);
@@ -361,9 +363,10 @@ private slots:
 
     void searchNamesWhatAnswers_data()
     {
-        testdata::columns<QStringList, QStringList, QString, QStringList>(
-            "simArgs", "searchArgs", "slot1",
-            "traced"); // lines on stderr after their time; MISSING the third port
+        QTest::addColumn<QStringList>("simArgs");
+        QTest::addColumn<QStringList>("searchArgs");
+        QTest::addColumn<QString>("slot1");
+        QTest::addColumn<QStringList>("traced"); // lines on stderr after their time; MISSING the third port
 
         QTest::newRow("other type") << QStringList{u"--type"_s, u"0x11"_s, u"--version"_s, u"2.5"_s}
                                     << QStringList() << u"Bench Unit 2.5"_s // named by the stored table
@@ -379,8 +382,10 @@ private slots:
 
     void searchNamesWhatAnswers()
     {
-        const auto [simArgs, searchArgs, slot1, traced] =
-            testdata::fetch<QStringList, QStringList, QString, QStringList>();
+        QFETCH(QStringList, simArgs);
+        QFETCH(QStringList, searchArgs);
+        QFETCH(QString, slot1);
+        QFETCH(QStringList, traced);
 
         SIM_OR_SKIP(sim, simArgs);
         const QString missing = path(u"ttyMissing"_s);
@@ -482,7 +487,9 @@ private slots:
 
     void programReportsTheDialogsMessages_data()
     {
-        testdata::columns<QStringList, int, QString>("simArgs", "code", "lastMessage");
+        QTest::addColumn<QStringList>("simArgs");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("lastMessage");
 
         const auto args = [](const char *text) {
             return QString::fromLatin1(text).split(u' ', Qt::SkipEmptyParts);
@@ -503,7 +510,9 @@ private slots:
 
     void programReportsTheDialogsMessages()
     {
-        auto [simArgs, code, lastMessage] = testdata::fetch<QStringList, int, QString>();
+        QFETCH(QStringList, simArgs);
+        QFETCH(int, code);
+        QFETCH(QString, lastMessage);
 
         const QString imageFile = path(u"received.bin"_s);
         QFile::remove(imageFile);
@@ -525,9 +534,9 @@ private slots:
 
     void sendSwitchesTheUnitsOutputs_data()
     {
-        testdata::columns<QList<QStringList>, QString, QString>("sends",
-                                                                "sent",     // what the last send reports
-                                                                "outputs"); // what the unit reports after it
+        QTest::addColumn<QList<QStringList>>("sends");
+        QTest::addColumn<QString>("sent");    // what the last send reports
+        QTest::addColumn<QString>("outputs"); // what the unit reports after it
 
         using Sends = QList<QStringList>;
         const auto send = [](const char *text) { return QString::fromLatin1(text).split(u' '); };
@@ -540,7 +549,9 @@ private slots:
 
     void sendSwitchesTheUnitsOutputs()
     {
-        const auto [sends, sent, outputs] = testdata::fetch<QList<QStringList>, QString, QString>();
+        QFETCH(QList<QStringList>, sends);
+        QFETCH(QString, sent);
+        QFETCH(QString, outputs);
 
         // A unit with codes reads no test strings at 9600,n,8,1, so it gets
         // the configuration (the unit at 19200, even parity) only for the

@@ -5,7 +5,6 @@
 #include "FileNames.h"
 #include "ScriptedPrompter.h"
 #include "SerialSettings.h"
-#include "support/Columns.h"
 #include "support/ConfigSamples.h"
 
 #include <QDir>
@@ -39,11 +38,10 @@ private slots:
     // 13 (On/Off), the baud and parity index on 34 and 35.
     void oddLines_data()
     {
-        testdata::columns<int, QByteArray, QString, QString>(
-            "line",
-            "text", // null: the file ends before the line
-            "read",
-            "damage"); // empty: the strict check lets it pass
+        QTest::addColumn<int>("line");
+        QTest::addColumn<QByteArray>("text"); // null: the file ends before the line
+        QTest::addColumn<QString>("read");
+        QTest::addColumn<QString>("damage"); // empty: the strict check lets it pass
 
         const auto row = [](const char *name, int line, const char *text, const char *read,
                             const char *damage) {
@@ -107,7 +105,10 @@ private slots:
 
     void oddLines()
     {
-        const auto [line, text, read, damage] = testdata::fetch<int, QByteArray, QString, QString>();
+        QFETCH(int, line);
+        QFETCH(QByteArray, text);
+        QFETCH(QString, read);
+        QFETCH(QString, damage);
 
         const ConfigData inFile = varied();
         ConfigData config;
@@ -206,8 +207,12 @@ private slots:
     {
         // Output 1's period, its On code's slot 3 and its Off code's slot 13,
         // the last slot in the image: values beyond a byte fail the build.
-        testdata::columns<int, int, int, int, int, QList<int>>("baud", "parity", "pulseMask", "byte9",
-                                                               "byte10", "output1");
+        QTest::addColumn<int>("baud");
+        QTest::addColumn<int>("parity");
+        QTest::addColumn<int>("pulseMask");
+        QTest::addColumn<int>("byte9");
+        QTest::addColumn<int>("byte10");
+        QTest::addColumn<QList<int>>("output1");
         // clang-format off
         const int codes[] = {2, 0, 1, 3, 4, 5, 6};
         const QList<int> asIs = {0, 0, 0};
@@ -230,8 +235,12 @@ private slots:
 
     void image()
     {
-        const auto [baud, parity, pulseMask, byte9, byte10, output1] =
-            testdata::fetch<int, int, int, int, int, QList<int>>();
+        QFETCH(int, baud);
+        QFETCH(int, parity);
+        QFETCH(int, pulseMask);
+        QFETCH(int, byte9);
+        QFETCH(int, byte10);
+        QFETCH(QList<int>, output1);
         ConfigData c = varied();
         for (std::size_t n = 0; n < 8; ++n)
             c.PulseModes[n] = (pulseMask >> n) & 1;
@@ -308,8 +317,8 @@ private slots:
 
     void launchErrors_data()
     {
-        testdata::columns<int, QString>("code",
-                                        "message"); // empty: nothing shown
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("message"); // empty: nothing shown
         // clang-format off
         QTest::newRow("missing file") << 2 << u"File not found!"_s;
         QTest::newRow("sharing") << 15 << u"A sharing violation occurred!"_s;
@@ -322,7 +331,8 @@ private slots:
 
     void launchErrors()
     {
-        const auto [code, message] = testdata::fetch<int, QString>();
+        QFETCH(int, code);
+        QFETCH(QString, message);
         RecordingShell shell;
         shell.code = code;
         ScriptedPrompter prompter;
@@ -339,7 +349,8 @@ private slots:
 
     void commandLine_data()
     {
-        testdata::columns<QStringList, QString>("arguments", "file");
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QString>("file");
         // clang-format off
         const QString p = u"/x/path with blanks/demo.OTS"_s;
         QTest::newRow("none") << QStringList() << QString();
@@ -353,7 +364,8 @@ private slots:
 
     void commandLine()
     {
-        const auto [arguments, file] = testdata::fetch<QStringList, QString>();
+        QFETCH(QStringList, arguments);
+        QFETCH(QString, file);
         QCOMPARE(tavo::configFileFromArguments(arguments), file);
     }
 };

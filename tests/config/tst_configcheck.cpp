@@ -2,7 +2,6 @@
 // check finds in each.
 
 #include "ConfigCheck.h"
-#include "support/Columns.h"
 #include "support/Messages.h"
 
 #include <QTest>
@@ -41,7 +40,8 @@ private slots:
     void findings_data()
     {
         // "LINE kind: code, code" for each finding, in order.
-        testdata::columns<QStringList, QStringList>("items", "expected");
+        QTest::addColumn<QStringList>("items");
+        QTest::addColumn<QStringList>("expected");
 
         const auto row = [](const char *name, const QStringList &items, const QStringList &expected) {
             QTest::newRow(name) << items << expected;
@@ -78,7 +78,8 @@ private slots:
 
     void findings()
     {
-        const auto [items, expected] = testdata::fetch<QStringList, QStringList>();
+        QFETCH(QStringList, items);
+        QFETCH(QStringList, expected);
 
         QStringList found;
         for (const tavo::ConfigFinding &f : tavo::checkConfig(configuration(items))) {

@@ -6,7 +6,6 @@
 #include "SerialTestForm.h"
 #include "SettingsKeyValueStore.h"
 #include "VellComms.h"
-#include "support/Columns.h"
 
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -70,12 +69,13 @@ class TestVellComms : public QObject
 private slots:
     void slotShowsWhatAnswered_data()
     {
-        testdata::columns<int, int, int, QString, bool, bool, QString>(
-            "kind", // SimulatedLink::PortKind: 0 missing, 1 empty, 2 unit, 3 busy
-            "reply", "minor",
-            "text", // "#" stands for the type table's name of `reply`
-            "shown", "choosable",
-            "problem"); // below the slots: why the port did not open
+        QTest::addColumn<int>("kind"); // SimulatedLink::PortKind: 0 missing, 1 empty, 2 unit, 3 busy
+        QTest::addColumn<int>("reply");
+        QTest::addColumn<int>("minor");
+        QTest::addColumn<QString>("text"); // "#" stands for the type table's name of `reply`
+        QTest::addColumn<bool>("shown");
+        QTest::addColumn<bool>("choosable");
+        QTest::addColumn<QString>("problem"); // below the slots: why the port did not open
 
         QTest::newRow("serial tavo") << 2 << 22 << 3 << u"Serial Tavo 1.3"_s << true << true << QString();
         // Bit 4 of the second version byte shows in the first number too.
@@ -91,8 +91,13 @@ private slots:
 
     void slotShowsWhatAnswered()
     {
-        auto [kind, reply, minor, text, shown, choosable, problem] =
-            testdata::fetch<int, int, int, QString, bool, bool, QString>();
+        QFETCH(int, kind);
+        QFETCH(int, reply);
+        QFETCH(int, minor);
+        QFETCH(QString, text);
+        QFETCH(bool, shown);
+        QFETCH(bool, choosable);
+        QFETCH(QString, problem);
 
         DialogBench bench;
         bench.link.setPortKind(2, SimulatedLink::PortKind(kind));
@@ -161,7 +166,10 @@ private slots:
     // Either way the dialog closes and so does the port; no new search.
     void programmingRun_data()
     {
-        testdata::columns<int, QStringList, int, int>("fault", "messages", "images", "opens");
+        QTest::addColumn<int>("fault");
+        QTest::addColumn<QStringList>("messages");
+        QTest::addColumn<int>("images");
+        QTest::addColumn<int>("opens");
 
         QTest::newRow("all sent") << 0 << QStringList{AllSent} << 1 << 1;
         // Yes to "Program another tavo", but nothing answers any more.
@@ -179,7 +187,10 @@ private slots:
 
     void programmingRun()
     {
-        const auto [fault, messages, images, opens] = testdata::fetch<int, QStringList, int, int>();
+        QFETCH(int, fault);
+        QFETCH(QStringList, messages);
+        QFETCH(int, images);
+        QFETCH(int, opens);
 
         Programming p;
         QVERIFY(activate(p.dialog));
@@ -247,11 +258,10 @@ private slots:
     // is closed.
     void closingDuringAWaitStopsAtOnce_data()
     {
-        testdata::columns<QString, bool, bool, int>(
-            "how",  // a button to click, Escape, close or delete
-            "test", // the test dialog, else the programming dialog
-            "programming",
-            "atMs"); // after the search starts / the button is pressed
+        QTest::addColumn<QString>("how"); // a button to click, Escape, close or delete
+        QTest::addColumn<bool>("test");   // the test dialog, else the programming dialog
+        QTest::addColumn<bool>("programming");
+        QTest::addColumn<int>("atMs"); // after the search starts / the button is pressed
 
         QTest::newRow("cancel in search") << u"Command2"_s << false << false << 250;
         QTest::newRow("escape in search") << u"Escape"_s << false << false << 1700;
@@ -265,7 +275,10 @@ private slots:
 
     void closingDuringAWaitStopsAtOnce()
     {
-        const auto [how, test, programming, atMs] = testdata::fetch<QString, bool, bool, int>();
+        QFETCH(QString, how);
+        QFETCH(bool, test);
+        QFETCH(bool, programming);
+        QFETCH(int, atMs);
 
         DialogBench bench;
         bench.link.setPortKind(1, SimulatedLink::PortKind::Empty);
@@ -279,7 +292,7 @@ private slots:
             click(*dialog, u"Option1_1"_s);
         }
         const qint64 at = bench.clock.now() + atMs;
-        bench.waiter.at(at, [dialog, how = how] {
+        bench.waiter.at(at, [dialog, how] {
             if (how == u"Escape"_s)
                 QTest::keyClick(dialog, Qt::Key_Escape);
             else if (how == u"close"_s)
@@ -313,11 +326,10 @@ private slots:
     // stay. (No port named here exists: every opening fails at once.)
     void slotsFollowThePortsPresentAndTheUsersChoice_data()
     {
-        testdata::columns<QStringList, QString, QList<int>, QStringList>(
-            "present", // at the next search; "*" marks an adapter
-            "named",   // --ports
-            "picks",   // Down presses in each slot's choice; none: no chooser
-            "searched");
+        QTest::addColumn<QStringList>("present"); // at the next search; "*" marks an adapter
+        QTest::addColumn<QString>("named");       // --ports
+        QTest::addColumn<QList<int>>("picks");    // Down presses in each slot's choice; none: no chooser
+        QTest::addColumn<QStringList>("searched");
 
         const QString none = u"(no port)"_s;
         const QStringList before{u"tst-s0"_s, u"*tst-usb0"_s};
@@ -339,8 +351,10 @@ private slots:
 
     void slotsFollowThePortsPresentAndTheUsersChoice()
     {
-        const auto [present, named, picks, searched] =
-            testdata::fetch<QStringList, QString, QList<int>, QStringList>();
+        QFETCH(QStringList, present);
+        QFETCH(QString, named);
+        QFETCH(QList<int>, picks);
+        QFETCH(QStringList, searched);
 
         QList<PortSlots::SystemPort> system;
         const auto plug = [&system](const QStringList &ports) {
@@ -391,7 +405,9 @@ private slots:
     // port to the bytes that arrive at it.
     void sendPutsTheComposedBytesOnTheWire_data()
     {
-        testdata::columns<QStringList, QByteArray, QString>("clicks", "wire", "setting");
+        QTest::addColumn<QStringList>("clicks");
+        QTest::addColumn<QByteArray>("wire");
+        QTest::addColumn<QString>("setting");
 
         QTest::newRow("map 1 and 8") << QStringList{u"ModeOption0"_s, u"WhichCheck0"_s, u"WhichCheck7"_s}
                                      << "\x81"_ba << u"9600,n,8,1"_s;
@@ -405,7 +421,9 @@ private slots:
 
     void sendPutsTheComposedBytesOnTheWire()
     {
-        const auto [clicks, wire, setting] = testdata::fetch<QStringList, QByteArray, QString>();
+        QFETCH(QStringList, clicks);
+        QFETCH(QByteArray, wire);
+        QFETCH(QString, setting);
 
         TestBench b;
         QVERIFY(activate(b.form));

@@ -1,7 +1,6 @@
 #include "LineBench.h"
 #include "TestStrings.h"
 #include "TracingLink.h"
-#include "support/Columns.h"
 
 #include <QTest>
 
@@ -86,9 +85,9 @@ private slots:
     // cannot make is left out. Otherwise the wire is what it always was.
     void lineResetOnEveryAdapter_data()
     {
-        testdata::columns<QList<int>, QStringList, QStringList>("refused",
-                                                                "head", // the start of the trace
-                                                                "probedAt");
+        QTest::addColumn<QList<int>>("refused");
+        QTest::addColumn<QStringList>("head"); // the start of the trace
+        QTest::addColumn<QStringList>("probedAt");
 
         const QStringList reset{u"t=0 110,n,8,2 W 00"_s, u"t=200 R 0"_s, u"t=200 9600,n,8,2 W ff"_s};
         const QStringList broken{u"t=0 break on"_s, u"t=81.818 break off"_s, u"t=281.818 R 0"_s,
@@ -104,7 +103,9 @@ private slots:
 
     void lineResetOnEveryAdapter()
     {
-        const auto [refused, head, probedAt] = testdata::fetch<QList<int>, QStringList, QStringList>();
+        QFETCH(QList<int>, refused);
+        QFETCH(QStringList, head);
+        QFETCH(QStringList, probedAt);
 
         Rig rig;
         rig.link.refuseRates(refused);
@@ -153,9 +154,13 @@ private slots:
     // its first four are checked.
     void searchOutcomes_data()
     {
-        testdata::columns<int, QByteArray, QByteArray, bool, bool, int, int>(
-            "kind", // 0 answers, 1 nothing, 2 bad check byte, 3 unknown code, 4 late
-            "prefix", "suffix", "restart", "found", "probes", "restarts");
+        QTest::addColumn<int>("kind"); // 0 answers, 1 nothing, 2 bad check byte, 3 unknown code, 4 late
+        QTest::addColumn<QByteArray>("prefix");
+        QTest::addColumn<QByteArray>("suffix");
+        QTest::addColumn<bool>("restart");
+        QTest::addColumn<bool>("found");
+        QTest::addColumn<int>("probes");
+        QTest::addColumn<int>("restarts");
 
         const QByteArray none;
         // Found with restart: the unit is restarted once it has answered.
@@ -175,8 +180,13 @@ private slots:
 
     void searchOutcomes()
     {
-        const auto [kind, prefix, suffix, restart, found, probes, restarts] =
-            testdata::fetch<int, QByteArray, QByteArray, bool, bool, int, int>();
+        QFETCH(int, kind);
+        QFETCH(QByteArray, prefix);
+        QFETCH(QByteArray, suffix);
+        QFETCH(bool, restart);
+        QFETCH(bool, found);
+        QFETCH(int, probes);
+        QFETCH(int, restarts);
 
         Rig rig;
         UnitConfig config;
@@ -218,8 +228,13 @@ private slots:
     // the message for it.
     void acknowledgements_data()
     {
-        testdata::columns<bool, int, int, int, bool, int, QString>(
-            "download", "fault", "block", "faultyAttempts", "result", "commands", "message");
+        QTest::addColumn<bool>("download");
+        QTest::addColumn<int>("fault");
+        QTest::addColumn<int>("block");
+        QTest::addColumn<int>("faultyAttempts");
+        QTest::addColumn<bool>("result");
+        QTest::addColumn<int>("commands");
+        QTest::addColumn<QString>("message");
 
         const int silent = int(UnitAckFault::Silent), wrong = int(UnitAckFault::WrongByte),
                   single = int(UnitAckFault::SingleByte);
@@ -246,8 +261,13 @@ private slots:
 
     void acknowledgements()
     {
-        const auto [download, fault, block, faultyAttempts, result, commands, message] =
-            testdata::fetch<bool, int, int, int, bool, int, QString>();
+        QFETCH(bool, download);
+        QFETCH(int, fault);
+        QFETCH(int, block);
+        QFETCH(int, faultyAttempts);
+        QFETCH(bool, result);
+        QFETCH(int, commands);
+        QFETCH(QString, message);
 
         Rig rig;
         UnitConfig config;
@@ -278,8 +298,10 @@ private slots:
     // it off (their user has just picked a Serial Tavo).
     void programmingRunsOnlyIntoASerialTavo_data()
     {
-        testdata::columns<int, bool, VellProtocol::ProgramResult, int>("reply", "guarded", "result",
-                                                                       "blocks");
+        QTest::addColumn<int>("reply");
+        QTest::addColumn<bool>("guarded");
+        QTest::addColumn<VellProtocol::ProgramResult>("result");
+        QTest::addColumn<int>("blocks");
 
         using R = VellProtocol::ProgramResult;
         QTest::newRow("Serial Tavo") << 22 << true << R::Finished << 32;
@@ -289,8 +311,10 @@ private slots:
 
     void programmingRunsOnlyIntoASerialTavo()
     {
-        const auto [reply, guarded, result, blocks] =
-            testdata::fetch<int, bool, VellProtocol::ProgramResult, int>();
+        QFETCH(int, reply);
+        QFETCH(bool, guarded);
+        QFETCH(VellProtocol::ProgramResult, result);
+        QFETCH(int, blocks);
 
         Rig rig;
         UnitConfig config;
@@ -358,8 +382,8 @@ private slots:
     void abortStopsAtOnce_data()
     {
         // 3 search of four ports, 4 programming run
-        testdata::columns<int, int>("routine", // 0 search with restarts, 1 download, 2 restart,
-                                    "abortAt");
+        QTest::addColumn<int>("routine"); // 0 search with restarts, 1 download, 2 restart,
+        QTest::addColumn<int>("abortAt");
 
         QTest::newRow("search, in a restart wait") << 0 << 2500;
         QTest::newRow("search, in a probe") << 0 << 215;
@@ -371,7 +395,8 @@ private slots:
 
     void abortStopsAtOnce()
     {
-        const auto [routine, abortAt] = testdata::fetch<int, int>();
+        QFETCH(int, routine);
+        QFETCH(int, abortAt);
         Rig rig;
         UnitConfig config;
         config.badCheckByte = routine == 0;
@@ -409,8 +434,12 @@ private slots:
     // line setting they go out at, and whether Send could be pressed.
     void composeAndSend_data()
     {
-        testdata::columns<TestStrings::Selection, int, int, bool, QByteArray, QString>(
-            "selection", "baudIndex", "parityIndex", "sendEnabled", "wire", "setting");
+        QTest::addColumn<TestStrings::Selection>("selection");
+        QTest::addColumn<int>("baudIndex");
+        QTest::addColumn<int>("parityIndex");
+        QTest::addColumn<bool>("sendEnabled");
+        QTest::addColumn<QByteArray>("wire");
+        QTest::addColumn<QString>("setting");
 
         using S = TestStrings::Selection;
         const QString plain = u"9600,n,8,1"_s;
@@ -435,8 +464,12 @@ private slots:
 
     void composeAndSend()
     {
-        auto [selection, baudIndex, parityIndex, sendEnabled, wire, setting] =
-            testdata::fetch<TestStrings::Selection, int, int, bool, QByteArray, QString>();
+        QFETCH(TestStrings::Selection, selection);
+        QFETCH(int, baudIndex);
+        QFETCH(int, parityIndex);
+        QFETCH(bool, sendEnabled);
+        QFETCH(QByteArray, wire);
+        QFETCH(QString, setting);
 
         ConfigData config = sampleConfig();
         config.BaudIndex = static_cast<std::int16_t>(baudIndex);
@@ -468,7 +501,9 @@ private slots:
     // with blanks between its three showings.
     void composedLayout_data()
     {
-        testdata::columns<TestStrings::Selection, QList<int>, QList<int>>("selection", "values", "types");
+        QTest::addColumn<TestStrings::Selection>("selection");
+        QTest::addColumn<QList<int>>("values");
+        QTest::addColumn<QList<int>>("types");
 
         using S = TestStrings::Selection;
         QTest::newRow("map") << S{1, 0, 0, checks({1, 3}), true, false} << QList<int>{10, 10, 10}
@@ -481,7 +516,9 @@ private slots:
 
     void composedLayout()
     {
-        auto [selection, values, types] = testdata::fetch<TestStrings::Selection, QList<int>, QList<int>>();
+        QFETCH(TestStrings::Selection, selection);
+        QFETCH(QList<int>, values);
+        QFETCH(QList<int>, types);
 
         const ConfigData config;
         SerialEditorData message = code("previous text"_ba);

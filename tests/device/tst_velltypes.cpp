@@ -1,6 +1,5 @@
 #include "SettingsKeyValueStore.h"
 #include "VellTypes.h"
-#include "support/Columns.h"
 
 #include <QTest>
 
@@ -58,10 +57,9 @@ private slots:
 
     void startUp_data()
     {
-        testdata::columns<QVariant, bool, int>(
-            "version",  // stored before start-up; none: no key at all
-            "load",     // LoadVellTypes instead of CheckVellTypes
-            "outcome"); // 0 built-in rows written, 1 stored rows read, 2 nothing
+        QTest::addColumn<QVariant>("version"); // stored before start-up; none: no key at all
+        QTest::addColumn<bool>("load");        // LoadVellTypes instead of CheckVellTypes
+        QTest::addColumn<int>("outcome");      // 0 built-in rows written, 1 stored rows read, 2 nothing
 
         QTest::newRow("no key") << QVariant() << false << 0;
         QTest::newRow("no key, load") << QVariant() << true << 0;
@@ -74,7 +72,9 @@ private slots:
 
     void startUp()
     {
-        const auto [version, load, outcome] = testdata::fetch<QVariant, bool, int>();
+        QFETCH(QVariant, version);
+        QFETCH(bool, load);
+        QFETCH(int, outcome);
         KeyValueStore &store = *m_store;
         if (version.isValid()) {
             VellTypes().StoreVellTypes(store);
@@ -105,9 +105,9 @@ private slots:
 
     void subkeyNamesAreReadAsNumbers_data()
     {
-        testdata::columns<QString, int, int>("name",
-                                             "row", // -1: nowhere
-                                             "size");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("row"); // -1: nowhere
+        QTest::addColumn<int>("size");
 
         QTest::newRow("not a number") << u"x"_s << 0 << 24;
         QTest::newRow("leading number") << u"7b"_s << 7 << 24;
@@ -120,7 +120,9 @@ private slots:
 
     void subkeyNamesAreReadAsNumbers()
     {
-        const auto [name, row, size] = testdata::fetch<QString, int, int>();
+        QFETCH(QString, name);
+        QFETCH(int, row);
+        QFETCH(int, size);
         VellTypes().StoreVellTypes(*m_store);
         writeRow(*m_store, name, 77, 0x5B, u"Odd key "_s);
         VellTypes table;
@@ -141,8 +143,8 @@ private slots:
     // fields before it are kept, the rest stay empty.
     void aBadValueEndsItsRow_data()
     {
-        testdata::columns<int, bool>("bad", // Type, Reply, Name, BootName
-                                     "missing");
+        QTest::addColumn<int>("bad"); // Type, Reply, Name, BootName
+        QTest::addColumn<bool>("missing");
 
         QTest::newRow("Type as text") << 0 << false;
         QTest::newRow("Reply missing") << 1 << true;
@@ -153,7 +155,8 @@ private slots:
 
     void aBadValueEndsItsRow()
     {
-        const auto [bad, missing] = testdata::fetch<int, bool>();
+        QFETCH(int, bad);
+        QFETCH(bool, missing);
         const QStringList names{u"Type"_s, u"Reply"_s, u"Name"_s, u"BootName"_s};
         for (int i = 0; i < 4; ++i) {
             if (i == bad && missing)

@@ -1,6 +1,5 @@
 #include "ClipboardCodec.h"
 #include "EditorTestUtil.h"
-#include "support/Columns.h"
 
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -171,8 +170,11 @@ class TestEditorModel : public QObject
 private slots:
     void messageText_data()
     {
-        testdata::columns<QString, bool, int, bool, QString>("bytes", "canDoIgnore", "forced", "zeros",
-                                                             "expected");
+        QTest::addColumn<QString>("bytes");
+        QTest::addColumn<bool>("canDoIgnore");
+        QTest::addColumn<int>("forced");
+        QTest::addColumn<bool>("zeros");
+        QTest::addColumn<QString>("expected");
         // clang-format off
         const QString everyType = QStringLiteral("5d 10h 171h 5b 0b -5d 2c 200c 63i 655");
         QTest::newRow("ascii run, control, ascii below 32, euro")
@@ -188,8 +190,11 @@ private slots:
     }
     void messageText()
     {
-        const auto [bytes, canDoIgnore, forced, zeros, expected] =
-            testdata::fetch<QString, bool, int, bool, QString>();
+        QFETCH(QString, bytes);
+        QFETCH(bool, canDoIgnore);
+        QFETCH(int, forced);
+        QFETCH(bool, zeros);
+        QFETCH(QString, expected);
         const ByteDisplay::ForcedType forcedType =
             forced < 0 ? ByteDisplay::ForcedType() : SerialEditorData::Type(forced);
         QCOMPARE(ByteDisplay::messageText(msg(bytes, canDoIgnore), forcedType, zeros), expected);
@@ -198,12 +203,12 @@ private slots:
     // Every notation over every byte: value -> text -> value.
     void notationRoundTrip_data()
     {
-        testdata::columns<int, bool, int, int, int, int>(
-            "type", "zeros",
-            "firstKept", // these values read back as themselves,
-            "lastKept",
-            "otherwise", // the others as this (-1: as nothing)
-            "width");    // every text this long; 0: numbers without leading zeros
+        QTest::addColumn<int>("type");
+        QTest::addColumn<bool>("zeros");
+        QTest::addColumn<int>("firstKept"); // these values read back as themselves,
+        QTest::addColumn<int>("lastKept");
+        QTest::addColumn<int>("otherwise"); // the others as this (-1: as nothing)
+        QTest::addColumn<int>("width");     // every text this long; 0: numbers without leading zeros
         // clang-format off
         QTest::newRow("ascii: below 32 shows DEL") << 0 << false << 32 << 255 << 127 << 1;
         QTest::newRow("decimal")                    << 1 << false << 0 << 255 << -1 << 0;
@@ -220,8 +225,12 @@ private slots:
     }
     void notationRoundTrip()
     {
-        const auto [type, zeros, firstKept, lastKept, otherwise, width] =
-            testdata::fetch<int, bool, int, int, int, int>();
+        QFETCH(int, type);
+        QFETCH(bool, zeros);
+        QFETCH(int, firstKept);
+        QFETCH(int, lastKept);
+        QFETCH(int, otherwise);
+        QFETCH(int, width);
         const ByteDisplay::Notation &notation = ByteDisplay::notationOf(SerialEditorData::Type(type));
         for (int value = 0; value < 256; ++value) {
             const QString text = notation.text(value, zeros);
@@ -263,7 +272,8 @@ private slots:
     // One undo step per edit that changed something, undone by one Undo.
     void undoSteps_data()
     {
-        testdata::columns<QString, int>("script", "steps");
+        QTest::addColumn<QString>("script");
+        QTest::addColumn<int>("steps");
         // clang-format off
         QTest::newRow("typed decimal") << "{C-D}7" << 1;
         QTest::newRow("delete") << "{Delete}" << 1;
@@ -282,7 +292,8 @@ private slots:
     }
     void undoSteps()
     {
-        const auto [script, steps] = testdata::fetch<QString, int>();
+        QFETCH(QString, script);
+        QFETCH(int, steps);
         Loaded l(QStringLiteral("13d 65a"), Edit | Ignore);
         const SerialEditorData before = l.model.Message();
         run(l.model, script);
@@ -295,9 +306,9 @@ private slots:
 
     void selectionRule_data()
     {
-        testdata::columns<QString, QString, QString>("keys",
-                                                     "selected", // bytes drawn and typed as selected
-                                                     "copied");  // bytes the copy takes, and the cut removes
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<QString>("selected"); // bytes drawn and typed as selected
+        QTest::addColumn<QString>("copied");   // bytes the copy takes, and the cut removes
         // clang-format off
         QTest::newRow("rightwards includes the cursor byte") << "{S-Right}{S-Right}" << "012" << "012";
         QTest::newRow("leftwards stops before the anchor") << "{Right}{Right}{S-Left}{S-Left}" << "01" << "012";
@@ -309,7 +320,9 @@ private slots:
     }
     void selectionRule()
     {
-        const auto [keys, selected, copied] = testdata::fetch<QString, QString, QString>();
+        QFETCH(QString, keys);
+        QFETCH(QString, selected);
+        QFETCH(QString, copied);
         Loaded l(QStringLiteral("48a 49a 50a 51a"));
         runKeys(l.model, keys);
         QString got;

@@ -1,6 +1,5 @@
 #include "EditorTestUtil.h"
 #include "SerialEditor.h"
-#include "support/Columns.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -132,7 +131,10 @@ private slots:
     {
         // Enabled items, in the order CharType0 MenuControlChars0 MenuIgnore
         // MenuUndo MenuRedo MenuCopy MenuCopyAll MenuCut MenuPaste MenuDelete.
-        testdata::columns<bool, bool, QString, QString>("allowEdit", "canDoIgnore", "keys", "enabled");
+        QTest::addColumn<bool>("allowEdit");
+        QTest::addColumn<bool>("canDoIgnore");
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<QString>("enabled");
         // clang-format off
         QTest::newRow("nothing selected") << true << false << "" << "0100001010";
         QTest::newRow("selection") << true << true << "{S-Right}" << "1110011111";
@@ -143,7 +145,10 @@ private slots:
     }
     void menuStateFollowsTheEditor()
     {
-        const auto [allowEdit, canDoIgnore, keys, enabled] = testdata::fetch<bool, bool, QString, QString>();
+        QFETCH(bool, allowEdit);
+        QFETCH(bool, canDoIgnore);
+        QFETCH(QString, keys);
+        QFETCH(QString, enabled);
         Shown s(msg(QStringLiteral("65a 66a"), canDoIgnore), allowEdit);
         s.keys(keys);
         s.rightClick();
@@ -241,9 +246,9 @@ private slots:
 
     void tabStaysAndCtrlTabLeaves_data()
     {
-        testdata::columns<bool, QKeyCombination, QString>(
-            "allowEdit", "keys",
-            "focus"); // the widget that has the focus afterwards
+        QTest::addColumn<bool>("allowEdit");
+        QTest::addColumn<QKeyCombination>("keys");
+        QTest::addColumn<QString>("focus"); // the widget that has the focus afterwards
         // clang-format off
         const auto ctrl = Qt::ControlModifier, shift = Qt::ShiftModifier;
         QTest::newRow("Tab") << true << QKeyCombination(Qt::Key_Tab) << "DisplayImage";
@@ -257,7 +262,9 @@ private slots:
     }
     void tabStaysAndCtrlTabLeaves()
     {
-        const auto [allowEdit, keys, focus] = testdata::fetch<bool, QKeyCombination, QString>();
+        QFETCH(bool, allowEdit);
+        QFETCH(QKeyCombination, keys);
+        QFETCH(QString, focus);
         // The editor between two text fields, in the focus order.
         QWidget window;
         auto *layout = new QHBoxLayout(&window);
@@ -281,9 +288,11 @@ private slots:
 
     void screenReadersReadTheCodeAsDrawn_data()
     {
-        testdata::columns<bool, QString, QString, int, QString>("allowEdit", "keys", "text",
-                                                                "cursor", // in characters of the text
-                                                                "selected");
+        QTest::addColumn<bool>("allowEdit");
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("cursor"); // in characters of the text
+        QTest::addColumn<QString>("selected");
         // clang-format off
         QTest::newRow("loaded") << true << "" << "Hi,CR" << 0 << "";
         QTest::newRow("after a separator") << true << "{Right}{Right}" << "Hi,CR" << 3 << "";
@@ -295,8 +304,11 @@ private slots:
     }
     void screenReadersReadTheCodeAsDrawn()
     {
-        const auto [allowEdit, keys, text, cursor, selected] =
-            testdata::fetch<bool, QString, QString, int, QString>();
+        QFETCH(bool, allowEdit);
+        QFETCH(QString, keys);
+        QFETCH(QString, text);
+        QFETCH(int, cursor);
+        QFETCH(QString, selected);
         Shown s(msg(QStringLiteral("72a 105a 13c")), allowEdit);
         s.keys(keys);
         QAccessibleInterface *shown = QAccessible::queryAccessibleInterface(s.display);

@@ -5,7 +5,6 @@
 #include "SerialEditor.h"
 #include "SerialTavo.h"
 #include "UnitServices.h"
-#include "support/Columns.h"
 #include "support/ConfigSamples.h"
 #include "support/ScriptedCommonDialog.h"
 
@@ -191,7 +190,9 @@ private slots:
     {
         // The current file was written, the command went ahead, the
         // configuration lost its name, unsaved changes remain.
-        testdata::columns<QString, int, QString>("command", "answer", "savedGoneOnUntitledModified");
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<int>("answer");
+        QTest::addColumn<QString>("savedGoneOnUntitledModified");
         const int yes = int(Answer::Yes), no = int(Answer::No), cancel = int(Answer::Cancel);
         const QString neu = u"NEW"_s, open = u"OPEN"_s;
         QTest::newRow("new, yes") << neu << yes << "1110";
@@ -210,7 +211,9 @@ private slots:
 
     void saveChangesPrompt()
     {
-        const auto [command, answer, savedGoneOnUntitledModified] = testdata::fetch<QString, int, QString>();
+        QFETCH(QString, command);
+        QFETCH(int, answer);
+        QFETCH(QString, savedGoneOnUntitledModified);
         const QString current = sample("current.OTS");
         Window w;
         w.open(current);
@@ -238,7 +241,10 @@ private slots:
 
     void settingsDialog_data()
     {
-        testdata::columns<int, int, bool, QString>("baud", "parity", "done", "shown");
+        QTest::addColumn<int>("baud");
+        QTest::addColumn<int>("parity");
+        QTest::addColumn<bool>("done");
+        QTest::addColumn<QString>("shown");
         QTest::newRow("19200 even, done") << 4 << 1 << true << u"19200, baud, Even"_s;
         QTest::newRow("no change, done") << 0 << 0 << true << u"9600, baud, No"_s;
         QTest::newRow("change, cancel") << 6 << 2 << false << u"9600, baud, No"_s;
@@ -246,11 +252,14 @@ private slots:
 
     void settingsDialog()
     {
-        const auto [baud, parity, done, shown] = testdata::fetch<int, int, bool, QString>();
+        QFETCH(int, baud);
+        QFETCH(int, parity);
+        QFETCH(bool, done);
+        QFETCH(QString, shown);
         Window w;
         w.window.runCommand(u"NEW"_s);
         QList<bool> listsFit;
-        onNextModal([&, baud = baud, parity = parity, done = done](QWidget *dialog) {
+        onNextModal([&](QWidget *dialog) {
             // The lists are as big as their entries: all of them show, and
             // no empty row or wide margin.
             for (const auto *list : dialog->findChildren<QListWidget *>()) {
@@ -280,7 +289,9 @@ private slots:
 
     void failuresInACommandMakeTheConfigurationUntitled_data()
     {
-        testdata::columns<QString, int, QByteArray>("command", "line", "content");
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<int>("line");
+        QTest::addColumn<QByteArray>("content");
         QTest::newRow("settings, baud 9") << u"SETTINGS"_s << 34 << QByteArray("9");
         QTest::newRow("settings, parity -1") << u"SETTINGS"_s << 35 << QByteArray("-1");
         QTest::newRow("export, a byte 300") << u"EXPORT"_s << 2 << QByteArray("1,0,0,0,300,1,");
@@ -289,7 +300,9 @@ private slots:
 
     void failuresInACommandMakeTheConfigurationUntitled()
     {
-        const auto [command, line, content] = testdata::fetch<QString, int, QByteArray>();
+        QFETCH(QString, command);
+        QFETCH(int, line);
+        QFETCH(QByteArray, content);
         Window w;
         w.open(sample("odd.OTS", withLine(tavo::configFileText(varied()), line, content)));
         QCOMPARE(w.title(), u"odd"_s); // it loads
@@ -431,9 +444,9 @@ private slots:
 
     void shortcutsRunTheCommands_data()
     {
-        testdata::columns<QKeySequence, bool, int>("keys",
-                                                   "edited",   // output 7 changed first, else started again
-                                                   "dialogs"); // file dialogs shown
+        QTest::addColumn<QKeySequence>("keys");
+        QTest::addColumn<bool>("edited"); // output 7 changed first, else started again
+        QTest::addColumn<int>("dialogs"); // file dialogs shown
         QTest::newRow("Ctrl+O opens") << QKeySequence(Qt::CTRL | Qt::Key_O) << true << 1;
         QTest::newRow("Ctrl+Shift+S saves as") << QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_S) << true << 1;
         QTest::newRow("Ctrl+S saves") << QKeySequence(Qt::CTRL | Qt::Key_S) << true << 1;
@@ -444,7 +457,9 @@ private slots:
 
     void shortcutsRunTheCommands()
     {
-        const auto [keys, edited, dialogs] = testdata::fetch<QKeySequence, bool, int>();
+        QFETCH(QKeySequence, keys);
+        QFETCH(bool, edited);
+        QFETCH(int, dialogs);
         Window w;
         if (edited)
             w.editOutput(6);
@@ -462,8 +477,9 @@ private slots:
 
     void helpOpensInOurOwnWindowWhereTheDesktopCannot_data()
     {
-        testdata::columns<int, QString, bool>("code", // the shell's answer
-                                              "message", "ownWindow");
+        QTest::addColumn<int>("code"); // the shell's answer
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<bool>("ownWindow");
         QTest::newRow("opened") << int(Shell::Launched) << QString() << false;
         QTest::newRow("no viewer or no browser") << int(Shell::NoAssociation) << QString() << true;
         QTest::newRow("no page") << int(Shell::FileNotFound) << u"File not found!"_s << false;
@@ -471,7 +487,9 @@ private slots:
     }
     void helpOpensInOurOwnWindowWhereTheDesktopCannot()
     {
-        const auto [code, message, ownWindow] = testdata::fetch<int, QString, bool>();
+        QFETCH(int, code);
+        QFETCH(QString, message);
+        QFETCH(bool, ownWindow);
         Window w;
         w.shell.code = code;
         w.click("HELP");

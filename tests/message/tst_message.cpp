@@ -1,6 +1,5 @@
 #include "NumericText.h"
 #include "SerialEditorData.h"
-#include "support/Columns.h"
 #include "support/Messages.h"
 
 #include <QTest>
@@ -46,9 +45,9 @@ private slots:
     // each bad number raises, and what it does with the entry mode.
     void unpacking_data()
     {
-        testdata::columns<QString, QString, QString>("text",
-                                                     "outcome",   // ok, refused, or the fault raised
-                                                     "repacked"); // with mode 0; empty: not repacked
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("outcome");  // ok, refused, or the fault raised
+        QTest::addColumn<QString>("repacked"); // with mode 0; empty: not repacked
         // clang-format off
 
         const QString unchanged = QStringLiteral("1,1,0,1,99,2,0,0,"); // the message before each row
@@ -70,7 +69,9 @@ private slots:
 
     void unpacking()
     {
-        const auto [text, outcome, repacked] = testdata::fetch<QString, QString, QString>();
+        QFETCH(QString, text);
+        QFETCH(QString, outcome);
+        QFETCH(QString, repacked);
 
         SerialEditorData m = message({{99, Type::Hexadecimal}}, true);
         m.SetCurrentMode(Type::Control);
@@ -132,11 +133,11 @@ private slots:
     // boolean (configuration files) and the 16-bit rounding.
     void numbers_data()
     {
-        testdata::columns<QString, double, bool, QString, QString>(
-            "text", "leading",
-            "whole",    // wholeNumber() accepts it
-            "int16",    // leadingInt16(), or "overflow"
-            "boolean"); // wholeBoolean(): "1", "0" or "-" for none
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<double>("leading");
+        QTest::addColumn<bool>("whole");      // wholeNumber() accepts it
+        QTest::addColumn<QString>("int16");   // leadingInt16(), or "overflow"
+        QTest::addColumn<QString>("boolean"); // wholeBoolean(): "1", "0" or "-" for none
         // clang-format off
         QTest::newRow("plain") << "42" << 42.0 << true << "42" << "1";
         QTest::newRow("blanks around") << "  -7 " << -7.0 << true << "-7" << "1";
@@ -169,8 +170,11 @@ private slots:
 
     void numbers()
     {
-        const auto [text, leading, whole, int16, boolean] =
-            testdata::fetch<QString, double, bool, QString, QString>();
+        QFETCH(QString, text);
+        QFETCH(double, leading);
+        QFETCH(bool, whole);
+        QFETCH(QString, int16);
+        QFETCH(QString, boolean);
         const std::string s = text.toStdString();
         QCOMPARE(tavo::leadingNumber(s), leading);
         QCOMPARE(tavo::wholeNumber(s).has_value(), whole);

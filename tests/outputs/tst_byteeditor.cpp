@@ -1,5 +1,4 @@
 #include "byteEditor.h"
-#include "support/Columns.h"
 
 #include <QLineEdit>
 #include <QSignalSpy>
@@ -59,7 +58,10 @@ class TestByteEditor : public QObject
 private slots:
     void typedTextIsReadClampedAndRedrawn_data()
     {
-        testdata::columns<int, QString, int, QString>("mode", "typed", "value", "shown");
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<int>("value");
+        QTest::addColumn<QString>("shown");
         QTest::newRow("dec 7") << 1 << QStringLiteral("7") << 7 << QStringLiteral("007");
         QTest::newRow("dec 300") << 1 << QStringLiteral("300") << 255 << QStringLiteral("255");
         QTest::newRow("dec -5") << 1 << QStringLiteral("-5") << 0 << QStringLiteral("000");
@@ -77,7 +79,10 @@ private slots:
 
     void typedTextIsReadClampedAndRedrawn()
     {
-        const auto [mode, typed, value, shown] = testdata::fetch<int, QString, int, QString>();
+        QFETCH(int, mode);
+        QFETCH(QString, typed);
+        QFETCH(int, value);
+        QFETCH(QString, shown);
         for (const bool byEnter : {true, false}) {
             Spinner s(99, mode);
             s.type(typed);
@@ -103,8 +108,10 @@ private slots:
 
     void setValuesClampsShowsAndStaysQuiet_data()
     {
-        testdata::columns<int, int, QString, QString>("value", "mode", "shown",
-                                                      "stored"); // shown again in decimal
+        QTest::addColumn<int>("value");
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<QString>("shown");
+        QTest::addColumn<QString>("stored"); // shown again in decimal
         QTest::newRow("400 decimal") << 400 << 1 << QStringLiteral("255") << QStringLiteral("255");
         QTest::newRow("-3 decimal") << -3 << 1 << QStringLiteral("000") << QStringLiteral("000");
         QTest::newRow("10 hex") << 10 << 2 << QStringLiteral("0A") << QStringLiteral("010");
@@ -115,7 +122,10 @@ private slots:
 
     void setValuesClampsShowsAndStaysQuiet()
     {
-        const auto [value, mode, shown, stored] = testdata::fetch<int, int, QString, QString>();
+        QFETCH(int, value);
+        QFETCH(int, mode);
+        QFETCH(QString, shown);
+        QFETCH(QString, stored);
         Spinner s(value, mode);
         QCOMPARE(s.text->text(), shown);
         QCOMPARE(s.changed.size(), 0);
@@ -125,7 +135,11 @@ private slots:
 
     void holdingAButtonRepeats_data()
     {
-        testdata::columns<bool, int, int, int, int>("upButton", "mouseButton", "start", "heldMs", "end");
+        QTest::addColumn<bool>("upButton");
+        QTest::addColumn<int>("mouseButton");
+        QTest::addColumn<int>("start");
+        QTest::addColumn<int>("heldMs");
+        QTest::addColumn<int>("end");
         QTest::newRow("click up") << true << int(Qt::LeftButton) << 0 << 0 << 1;
         QTest::newRow("up one second") << true << int(Qt::LeftButton) << 0 << 1000 << 2;
         QTest::newRow("up 1.55 seconds") << true << int(Qt::LeftButton) << 0 << 1550 << 7;
@@ -137,7 +151,11 @@ private slots:
 
     void holdingAButtonRepeats()
     {
-        const auto [upButton, mouseButton, start, heldMs, end] = testdata::fetch<bool, int, int, int, int>();
+        QFETCH(bool, upButton);
+        QFETCH(int, mouseButton);
+        QFETCH(int, start);
+        QFETCH(int, heldMs);
+        QFETCH(int, end);
         Spinner s(start, byteEditor::Decimal);
         QWidget *button = upButton ? s.up : s.down;
         QTest::mousePress(button, Qt::MouseButton(mouseButton));

@@ -1,7 +1,6 @@
 #include "OutputControl.h"
 #include "SerialEditor.h"
 #include "byteEditor.h"
-#include "support/Columns.h"
 #include "support/Messages.h"
 
 #include <QGroupBox>
@@ -52,14 +51,18 @@ class TestOutputControl : public QObject
 private slots:
     void setIndexShowsTheOutputQuietly_data()
     {
-        testdata::columns<int, bool, QString>("index", "pulse", "period");
+        QTest::addColumn<int>("index");
+        QTest::addColumn<bool>("pulse");
+        QTest::addColumn<QString>("period");
         QTest::newRow("first, On/Off") << 0 << false << QStringLiteral("001");
         QTest::newRow("last, pulse") << 7 << true << QStringLiteral("255");
     }
 
     void setIndexShowsTheOutputQuietly()
     {
-        const auto [index, pulse, period] = testdata::fetch<int, bool, QString>();
+        QFETCH(int, index);
+        QFETCH(bool, pulse);
+        QFETCH(QString, period);
         Panel p;
         const auto i = std::size_t(index);
         p.config.PulseModes[i] = pulse;
@@ -123,14 +126,15 @@ private slots:
 
     void widerPanelsGiveTheCodesTheRoom_data()
     {
-        testdata::columns<int, bool>("extra",    // pixels beyond the drawn width
-                                     "scrolls"); // a full binary code needs its bar
+        QTest::addColumn<int>("extra");    // pixels beyond the drawn width
+        QTest::addColumn<bool>("scrolls"); // a full binary code needs its bar
         QTest::newRow("as drawn") << 0 << true;
         QTest::newRow("wider") << 900 << false;
     }
     void widerPanelsGiveTheCodesTheRoom()
     {
-        const auto [extra, scrolls] = testdata::fetch<int, bool>();
+        QFETCH(int, extra);
+        QFETCH(bool, scrolls);
         Panel p;
         p.config.OffMessages[2] =
             code("\x80\x81\x82\x83\x84\x85\x86\x87\x88\x89\x8a\x8b\x8c\x8d", Type::Binary);

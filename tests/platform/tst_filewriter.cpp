@@ -3,7 +3,6 @@
 
 #include "FileWriter.h"
 #include "support/ChildProcess.h"
-#include "support/Columns.h"
 #include "support/Files.h"
 
 #include <QDir>
@@ -63,8 +62,8 @@ private:
 private slots:
     void eachKindOfTarget_data()
     {
-        testdata::columns<Target, QString>("target",
-                                           "error"); // empty: written
+        QTest::addColumn<Target>("target");
+        QTest::addColumn<QString>("error"); // empty: written
 
         QTest::newRow("new file") << Target::NewFile << QString();
         QTest::newRow("old file replaced") << Target::OldFile << QString();
@@ -81,7 +80,8 @@ private slots:
 
     void eachKindOfTarget()
     {
-        const auto [target, error] = testdata::fetch<Target, QString>();
+        QFETCH(Target, target);
+        QFETCH(QString, error);
 
         QTemporaryDir dir;
         const QString old = dir.filePath(u"old.OTS"_s);
@@ -149,9 +149,9 @@ private slots:
     // which replaces old.OTS and reports what is left.
     void failuresLeaveTheOldFile_data()
     {
-        testdata::columns<int, QString, QString>("condition",
-                                                 "target", // in the test's folder
-                                                 "error");
+        QTest::addColumn<int>("condition");
+        QTest::addColumn<QString>("target"); // in the test's folder
+        QTest::addColumn<QString>("error");
 
         QTest::newRow("read-only folder") << 0 << u"locked/old.OTS"_s << u"Permission denied"_s;
         QTest::newRow("file the user may not write") << 0 << u"open/theirs.OTS"_s << u"Permission denied"_s;
@@ -161,7 +161,9 @@ private slots:
 
     void failuresLeaveTheOldFile()
     {
-        const auto [condition, target, error] = testdata::fetch<int, QString, QString>();
+        QFETCH(int, condition);
+        QFETCH(QString, target);
+        QFETCH(QString, error);
 
         // Folders the unprivileged user can see into: "locked" it may not
         // write, "open" it may; "theirs.OTS" is root's.
@@ -185,26 +187,25 @@ private slots:
         const QString file = dir.filePath(target);
         const QString folder = QFileInfo(file).absolutePath();
 
-        const testsupport::ChildResult child =
-            testsupport::runInChild(conditions, [&, condition = condition] {
-                if (condition == 2) {
-                    // The old file on the fresh disk, then the disk filled up.
-                    writeBytes(file, OldBytes);
-                    QFile filler(folder + u"/filler"_s);
-                    if (filler.open(QIODevice::WriteOnly)) {
-                        while (filler.write(QByteArray(1024, 'f')) > 0 && filler.flush()) {
-                        }
+        const testsupport::ChildResult child = testsupport::runInChild(conditions, [&] {
+            if (condition == 2) {
+                // The old file on the fresh disk, then the disk filled up.
+                writeBytes(file, OldBytes);
+                QFile filler(folder + u"/filler"_s);
+                if (filler.open(QIODevice::WriteOnly)) {
+                    while (filler.write(QByteArray(1024, 'f')) > 0 && filler.flush()) {
                     }
                 }
-                // What must not change is reported as part of the error.
-                const QStringList before = listing(folder);
-                QString why = FileWriter::write(file, NewBytes).error;
-                if (readAll(file) != OldBytes)
-                    why += u" (and the old file changed)"_s;
-                if (listing(folder) != before)
-                    why += u" (and the folder changed)"_s;
-                return why.toUtf8();
-            });
+            }
+            // What must not change is reported as part of the error.
+            const QStringList before = listing(folder);
+            QString why = FileWriter::write(file, NewBytes).error;
+            if (readAll(file) != OldBytes)
+                why += u" (and the old file changed)"_s;
+            if (listing(folder) != before)
+                why += u" (and the folder changed)"_s;
+            return why.toUtf8();
+        });
         if (child.unavailable)
             QSKIP("this condition cannot be made here (needs root)");
         QVERIFY(child.returned);

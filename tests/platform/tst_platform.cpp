@@ -4,7 +4,6 @@
 #include "QtSerialLink.h"
 #include "SettingsKeyValueStore.h"
 #include "support/ChildProcess.h"
-#include "support/Columns.h"
 #include "support/Files.h"
 
 #include <QElapsedTimer>
@@ -52,8 +51,8 @@ private slots:
 
     void lineSettingsParse_data()
     {
-        testdata::columns<QString, QString>("text",
-                                            "normalised"); // empty: not a setting
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("normalised"); // empty: not a setting
 
         QTest::newRow("line reset") << u"110,n,8,2"_s << u"110,n,8,2"_s;
         QTest::newRow("non-standard 14400") << u"14400,n,8,2"_s << u"14400,n,8,2"_s;
@@ -76,7 +75,8 @@ private slots:
 
     void lineSettingsParse()
     {
-        const auto [text, normalised] = testdata::fetch<QString, QString>();
+        QFETCH(QString, text);
+        QFETCH(QString, normalised);
         const auto parsed = LineSettings::parse(text);
         QCOMPARE(parsed ? parsed->toString() : QString(), normalised);
     }
@@ -84,7 +84,11 @@ private slots:
     void storeKeepsNumbersAndTextsApart_data()
     {
         // A raw INI line under [Types] and what a query must make of it.
-        testdata::columns<QString, int, uint, QString, int>("line", "kind", "number", "text", "size");
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<int>("kind");
+        QTest::addColumn<uint>("number");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("size");
 
         // clang-format off
         QTest::newRow("number") << u"Value=dword:0000001c"_s << int(Kind::Number) << 28u << u""_s << 4;
@@ -103,7 +107,11 @@ private slots:
 
     void storeKeepsNumbersAndTextsApart()
     {
-        const auto [line, kind, number, text, size] = testdata::fetch<QString, int, uint, QString, int>();
+        QFETCH(QString, line);
+        QFETCH(int, kind);
+        QFETCH(uint, number);
+        QFETCH(QString, text);
+        QFETCH(int, size);
 
         QTemporaryDir dir;
         const QString file = dir.filePath(u"types.ini"_s);
@@ -188,7 +196,8 @@ private slots:
     // Every wait here would last a minute; what ends it decides the result.
     void eventLoopWaitEndsEarly_data()
     {
-        testdata::columns<int, bool>("how", "result");
+        QTest::addColumn<int>("how");
+        QTest::addColumn<bool>("result");
 
         // Nobody tells the waiter: the condition just turns true in the
         // course of an event, as when a port's notifier fills its buffer.
@@ -199,11 +208,12 @@ private slots:
 
     void eventLoopWaitEndsEarly()
     {
-        const auto [how, result] = testdata::fetch<int, bool>();
+        QFETCH(int, how);
+        QFETCH(bool, result);
         EventLoopWaiter waiter;
         bool arrived = false;
         bool inner = true;
-        QTimer::singleShot(1, &waiter, [&, how = how] {
+        QTimer::singleShot(1, &waiter, [&] {
             if (how == 0) {
                 arrived = true;
             } else if (how == 1) {

@@ -6,7 +6,6 @@
 #include "ScriptedPrompter.h"
 #include "SerialTavo.h"
 #include "support/ChildProcess.h"
-#include "support/Columns.h"
 #include "support/ConfigSamples.h"
 #include "support/ScriptedCommonDialog.h"
 
@@ -74,7 +73,9 @@ private slots:
     // to start the new file, too small to finish it.
     void writesThatCannotCompleteKeepWhatWasThere_data()
     {
-        testdata::columns<QString, QString, int>("command", "target", "sizeLimit");
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<int>("sizeLimit");
 
         const auto row = [](const char *name, const char *command, const char *target, int sizeLimit = 0) {
             QTest::newRow(name) << QString::fromLatin1(command) << QString::fromLatin1(target) << sizeLimit;
@@ -89,7 +90,9 @@ private slots:
 
     void writesThatCannotCompleteKeepWhatWasThere()
     {
-        auto [command, target, sizeLimit] = testdata::fetch<QString, QString, int>();
+        QFETCH(QString, command);
+        QFETCH(QString, target);
+        QFETCH(int, sizeLimit);
         const bool saving = command != u"EXPORT"_s;
 
         // The configuration being edited comes from a file, so it has a name
@@ -117,7 +120,7 @@ private slots:
 
         testsupport::ChildConditions conditions;
         conditions.fileSizeLimit = sizeLimit;
-        const testsupport::ChildResult child = testsupport::runInChild(conditions, [&, command = command] {
+        const testsupport::ChildResult child = testsupport::runInChild(conditions, [&] {
             w.window.runCommand(command);
             return w.outcome();
         });

@@ -2,7 +2,6 @@
 // must give up on it within its passes, and a download or restart it
 // garbles must end with the message for it.
 #include "VellProtocol.h"
-#include "support/Columns.h"
 #include "support/VirtualLine.h"
 
 #include <QTest>
@@ -107,8 +106,10 @@ private slots:
 
     void garbageDuringTheDownloadFailsIt_data()
     {
-        testdata::columns<int, int, QStringList, int>("floodAtBlock", // -1: at the restart after the download
-                                                      "code", "messages", "blocksSent");
+        QTest::addColumn<int>("floodAtBlock"); // -1: at the restart after the download
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QStringList>("messages");
+        QTest::addColumn<int>("blocksSent");
 
         const QString bad = QStringLiteral("Reply to download failed");
         QTest::newRow("first block") << 0 << 0 << QStringList{QStringLiteral("Error!  0 | ") + bad} << 4;
@@ -125,7 +126,10 @@ private slots:
 
     void garbageDuringTheDownloadFailsIt()
     {
-        const auto [floodAtBlock, code, messages, blocksSent] = testdata::fetch<int, int, QStringList, int>();
+        QFETCH(int, floodAtBlock);
+        QFETCH(int, code);
+        QFETCH(QStringList, messages);
+        QFETCH(int, blocksSent);
 
         Rig rig;
         UnitSimulator &unit = rig.link.attachUnit(1);
@@ -136,8 +140,7 @@ private slots:
         // attempt, which the program does not flush, and the block would
         // pass on its second try.)
         int blocksSeen = 0;
-        rig.link.startsFlood = [&, floodAtBlock = floodAtBlock](const QByteArray &bytes,
-                                                                const QString &settings) {
+        rig.link.startsFlood = [&](const QByteArray &bytes, const QString &settings) {
             if (settings == VellProtocol::dataSetting() && bytes.size() == 11)
                 ++blocksSeen;
             if (settings != VellProtocol::commandSetting())

@@ -1,5 +1,4 @@
 #include "UnitSimulator.h"
-#include "support/Columns.h"
 
 #include <QTest>
 
@@ -83,7 +82,8 @@ private slots:
     // that switches outputs 1 and 8 on.
     void answers_data()
     {
-        testdata::columns<Parts, QByteArray>("parts", "expected");
+        QTest::addColumn<Parts>("parts");
+        QTest::addColumn<QByteArray>("expected");
 
         const auto probe = [](const QByteArray &bytes) { return Parts{{u"9600,n,8,2"_s, bytes}}; };
         const auto command = [](int c, const QByteArray &data, const char *parities = "oe") {
@@ -110,7 +110,8 @@ private slots:
 
     void answers()
     {
-        const auto [parts, expected] = testdata::fetch<Parts, QByteArray>();
+        QFETCH(Parts, parts);
+        QFETCH(QByteArray, expected);
         UnitSimulator unit;
         qint64 now = 0;
         send(unit, hex("81"), u"9600,n,8,1"_s, now);
@@ -128,8 +129,11 @@ private slots:
         // Bytes at 9600,n,8,1 with the time each is sent at, starting from
         // some outputs on; the outputs once everything has settled, and
         // what the unit reported on the way.
-        testdata::columns<int, QByteArray, QList<int>, int, QStringList>("initial", "sent", "times",
-                                                                         "expected", "reports");
+        QTest::addColumn<int>("initial");
+        QTest::addColumn<QByteArray>("sent");
+        QTest::addColumn<QList<int>>("times");
+        QTest::addColumn<int>("expected");
+        QTest::addColumn<QStringList>("reports");
 
         const auto row = [](const char *name, int initial, const char *sent, const QList<int> &times,
                             int expected, const QStringList &reports) {
@@ -149,8 +153,11 @@ private slots:
 
     void testStrings()
     {
-        const auto [initial, sent, times, expected, reports] =
-            testdata::fetch<int, QByteArray, QList<int>, int, QStringList>();
+        QFETCH(int, initial);
+        QFETCH(QByteArray, sent);
+        QFETCH(QList<int>, times);
+        QFETCH(int, expected);
+        QFETCH(QStringList, reports);
 
         UnitSimulator unit;
         unit.feed(static_cast<std::uint8_t>(initial), setting(u"9600,n,8,1"_s), -1000);

@@ -1,7 +1,6 @@
 // The virtual time every serial test runs on: events in order, waits that
 // end on their condition, their deadline or the abort flag.
 #include "VirtualWaiter.h"
-#include "support/Columns.h"
 
 #include <QTest>
 
@@ -34,9 +33,11 @@ private slots:
 
     void waitsEndOnConditionDeadlineOrAbort_data()
     {
-        testdata::columns<int, int, bool, int, bool>("arrivalMs", // -1: never
-                                                     "abortMs",   // -1: never; 0: before the wait
-                                                     "result", "elapsed", "early");
+        QTest::addColumn<int>("arrivalMs"); // -1: never
+        QTest::addColumn<int>("abortMs");   // -1: never; 0: before the wait
+        QTest::addColumn<bool>("result");
+        QTest::addColumn<int>("elapsed");
+        QTest::addColumn<bool>("early");
 
         QTest::newRow("time runs out") << -1 << -1 << true << 500 << false;
         QTest::newRow("input in time") << 120 << -1 << true << 120 << true;
@@ -49,8 +50,11 @@ private slots:
 
     void waitsEndOnConditionDeadlineOrAbort()
     {
-        const auto [arrivalMs, abortMs, result, elapsed, early] =
-            testdata::fetch<int, int, bool, int, bool>();
+        QFETCH(int, arrivalMs);
+        QFETCH(int, abortMs);
+        QFETCH(bool, result);
+        QFETCH(int, elapsed);
+        QFETCH(bool, early);
 
         VirtualClock clock;
         clock.advanceTo(1000);

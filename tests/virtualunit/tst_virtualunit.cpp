@@ -6,7 +6,6 @@
 #include "InProcessLink.h"
 #include "OutputControl.h"
 #include "SerialEditor.h"
-#include "support/Columns.h"
 
 #include <QComboBox>
 #include <QPainter>
@@ -48,12 +47,11 @@ private slots:
     // history follow at once, a pulse ending on time.
     void sendsSwitchTheLamps_data()
     {
-        testdata::columns<bool, QStringList, int, QString, QString>(
-            "inDialog",
-            "clicks", // in the dialog: after choosing slot 1
-            "lit",
-            "history", // what was received -> what it did
-            "at");     // the line setting it was received at
+        QTest::addColumn<bool>("inDialog");
+        QTest::addColumn<QStringList>("clicks"); // in the dialog: after choosing slot 1
+        QTest::addColumn<int>("lit");
+        QTest::addColumn<QString>("history"); // what was received -> what it did
+        QTest::addColumn<QString>("at");      // the line setting it was received at
 
         QTest::newRow("on") << false << QStringList{u"On1"_s} << 0x01 << u"LIGHTS ON,CR -> output 1 on"_s
                             << u"19200,e,8,1"_s;
@@ -74,8 +72,11 @@ private slots:
 
     void sendsSwitchTheLamps()
     {
-        const auto [inDialog, clicks, lit, history, at] =
-            testdata::fetch<bool, QStringList, int, QString, QString>();
+        QFETCH(bool, inDialog);
+        QFETCH(QStringList, clicks);
+        QFETCH(int, lit);
+        QFETCH(QString, history);
+        QFETCH(QString, at);
 
         VirtualDesk desk;
         QCOMPARE(desk.label(u"Holding"_s), u"Holds: nothing programmed yet"_s);
@@ -87,7 +88,7 @@ private slots:
         int litMeanwhile = -1;
         QString historyMeanwhile;
         if (inDialog) {
-            desk.command("TEST", [&, clicks = clicks](UnitDialog &dialog) {
+            desk.command("TEST", [&](UnitDialog &dialog) {
                 click(dialog, u"Option1_0"_s);
                 for (const QString &name : clicks)
                     click(dialog, name);
@@ -171,9 +172,9 @@ private slots:
     // taken the configuration.
     void faultSwitchesShowEveryFailure_data()
     {
-        testdata::columns<QString, int, QStringList>("control",
-                                                     "choice", // for a list: the entry to choose
-                                                     "messages");
+        QTest::addColumn<QString>("control");
+        QTest::addColumn<int>("choice"); // for a list: the entry to choose
+        QTest::addColumn<QStringList>("messages");
 
         const QString notResponding = u"Error! | Tavo not responding"_s;
         // clang-format off
@@ -192,10 +193,12 @@ private slots:
 
     void faultSwitchesShowEveryFailure()
     {
-        const auto [control, choice, messages] = testdata::fetch<QString, int, QStringList>();
+        QFETCH(QString, control);
+        QFETCH(int, choice);
+        QFETCH(QStringList, messages);
 
         VirtualDesk desk;
-        desk.download([&, control = control, choice = choice] {
+        desk.download([&] {
             if (auto *list = desk.unit->findChild<QComboBox *>(control)) {
                 for (int i = 0; i < choice; ++i)
                     QTest::keyClick(list, Qt::Key_Down);
