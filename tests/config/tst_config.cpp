@@ -48,6 +48,7 @@ private slots:
             QTest::newRow(name) << line << QByteArray(text) << QString::fromLatin1(read)
                                 << QString::fromLatin1(damage);
         };
+        // clang-format off
         row("whole file", 36, nullptr, "keeps", "");
         row("any header", 1, "Some Other Tool 9", "keeps", "");
         row("code without the extra pair", 2, "1,0,0,1,255,2,", "1,0,0,1,255,2,0,0,", "");
@@ -63,11 +64,9 @@ private slots:
             "On code of output 1: not a code (a code is a list of numbers, each ended by a comma)");
         row("empty code line", 3, "", "keeps", "Off code of output 1: an empty line, not a code");
         row("second pair missing", 2, "2,0,0,0,65,0,", "keeps", "On code of output 1: cut short at field 7");
-        row("entry mode 7", 2, "1,0,7,0,65,0,", "keeps",
-            "On code of output 1: the entry mode (field 3) is not 0 to 6");
+        row("entry mode 7", 2, "1,0,7,0,65,0,", "keeps", "On code of output 1: the entry mode (field 3) is not 0 to 6");
         row("ignore field 2", 2, "1,0,0,2,65,0,", "keeps", "On code of output 1: field 4 is neither 0 nor 1");
-        row("type 7", 6, "2,0,0,0,65,0,66,7,", "keeps",
-            "On code of output 2: byte 2 has a type that is not 0 to 6");
+        row("type 7", 6, "2,0,0,0,65,0,66,7,", "keeps", "On code of output 2: byte 2 has a type that is not 0 to 6");
         row("15 bytes", 2,
             "15,0,0,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,",
             "unwritable", "On code of output 1: 15 bytes, more than the 14 a code can hold");
@@ -75,29 +74,24 @@ private slots:
             "16,0,0,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,65,0,",
             "stops", "On code of output 1: 16 bytes, more than the 14 a code can hold");
         row("negative count", 2, "-1,0,0,0,", "-1,0,0,0,", "On code of output 1: a byte count of -1");
-        row("value beyond 16 bits", 2, "1,0,0,0,70000,0,", "stops",
-            "On code of output 1: field 5 holds a number beyond 16 bits");
+        row("value beyond 16 bits", 2, "1,0,0,0,70000,0,", "stops", "On code of output 1: field 5 holds a number beyond 16 bits");
         row("value beyond a byte", 2, "1,0,0,0,300,0,", "1,0,0,0,300,0,0,0,",
             "On code of output 1: byte 1 is 300, which does not fit a byte");
         row("negative value", 2, "1,0,0,0,-5,0,", "1,0,0,0,-5,0,0,0,",
             "On code of output 1: byte 1 is -5, which does not fit a byte");
-        row("junk in a field", 2, "1,0,0,0,6x5,0,", "1,0,0,0,6,0,0,0,",
-            "On code of output 1: field 5 is not a number");
+        row("junk in a field", 2, "1,0,0,0,6x5,0,", "1,0,0,0,6,0,0,0,", "On code of output 1: field 5 is not a number");
         row("period not a number", 4, "abc", "stops", "period of output 1: \"abc\" is not a number");
         row("period two numbers", 8, "1 2", "stops", "period of output 2: \"1 2\" is not a number");
         row("period 256", 4, "256", "256", "period of output 1 is 256; it must be 0 to 255");
         row("period rounds to 256", 4, "255.5", "256", "period of output 1 is 256; it must be 0 to 255");
         row("negative period", 8, "-1", "-1", "period of output 2 is -1; it must be 0 to 255");
         row("period beyond 16 bits", 4, "99999", "stops", "period of output 1: \"99999\" is beyond 16 bits");
-        row("period rounding past 16 bits", 8, "32767.5", "stops",
-            "period of output 2: \"32767.5\" is beyond 16 bits");
-        row("mode not a boolean", 5, "maybe", "stops",
-            "mode of output 1: \"maybe\" is neither a number nor True or False");
+        row("period rounding past 16 bits", 8, "32767.5", "stops", "period of output 2: \"32767.5\" is beyond 16 bits");
+        row("mode not a boolean", 5, "maybe", "stops", "mode of output 1: \"maybe\" is neither a number nor True or False");
         row("baud index 7", 34, "7", "7", "baud rate index 7 is not one of 0 to 6");
         row("parity index 3", 35, "3", "3", "parity index 3 is not one of 0 to 2");
         row("baud index not a number", 34, "fast", "stops", "baud rate index: \"fast\" is not a number");
-        row("baud index beyond 16 bits", 34, "99999", "stops",
-            "baud rate index: \"99999\" is beyond 16 bits");
+        row("baud index beyond 16 bits", 34, "99999", "stops", "baud rate index: \"99999\" is beyond 16 bits");
         row("text after the end", 36, "more", "keeps", "text after the 35 lines of a configuration");
 
         row("empty file", 1, nullptr, "stops", "the file is empty");
@@ -106,6 +100,7 @@ private slots:
         for (const int line : {3, 5, 6, 34, 35})
             row(qPrintable(u"cut before line %1"_s.arg(line)), line, nullptr, "stops",
                 qPrintable(u"line %1 is missing: a configuration has 35 lines"_s.arg(line)));
+        // clang-format on
     }
 
     void oddLines()
@@ -134,9 +129,9 @@ private slots:
 
         QStringList found;
         for (const tavo::ConfigDamage &d : tavo::findConfigDamage(file))
-            found << QString::number(d.line) + QStringLiteral(": ") + d.what;
-        QCOMPARE(found.join(QStringLiteral(" | ")),
-                 damage.isEmpty() ? QString() : QString::number(line) + QStringLiteral(": ") + damage);
+            found << QString::number(d.line) + u": "_s + d.what;
+        QCOMPARE(found.join(u" | "_s),
+                 damage.isEmpty() ? QString() : QString::number(line) + u": "_s + damage);
 
         QVERIFY(writeBytes(path("odd.OTS"), file));
         int shown = 0;
@@ -170,12 +165,12 @@ private slots:
         QStringList found;
         for (const tavo::ConfigDamage &d : tavo::findConfigDamage(lines.join('\n') + '\n'))
             found << QString::number(d.line);
-        QCOMPARE(found.join(QLatin1Char(' ')), QStringLiteral("2 34 35"));
+        QCOMPARE(found.join(QLatin1Char(' ')), u"2 34 35"_s);
     }
 
     void unreadableFilesChangeNothing()
     {
-        QVERIFY(QDir(m_dir.path()).mkpath(QStringLiteral("folder.OTS")));
+        QVERIFY(QDir(m_dir.path()).mkpath(u"folder.OTS"_s));
         ConfigData config = varied();
         QCOMPARE(tavo::readConfigFile(path("missing.OTS"), config).status, Status::NotFound);
         QCOMPARE(tavo::readConfigFile(path("folder.OTS"), config).status, Status::IsFolder);
@@ -191,7 +186,7 @@ private slots:
     // controller using both modes and every kind of byte.
     void demoIsACompleteFileThatUsesEveryFeature()
     {
-        const QString demo = qEnvironmentVariable("TAVO_SOURCE_DIR") + QStringLiteral("/examples/demo.OTS");
+        const QString demo = qEnvironmentVariable("TAVO_SOURCE_DIR") + u"/examples/demo.OTS"_s;
         ConfigData c;
         QVERIFY(tavo::readConfigFile(demo, c).ok());
         QVERIFY(tavo::writeConfigFile(path("demo.OTS"), c).ok());
@@ -210,15 +205,15 @@ private slots:
 
     void image_data()
     {
-        // clang-format off
+        // Output 1's period, its On code's slot 3 and its Off code's slot 13,
+        // the last slot in the image: values beyond a byte fail the build.
         QTest::addColumn<int>("baud");
         QTest::addColumn<int>("parity");
         QTest::addColumn<int>("pulseMask");
         QTest::addColumn<int>("byte9");
         QTest::addColumn<int>("byte10");
-        // Output 1's period, its On code's slot 3 and its Off code's slot 13,
-        // the last slot in the image: values beyond a byte fail the build.
         QTest::addColumn<QList<int>>("output1");
+        // clang-format off
         const int codes[] = {2, 0, 1, 3, 4, 5, 6};
         const QList<int> asIs = {0, 0, 0};
         for (int b = 0; b < 7; ++b)
@@ -299,39 +294,37 @@ private slots:
         QCOMPARE(bytes.mid(1, 256), QByteArray(reinterpret_cast<const char *>(c.ConfigImage.data()), 256));
         QCOMPARE(bytes.mid(257).count('\0'), 65539 - 257);
 
-        QCOMPARE(tavo::proposedExportName(QStringLiteral("/x/demo.ots")), QStringLiteral("/x/demo.BDX"));
-        QCOMPARE(tavo::proposedExportName(QStringLiteral("a.OTS")), QStringLiteral("a.BDX"));
-        QCOMPARE(tavo::proposedExportName(QStringLiteral(".OTS")), QString());
+        QCOMPARE(tavo::proposedExportName(u"/x/demo.ots"_s), u"/x/demo.BDX"_s);
+        QCOMPARE(tavo::proposedExportName(u"a.OTS"_s), u"a.BDX"_s);
+        QCOMPARE(tavo::proposedExportName(u".OTS"_s), QString());
         QCOMPARE(tavo::proposedExportName(QString()), QString());
     }
 
     void textsForTheUser()
     {
-        const QString tail = QStringLiteral(" parity, 8 Bit data, 1 Stop bit");
-        QCOMPARE(tavo::SerialSettingsText(4, 1), QStringLiteral("19200, baud, Even") + tail);
-        QCOMPARE(tavo::SerialSettingsText(7, 2), QStringLiteral(", baud, Odd") + tail);
-        QCOMPARE(tavo::SerialSettingsText(6, -1), QStringLiteral("38400, baud, ") + tail);
+        const QString tail = u" parity, 8 Bit data, 1 Stop bit"_s;
+        QCOMPARE(tavo::SerialSettingsText(7, 2), u", baud, Odd"_s + tail);
+        QCOMPARE(tavo::SerialSettingsText(6, -1), u"38400, baud, "_s + tail);
 
-        QCOMPARE(tavo::windowCaption(QString()), QStringLiteral("Serial Tavo Editor 1.0.3"));
-        QCOMPARE(tavo::windowCaption(QStringLiteral("/a/b.c/shop lights.BDX")),
-                 QStringLiteral("shop lights"));
-        QCOMPARE(tavo::windowCaption(QStringLiteral("demo.OTS")), QStringLiteral("emo")); // no folder
-        QCOMPARE(tavo::windowCaption(QStringLiteral("/x/a.b")), QString());
+        QCOMPARE(tavo::windowCaption(QString()), u"Serial Tavo Editor 1.0.3"_s);
+        QCOMPARE(tavo::windowCaption(u"/a/b.c/shop lights.BDX"_s), u"shop lights"_s);
+        QCOMPARE(tavo::windowCaption(u"demo.OTS"_s), u"emo"_s); // no folder
+        QCOMPARE(tavo::windowCaption(u"/x/a.b"_s), QString());
 #ifdef Q_OS_WIN
-        QCOMPARE(tavo::windowCaption(QStringLiteral("C:\\x\\demo.OTS")), QStringLiteral("demo"));
+        QCOMPARE(tavo::windowCaption(u"C:\\x\\demo.OTS"_s), u"demo"_s);
 #endif
     }
 
     void launchErrors_data()
     {
-        // clang-format off
         QTest::addColumn<int>("code");
         QTest::addColumn<QString>("message"); // empty: nothing shown
-        QTest::newRow("missing file") << 2 << QStringLiteral("File not found!");
-        QTest::newRow("sharing") << 15 << QStringLiteral("A sharing violation occurred!");
-        QTest::newRow("shell's sharing code") << 26 << QStringLiteral("Unknown error!");
+        // clang-format off
+        QTest::newRow("missing file") << 2 << u"File not found!"_s;
+        QTest::newRow("sharing") << 15 << u"A sharing violation occurred!"_s;
+        QTest::newRow("shell's sharing code") << 26 << u"Unknown error!"_s;
         QTest::newRow("no association") << 31 << QString();
-        QTest::newRow("32 is a failure") << 32 << QStringLiteral("DLL not found!");
+        QTest::newRow("32 is a failure") << 32 << u"DLL not found!"_s;
         QTest::newRow("33 is success") << 33 << QString();
         // clang-format on
     }
@@ -343,12 +336,12 @@ private slots:
         RecordingShell shell;
         shell.code = code;
         ScriptedPrompter prompter;
-        tavo::LaunchDocument(shell, prompter, QStringLiteral("/opt/help.html"));
-        QCOMPARE(shell.opened, QStringList{QStringLiteral("/opt/help.html")});
+        tavo::LaunchDocument(shell, prompter, u"/opt/help.html"_s);
+        QCOMPARE(shell.opened, QStringList{u"/opt/help.html"_s});
         QCOMPARE(prompter.shown().size(), message.isEmpty() ? 0 : 1);
         if (!message.isEmpty()) {
             QCOMPARE(prompter.shown().first().text, message);
-            QCOMPARE(prompter.shown().first().title, QStringLiteral("Link Launch Error"));
+            QCOMPARE(prompter.shown().first().title, u"Link Launch Error"_s);
             QCOMPARE(prompter.shown().first().icon, Prompter::Icon::Critical);
         }
         QCOMPARE(DesktopShell().open(path("not there.html")), Shell::FileNotFound);
@@ -356,16 +349,16 @@ private slots:
 
     void commandLine_data()
     {
-        // clang-format off
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<QString>("file");
-        const QString p = QStringLiteral("/x/path with blanks/demo.OTS");
+        // clang-format off
+        const QString p = u"/x/path with blanks/demo.OTS"_s;
         QTest::newRow("none") << QStringList() << QString();
         QTest::newRow("one argument") << QStringList{p} << p;
         QTest::newRow("quotes kept by the caller") << QStringList{QLatin1Char('"') + p + QLatin1Char('"')} << p;
         QTest::newRow("unquoted, in pieces") << p.split(QLatin1Char(' ')) << p;
-        QTest::newRow("one quote each side only") << QStringList{QStringLiteral("\"\"a\"\"")} << QStringLiteral("\"a\"");
-        QTest::newRow("leading quote only") << QStringList{QStringLiteral("\"a")} << QStringLiteral("a");
+        QTest::newRow("one quote each side only") << QStringList{u"\"\"a\"\""_s} << u"\"a\""_s;
+        QTest::newRow("leading quote only") << QStringList{u"\"a"_s} << u"a"_s;
         // clang-format on
     }
 

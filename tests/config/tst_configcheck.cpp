@@ -39,8 +39,8 @@ class TestConfigCheck : public QObject
 private slots:
     void findings_data()
     {
-        QTest::addColumn<QStringList>("items");
         // "LINE kind: code, code" for each finding, in order.
+        QTest::addColumn<QStringList>("items");
         QTest::addColumn<QStringList>("expected");
 
         const auto row = [](const char *name, const QStringList &items, const QStringList &expected) {

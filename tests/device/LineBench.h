@@ -1,6 +1,8 @@
 #pragma once
 
 #include "ConfigData.h"
+#include "VellProtocol.h"
+#include "support/Messages.h"
 #include "support/VirtualLine.h"
 
 // The shared virtual line, with a configuration to program and a count of
@@ -20,15 +22,13 @@ struct LineBench : samples::VirtualLine<> {
     }
 };
 
-// A configured code of the given bytes, all of one type.
-inline SerialEditorData code(const QByteArray &bytes,
-                             SerialEditorData::Type type = SerialEditorData::Type::Hexadecimal)
+using samples::code;
+
+// An image to download: every byte different from its neighbours.
+inline VellProtocol::ConfigImage sampleImage()
 {
-    SerialEditorData m;
-    m.SetNumberOfBytesInMessage(static_cast<std::int16_t>(bytes.size()));
-    for (int i = 0; i < bytes.size(); ++i) {
-        m.SetByteValue(i, static_cast<std::uint8_t>(bytes.at(i)));
-        m.SetByteType(i, type);
-    }
-    return m;
+    VellProtocol::ConfigImage image{};
+    for (std::size_t i = 0; i < image.size(); ++i)
+        image[i] = static_cast<std::uint8_t>(i * 7 + 3);
+    return image;
 }

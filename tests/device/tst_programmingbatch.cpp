@@ -2,11 +2,8 @@
 // virtual clocks, one per port, so that each wire can be compared with a
 // run of one unit alone.
 
+#include "LineBench.h"
 #include "ProgrammingBatch.h"
-#include "ScriptedPrompter.h"
-#include "SimulatedLink.h"
-#include "VellTypes.h"
-#include "VirtualWaiter.h"
 
 #include <QMutex>
 #include <QSignalSpy>
@@ -36,14 +33,6 @@ struct SimLine : BatchLine {
     }
 };
 
-VellProtocol::ConfigImage image()
-{
-    VellProtocol::ConfigImage bytes{};
-    for (std::size_t i = 0; i < bytes.size(); ++i)
-        bytes[i] = static_cast<std::uint8_t>(i * 7);
-    return bytes;
-}
-
 // The factory the batch calls in each worker's thread; it keeps the lines
 // so that the test can look at them afterwards.
 struct Lines {
@@ -70,7 +59,7 @@ QStringList aloneTrace(const UnitConfig &unit)
     ScriptedPrompter prompter;
     const VellTypes types;
     VellProtocol protocol(line.simulated, line.virtualWaiter, prompter, types);
-    protocol.setConfigImage(image());
+    protocol.setConfigImage(sampleImage());
     protocol.setRequireSerialTavo(true);
     protocol.chooseSlot(0);
     protocol.programChosenSlot();
@@ -95,7 +84,7 @@ private slots:
 
         const VellTypes types;
         Lines lines;
-        ProgrammingBatch batch(types, image(), lines.factory(units));
+        ProgrammingBatch batch(types, sampleImage(), lines.factory(units));
         QSignalSpy finished(&batch, &ProgrammingBatch::finished);
         QSignalSpy runs(&batch, &ProgrammingBatch::runFinished);
         batch.start({u"A"_s, u"B"_s, u"C"_s, u"D"_s});
@@ -134,7 +123,7 @@ private slots:
             line.virtualWaiter.at(9000, [&line] { line.simulated.attachUnit(1); });
             line.virtualWaiter.at(30000, [&line] { line.virtualWaiter.requestAbort(); });
         };
-        ProgrammingBatch batch(types, image(), lines.factory({}));
+        ProgrammingBatch batch(types, sampleImage(), lines.factory({}));
         batch.setRepeat(true);
         QSignalSpy finished(&batch, &ProgrammingBatch::finished);
         QSignalSpy runs(&batch, &ProgrammingBatch::runFinished);

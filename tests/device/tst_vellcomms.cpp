@@ -27,14 +27,6 @@ const QString ProgramFailed =
     u"Error! | Program failed, Tavo will fail to operate correctly until reprogrammmed, "
     u"Try powering the tavo off/wait/on and reprogram again"_s;
 
-VellProtocol::ConfigImage sampleImage()
-{
-    VellProtocol::ConfigImage image{};
-    for (std::size_t i = 0; i < image.size(); ++i)
-        image[i] = static_cast<std::uint8_t>(i * 7 + 3);
-    return image;
-}
-
 // A Serial Tavo on port 2, ready to be programmed with the sample image.
 struct Programming : DialogBench {
     VellComms dialog{config, parts()};

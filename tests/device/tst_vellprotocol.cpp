@@ -1,7 +1,6 @@
 #include "LineBench.h"
 #include "TestStrings.h"
 #include "TracingLink.h"
-#include "VellProtocol.h"
 
 #include <QTest>
 
@@ -74,8 +73,6 @@ ConfigData sampleConfig()
 }
 
 } // namespace
-
-Q_DECLARE_METATYPE(TestStrings::Selection)
 
 // What goes on the line: the programming protocol and the test strings.
 class TestVellProtocol : public QObject
@@ -167,20 +164,18 @@ private slots:
 
         const QByteArray none;
         // Found with restart: the unit is restarted once it has answered.
+        // clang-format off
         QTest::newRow("exactly four") << 0 << none << none << true << true << 1 << 1;
-        QTest::newRow("fifth byte never examined")
-            << 0 << none << QByteArray("\x7f") << false << true << 1 << 0;
-        QTest::newRow("seven, offset two")
-            << 0 << QByteArray("ab") << QByteArray("z") << false << true << 1 << 0;
-        QTest::newRow("five with noise first")
-            << 0 << QByteArray("\x01") << none << false << false << 21 << 0;
-        QTest::newRow("seven, offset two misses")
-            << 0 << QByteArray("a") << QByteArray("yz") << false << false << 21 << 0;
+        QTest::newRow("fifth byte never examined") << 0 << none << QByteArray("\x7f") << false << true << 1 << 0;
+        QTest::newRow("seven, offset two") << 0 << QByteArray("ab") << QByteArray("z") << false << true << 1 << 0;
+        QTest::newRow("five with noise first") << 0 << QByteArray("\x01") << none << false << false << 21 << 0;
+        QTest::newRow("seven, offset two misses") << 0 << QByteArray("a") << QByteArray("yz") << false << false << 21 << 0;
         QTest::newRow("nothing") << 1 << none << none << true << false << 7 << 0;
         QTest::newRow("answer later than the wait") << 4 << none << none << true << false << 7 << 0;
         QTest::newRow("bad check, restart") << 2 << none << none << true << false << 21 << 3;
         QTest::newRow("bad check, no restart") << 2 << none << none << false << false << 21 << 0;
         QTest::newRow("unknown code") << 3 << none << none << true << false << 21 << 3;
+        // clang-format on
     }
 
     void searchOutcomes()
@@ -243,28 +238,25 @@ private slots:
 
         const int silent = int(UnitAckFault::Silent), wrong = int(UnitAckFault::WrongByte),
                   single = int(UnitAckFault::SingleByte);
+        // clang-format off
         QTest::newRow("restart answered") << false << 0 << -1 << -1 << true << 1 << QString();
         QTest::newRow("restart silent 3 times") << false << silent << -1 << 3 << true << 4 << QString();
-        QTest::newRow("restart silent 4 times")
-            << false << silent << -1 << 4 << false << 4 << u"Error! | No reply to restart"_s;
+        QTest::newRow("restart silent 4 times") << false << silent << -1 << 4 << false << 4 << u"Error! | No reply to restart"_s;
         QTest::newRow("restart wrong 3 times") << false << wrong << -1 << 3 << true << 4 << QString();
-        QTest::newRow("restart always wrong")
-            << false << wrong << -1 << -1 << false << 4 << u"Error! | Reply fail to restart"_s;
+        QTest::newRow("restart always wrong") << false << wrong << -1 << -1 << false << 4 << u"Error! | Reply fail to restart"_s;
         QTest::newRow("restart, one byte is no answer")
             << false << single << -1 << -1 << false << 4 << u"Error! | No reply to restart"_s;
-        QTest::newRow("block refused")
-            << true << wrong << 5 << -1 << false << 5 + 4 << u"Error!  5 | Reply to download failed"_s;
-        QTest::newRow("block unanswered")
-            << true << silent << 5 << -1 << false << 5 + 4 << u"Error!  5 | No reply to download"_s;
+        QTest::newRow("block refused") << true << wrong << 5 << -1 << false << 5 + 4 << u"Error!  5 | Reply to download failed"_s;
+        QTest::newRow("block unanswered") << true << silent << 5 << -1 << false << 5 + 4 << u"Error!  5 | No reply to download"_s;
         QTest::newRow("last block unanswered")
             << true << silent << 31 << -1 << false << 31 + 4 << u"Error!  31 | No reply to download"_s;
-        QTest::newRow("block, 4th attempt accepted")
-            << true << silent << 0 << 3 << true << 32 + 3 << QString();
+        QTest::newRow("block, 4th attempt accepted") << true << silent << 0 << 3 << true << 32 + 3 << QString();
         QTest::newRow("block, 4th attempt fails")
             << true << silent << 0 << 4 << false << 4 << u"Error!  0 | No reply to download"_s;
         // A lone F0 is no answer, but it stays in the buffer and becomes the
         // first byte of the next attempt's answer.
         QTest::newRow("one-byte block answers") << true << single << -1 << -1 << true << 64 << QString();
+        // clang-format on
     }
 
     void acknowledgements()
@@ -345,9 +337,7 @@ private slots:
     {
         Rig rig;
         UnitSimulator &unit = rig.open();
-        VellProtocol::ConfigImage image{};
-        for (std::size_t i = 0; i < image.size(); ++i)
-            image[i] = static_cast<std::uint8_t>(i * 7 + 3);
+        const VellProtocol::ConfigImage image = sampleImage();
         rig.protocol.setConfigImage(image);
         QVERIFY(rig.protocol.Configure_Vell(256));
         QCOMPARE(unit.image(), image);
@@ -391,8 +381,8 @@ private slots:
     // and 2 empty), so the search of port 1 is still going.
     void abortStopsAtOnce_data()
     {
+        // 3 search of four ports, 4 programming run
         QTest::addColumn<int>("routine"); // 0 search with restarts, 1 download, 2 restart,
-                                          // 3 search of four ports, 4 programming run
         QTest::addColumn<int>("abortAt");
 
         QTest::newRow("search, in a restart wait") << 0 << 2500;
@@ -454,26 +444,22 @@ private slots:
         using S = TestStrings::Selection;
         const QString plain = u"9600,n,8,1"_s;
         // Plain test strings ignore the unit's own settings.
+        // clang-format off
         QTest::newRow("map all") << S{1, 0, 0, checks({0, 1, 2, 3, 4, 5, 6, 7}), true, false} << 4 << 1
                                  << true << "\xFF"_ba << plain;
         QTest::newRow("bit 1 off") << S{1, 2, 0, {}, false, true} << 0 << 0 << true << "\x00\x01"_ba << plain;
         QTest::newRow("tavo pulse output forces on")
             << S{1, 3, 5, {}, false, true} << 1 << 0 << true << "\x1BP5"_ba << u"2400,n,8,1"_s;
-        QTest::newRow("tavo empty code")
-            << S{1, 3, 0, {}, true, false} << 0 << 0 << false << QByteArray() << QString();
+        QTest::newRow("tavo empty code") << S{1, 3, 0, {}, true, false} << 0 << 0 << false << QByteArray() << QString();
         // Neither On nor Off: nothing to say to the unit.
-        QTest::newRow("mask neither")
-            << S{1, 1, 1, {}, false, false} << 0 << 0 << false << QByteArray() << QString();
-        QTest::newRow("bit neither") << S{1, 2, 1, {}, false, false} << 0 << 0 << false << QByteArray()
-                                     << QString();
+        QTest::newRow("mask neither") << S{1, 1, 1, {}, false, false} << 0 << 0 << false << QByteArray() << QString();
+        QTest::newRow("bit neither") << S{1, 2, 1, {}, false, false} << 0 << 0 << false << QByteArray() << QString();
         // Composed, but the value 256 is no byte: the send fails quietly.
-        QTest::newRow("mask no output")
-            << S{1, 1, -1, {}, true, false} << 0 << 0 << true << QByteArray() << QString();
+        QTest::newRow("mask no output") << S{1, 1, -1, {}, true, false} << 0 << 0 << true << QByteArray() << QString();
         // An index off its list gives a setting the port refuses.
-        QTest::newRow("tavo parity off the list")
-            << S{1, 3, 2, {}, true, false} << 0 << 3 << true << QByteArray() << QString();
-        QTest::newRow("tavo bad baud index")
-            << S{1, 3, 2, {}, true, false} << 7 << 0 << true << QByteArray() << QString();
+        QTest::newRow("tavo parity off the list") << S{1, 3, 2, {}, true, false} << 0 << 3 << true << QByteArray() << QString();
+        QTest::newRow("tavo bad baud index") << S{1, 3, 2, {}, true, false} << 7 << 0 << true << QByteArray() << QString();
+        // clang-format on
     }
 
     void composeAndSend()

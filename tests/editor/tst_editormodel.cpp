@@ -170,12 +170,12 @@ class TestEditorModel : public QObject
 private slots:
     void messageText_data()
     {
-        // clang-format off
         QTest::addColumn<QString>("bytes");
         QTest::addColumn<bool>("canDoIgnore");
         QTest::addColumn<int>("forced");
         QTest::addColumn<bool>("zeros");
         QTest::addColumn<QString>("expected");
+        // clang-format off
         const QString everyType = QStringLiteral("5d 10h 171h 5b 0b -5d 2c 200c 63i 655");
         QTest::newRow("ascii run, control, ascii below 32, euro")
             << "72a 105a 13c 7a 128a" << false << -1 << false << "Hi,CR,\x7f\u20ac";
@@ -203,13 +203,13 @@ private slots:
     // Every notation over every byte: value -> text -> value.
     void notationRoundTrip_data()
     {
-        // clang-format off
         QTest::addColumn<int>("type");
         QTest::addColumn<bool>("zeros");
         QTest::addColumn<int>("firstKept"); // these values read back as themselves,
         QTest::addColumn<int>("lastKept");
         QTest::addColumn<int>("otherwise"); // the others as this (-1: as nothing)
         QTest::addColumn<int>("width");     // every text this long; 0: numbers without leading zeros
+        // clang-format off
         QTest::newRow("ascii: below 32 shows DEL") << 0 << false << 32 << 255 << 127 << 1;
         QTest::newRow("decimal")                    << 1 << false << 0 << 255 << -1 << 0;
         QTest::newRow("decimal, leading zeros")     << 1 << true  << 0 << 255 << -1 << 3;
@@ -272,9 +272,9 @@ private slots:
     // One undo step per edit that changed something, undone by one Undo.
     void undoSteps_data()
     {
-        // clang-format off
         QTest::addColumn<QString>("script");
         QTest::addColumn<int>("steps");
+        // clang-format off
         QTest::newRow("typed decimal") << "{C-D}7" << 1;
         QTest::newRow("delete") << "{Delete}" << 1;
         QTest::newRow("backspace") << "{End}{Backspace}" << 1;
@@ -306,10 +306,10 @@ private slots:
 
     void selectionRule_data()
     {
-        // clang-format off
         QTest::addColumn<QString>("keys");
         QTest::addColumn<QString>("selected"); // bytes drawn and typed as selected
         QTest::addColumn<QString>("copied");   // bytes the copy takes, and the cut removes
+        // clang-format off
         QTest::newRow("rightwards includes the cursor byte") << "{S-Right}{S-Right}" << "012" << "012";
         QTest::newRow("leftwards stops before the anchor") << "{Right}{Right}{S-Left}{S-Left}" << "01" << "012";
         QTest::newRow("to the end") << "{Right}{S-End}" << "1234" << "123";

@@ -129,13 +129,13 @@ private slots:
 
     void menuStateFollowsTheEditor_data()
     {
-        // clang-format off
+        // Enabled items, in the order CharType0 MenuControlChars0 MenuIgnore
+        // MenuUndo MenuRedo MenuCopy MenuCopyAll MenuCut MenuPaste MenuDelete.
         QTest::addColumn<bool>("allowEdit");
         QTest::addColumn<bool>("canDoIgnore");
         QTest::addColumn<QString>("keys");
-        // Enabled items, in the order CharType0 MenuControlChars0 MenuIgnore
-        // MenuUndo MenuRedo MenuCopy MenuCopyAll MenuCut MenuPaste MenuDelete.
         QTest::addColumn<QString>("enabled");
+        // clang-format off
         QTest::newRow("nothing selected") << true << false << "" << "0100001010";
         QTest::newRow("selection") << true << true << "{S-Right}" << "1110011111";
         QTest::newRow("after an edit") << true << false << "x" << "0101001010";
@@ -246,10 +246,10 @@ private slots:
 
     void tabStaysAndCtrlTabLeaves_data()
     {
-        // clang-format off
         QTest::addColumn<bool>("allowEdit");
         QTest::addColumn<QKeyCombination>("keys");
         QTest::addColumn<QString>("focus"); // the widget that has the focus afterwards
+        // clang-format off
         const auto ctrl = Qt::ControlModifier, shift = Qt::ShiftModifier;
         QTest::newRow("Tab") << true << QKeyCombination(Qt::Key_Tab) << "DisplayImage";
         QTest::newRow("Shift+Tab") << true << (shift | Qt::Key_Backtab) << "DisplayImage";
@@ -288,12 +288,12 @@ private slots:
 
     void screenReadersReadTheCodeAsDrawn_data()
     {
-        // clang-format off
         QTest::addColumn<bool>("allowEdit");
         QTest::addColumn<QString>("keys");
         QTest::addColumn<QString>("text");
         QTest::addColumn<int>("cursor"); // in characters of the text
         QTest::addColumn<QString>("selected");
+        // clang-format off
         QTest::newRow("loaded") << true << "" << "Hi,CR" << 0 << "";
         QTest::newRow("after a separator") << true << "{Right}{Right}" << "Hi,CR" << 3 << "";
         QTest::newRow("at the end") << true << "{End}" << "Hi,CR" << 5 << "";

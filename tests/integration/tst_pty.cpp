@@ -29,9 +29,7 @@ private slots:
     {
         QFETCH(QByteArray, command);
         PtyUnit unit;
-        QString error;
-        if (!unit.start(&error))
-            QSKIP(qPrintable(u"no pseudo-terminal: "_s + error));
+        PTY_START_OR_SKIP(unit);
         Stack stack(unit);
         stack.link.SetCommPort(1);
         stack.link.SetPortOpen(true);
@@ -53,9 +51,7 @@ private slots:
         UnitConfig config;
         config.probeSilent = true;
         PtyUnit unit(config);
-        QString error;
-        if (!unit.start(&error))
-            QSKIP(qPrintable(u"no pseudo-terminal: "_s + error));
+        PTY_START_OR_SKIP(unit);
         Stack stack(unit);
         QStringList probedAt;
         connect(&unit, &PtyUnit::bytesReceived, this, [&](const QByteArray &bytes, const QString &settings) {

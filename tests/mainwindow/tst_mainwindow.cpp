@@ -172,10 +172,6 @@ private slots:
         QCOMPARE(w.dialog.shown().last().filter, u"Olvex Serial Tavo configuration File (*.OTS)|*.OTS"_s);
         QCOMPARE(w.title(), u"copy"_s);
         QVERIFY(!w.saveEnabled() && !w.config().ConfigModified);
-        const QByteArray text = readAll(path("copy.OTS"));
-        QVERIFY(text.startsWith("Serial Tavo1.0.3\r\n"));
-        QCOMPARE(text.count("\r\n"), 35);
-        QCOMPARE(text.count('\n'), 35);
         w.window.close();
         QVERIFY(w.prompter.shown().isEmpty() && !w.window.isVisible());
 
@@ -192,10 +188,10 @@ private slots:
 
     void saveChangesPrompt_data()
     {
-        QTest::addColumn<QString>("command");
-        QTest::addColumn<int>("answer");
         // The current file was written, the command went ahead, the
         // configuration lost its name, unsaved changes remain.
+        QTest::addColumn<QString>("command");
+        QTest::addColumn<int>("answer");
         QTest::addColumn<QString>("savedGoneOnUntitledModified");
         const int yes = int(Answer::Yes), no = int(Answer::No), cancel = int(Answer::Cancel);
         const QString neu = u"NEW"_s, open = u"OPEN"_s;

@@ -45,10 +45,10 @@ private slots:
     // each bad number raises, and what it does with the entry mode.
     void unpacking_data()
     {
-        // clang-format off
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("outcome");  // ok, refused, or the fault raised
         QTest::addColumn<QString>("repacked"); // with mode 0; empty: not repacked
+        // clang-format off
 
         const QString unchanged = QStringLiteral("1,1,0,1,99,2,0,0,"); // the message before each row
         QTest::newRow("empty message") << "0,0,0,0," << "ok" << "0,0,0,0,0,0,";
@@ -133,12 +133,12 @@ private slots:
     // boolean (configuration files) and the 16-bit rounding.
     void numbers_data()
     {
-        // clang-format off
         QTest::addColumn<QString>("text");
         QTest::addColumn<double>("leading");
         QTest::addColumn<bool>("whole");      // wholeNumber() accepts it
         QTest::addColumn<QString>("int16");   // leadingInt16(), or "overflow"
         QTest::addColumn<QString>("boolean"); // wholeBoolean(): "1", "0" or "-" for none
+        // clang-format off
         QTest::newRow("plain") << "42" << 42.0 << true << "42" << "1";
         QTest::newRow("blanks around") << "  -7 " << -7.0 << true << "-7" << "1";
         QTest::newRow("zero") << "0" << 0.0 << true << "0" << "0";

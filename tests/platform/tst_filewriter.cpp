@@ -3,9 +3,9 @@
 
 #include "FileWriter.h"
 #include "support/ChildProcess.h"
+#include "support/Files.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <QTest>
@@ -17,23 +17,13 @@
 
 using namespace Qt::StringLiterals;
 
+using samples::readAll;
+using samples::writeBytes;
+
 namespace {
 
 const QByteArray OldBytes = "the old file\r\n";
 const QByteArray NewBytes = QByteArray(3000, 'n');
-
-QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-void writeBytes(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate) || f.write(bytes) != bytes.size())
-        qFatal("cannot prepare %s", qPrintable(path));
-}
 
 // Names and sizes of everything in a folder: a failed write must leave no
 // temporary file behind.
@@ -95,7 +85,7 @@ private slots:
 
         QTemporaryDir dir;
         const QString old = dir.filePath(u"old.OTS"_s);
-        writeBytes(old, OldBytes);
+        QVERIFY(writeBytes(old, OldBytes));
         QString name = dir.filePath(u"target"_s);
         QString source;
         int fifo = -1;
@@ -184,7 +174,7 @@ private slots:
         for (const char *folder : {"locked", "open", "disk"})
             QVERIFY(QDir(dir.path()).mkdir(QString::fromLatin1(folder)));
         for (const char *file : {"locked/old.OTS", "open/old.OTS", "open/theirs.OTS"})
-            writeBytes(dir.filePath(QString::fromLatin1(file)), OldBytes);
+            QVERIFY(writeBytes(dir.filePath(QString::fromLatin1(file)), OldBytes));
         for (const auto &[name, mode] :
              {std::pair{"locked", 0555}, {"open", 0777}, {"open/old.OTS", 0666}, {"locked/old.OTS", 0666}})
             ::chmod(dir.filePath(QString::fromLatin1(name)).toLocal8Bit().constData(), mode_t(mode));

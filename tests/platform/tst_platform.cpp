@@ -4,9 +4,9 @@
 #include "QtSerialLink.h"
 #include "SettingsKeyValueStore.h"
 #include "support/ChildProcess.h"
+#include "support/Files.h"
 
 #include <QElapsedTimer>
-#include <QFile>
 #include <QFileInfo>
 #include <QSerialPort>
 #include <QSettings>
@@ -31,7 +31,7 @@ class TestPlatform : public QObject
 
     using Kind = KeyValueStore::Kind;
     using Status = KeyValueStore::Status;
-    const QString Types = QStringLiteral("Software\\Olvex\\Brondels\\Types");
+    const QString Types = u"Software\\Olvex\\Brondels\\Types"_s;
 
 private slots:
     void portSlotsKeepExplicitNamesOverTheSystemList()
@@ -39,13 +39,12 @@ private slots:
         // The editor puts its simulated unit into slot 1 before anything
         // has listed the system's ports; the later listing must not undo it.
         PortSlots system = PortSlots::systemDefault();
-        system.setName(1, QStringLiteral("/dev/pts/sim"));
-        QCOMPARE(system.name(1), QStringLiteral("/dev/pts/sim"));
-        QCOMPARE(system.names().constFirst(), QStringLiteral("/dev/pts/sim"));
+        system.setName(1, u"/dev/pts/sim"_s);
+        QCOMPARE(system.name(1), u"/dev/pts/sim"_s);
+        QCOMPARE(system.names().constFirst(), u"/dev/pts/sim"_s);
 
-        const PortSlots listed = PortSlots::fromList(QStringLiteral("A, ,C"));
-        QCOMPARE(listed.names(),
-                 QStringList({QStringLiteral("A"), QString(), QStringLiteral("C"), QString()}));
+        const PortSlots listed = PortSlots::fromList(u"A, ,C"_s);
+        QCOMPARE(listed.names(), QStringList({u"A"_s, QString(), u"C"_s, QString()}));
         QCOMPARE(listed.name(0), QString());
         QCOMPARE(listed.name(5), QString());
     }
@@ -91,21 +90,19 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::addColumn<int>("size");
 
+        // clang-format off
         QTest::newRow("number") << u"Value=dword:0000001c"_s << int(Kind::Number) << 28u << u""_s << 4;
-        QTest::newRow("upper-case hex")
-            << u"Value=dword:FFFFFFFF"_s << int(Kind::Number) << 0xFFFFFFFFu << u""_s << 4;
-        QTest::newRow("text") << u"Value=\"sz:Serial Tavo \""_s << int(Kind::Text) << 0u << u"Serial Tavo "_s
-                              << 13;
-        QTest::newRow("text that looks like a number")
-            << u"Value=sz:8"_s << int(Kind::Text) << 0u << u"8"_s << 2;
+        QTest::newRow("upper-case hex") << u"Value=dword:FFFFFFFF"_s << int(Kind::Number) << 0xFFFFFFFFu << u""_s << 4;
+        QTest::newRow("text") << u"Value=\"sz:Serial Tavo \""_s << int(Kind::Text) << 0u << u"Serial Tavo "_s << 13;
+        QTest::newRow("text that looks like a number") << u"Value=sz:8"_s << int(Kind::Text) << 0u << u"8"_s << 2;
         QTest::newRow("empty text") << u"Value=sz:"_s << int(Kind::Text) << 0u << u""_s << 1;
         QTest::newRow("bare number") << u"Value=8"_s << int(Kind::Other) << 0u << u""_s << 1;
         QTest::newRow("short hex") << u"Value=dword:8"_s << int(Kind::Other) << 0u << u""_s << 7;
         QTest::newRow("bad hex") << u"Value=dword:0000000g"_s << int(Kind::Other) << 0u << u""_s << 14;
         QTest::newRow("list") << u"Value=sz:a, b"_s << int(Kind::Other) << 0u << u""_s << -1;
         QTest::newRow("byte array") << u"Value=@ByteArray(xyz)"_s << int(Kind::Other) << 0u << u""_s << 3;
-        QTest::newRow("broken variant")
-            << u"Value=@Variant(\\0\\0\\0\\x7f)"_s << int(Kind::Other) << 0u << u""_s << -1;
+        QTest::newRow("broken variant") << u"Value=@Variant(\\0\\0\\0\\x7f)"_s << int(Kind::Other) << 0u << u""_s << -1;
+        // clang-format on
     }
 
     void storeKeepsNumbersAndTextsApart()
@@ -117,10 +114,10 @@ private slots:
         QFETCH(int, size);
 
         QTemporaryDir dir;
-        const QString file = dir.filePath(QStringLiteral("types.ini"));
-        writeFile(file, "[Types]\n" + line.toLatin1() + "\n");
+        const QString file = dir.filePath(u"types.ini"_s);
+        QVERIFY(samples::writeBytes(file, "[Types]\n" + line.toLatin1() + "\n"));
         auto store = SettingsKeyValueStore::openIniFile(file);
-        const KeyValueStore::Value v = store->queryValue(Types, QStringLiteral("Value"), 255);
+        const KeyValueStore::Value v = store->queryValue(Types, u"Value"_s, 255);
         QCOMPARE(v.status, Status::Success);
         QCOMPARE(int(v.kind), kind);
         QCOMPARE(v.number, number);
@@ -132,29 +129,29 @@ private slots:
     void storeRoundTripsThroughTheFile()
     {
         QTemporaryDir dir;
-        const QString file = dir.filePath(QStringLiteral("types.ini"));
-        const QString row = Types + QStringLiteral("\\12");
+        const QString file = dir.filePath(u"types.ini"_s);
+        const QString row = Types + u"\\12"_s;
         {
             auto store = SettingsKeyValueStore::openIniFile(file);
             QVERIFY(store->createKey(row));
-            QVERIFY(store->setNumber(Types, QStringLiteral("Version"), 8));
-            QVERIFY(store->setText(row, QStringLiteral("Name"), QStringLiteral(" a, b = c ")));
-            QVERIFY(store->setNumber(row, QStringLiteral("Reply"), 0xEE));
+            QVERIFY(store->setNumber(Types, u"Version"_s, 8));
+            QVERIFY(store->setText(row, u"Name"_s, u" a, b = c "_s));
+            QVERIFY(store->setNumber(row, u"Reply"_s, 0xEE));
             store->closeKey(row);
         }
         auto store = SettingsKeyValueStore::openIniFile(file);
         QVERIFY(store->openKey(Types) && store->openKey(row));
-        QVERIFY(!store->openKey(Types + QStringLiteral("\\13")));
-        QCOMPARE(store->queryValue(Types, QStringLiteral("Version"), 4).number, 8u);
-        const auto name = store->queryValue(row, QStringLiteral("Name"), 255);
+        QVERIFY(!store->openKey(Types + u"\\13"_s));
+        QCOMPARE(store->queryValue(Types, u"Version"_s, 4).number, 8u);
+        const auto name = store->queryValue(row, u"Name"_s, 255);
         QCOMPARE(name.kind, Kind::Text);
-        QCOMPARE(name.text, QStringLiteral(" a, b = c "));
-        QCOMPARE(store->queryValue(row, QStringLiteral("Reply"), 4).number, 0xEEu);
-        QCOMPARE(store->queryValue(row, QStringLiteral("Type"), 4).status, Status::NotFound);
+        QCOMPARE(name.text, u" a, b = c "_s);
+        QCOMPARE(store->queryValue(row, u"Reply"_s, 4).number, 0xEEu);
+        QCOMPARE(store->queryValue(row, u"Type"_s, 4).status, Status::NotFound);
 
         // Texts longer than the buffer come back cut, saying how long they are.
-        store->setText(Types, QStringLiteral("Name"), QString(300, QLatin1Char('x')));
-        const auto cut = store->queryValue(Types, QStringLiteral("Name"), 255);
+        store->setText(Types, u"Name"_s, QString(300, QLatin1Char('x')));
+        const auto cut = store->queryValue(Types, u"Name"_s, 255);
         QCOMPARE(cut.status, Status::MoreData);
         QCOMPARE(cut.size, 301);
         QCOMPARE(cut.text.size(), 255);
@@ -171,9 +168,10 @@ private slots:
     {
         QFETCH(bool, inMemory);
         QTemporaryDir dir;
-        const QString file = dir.filePath(QStringLiteral("types.ini"));
-        writeFile(file, "[Types]\n10\\Type=dword:00000001\nB\\Type=dword:00000001\n2\\Type=dword:00000001\n"
-                        "a\\Type=dword:00000001\n0\\Type=dword:00000001\n10\\Name=dword:00000001\n");
+        const QString file = dir.filePath(u"types.ini"_s);
+        QVERIFY(samples::writeBytes(
+            file, "[Types]\n10\\Type=dword:00000001\nB\\Type=dword:00000001\n2\\Type=dword:00000001\n"
+                  "a\\Type=dword:00000001\n0\\Type=dword:00000001\n10\\Name=dword:00000001\n"));
         // The same values, as QSettings reads them from that file.
         SettingsKeyValueStore::Values values;
         for (const char *key : {"10/Type", "B/Type", "2/Type", "a/Type", "0/Type", "10/Name"})
@@ -284,14 +282,6 @@ private slots:
 #else
         QSKIP("pseudo-terminals are a Unix thing");
 #endif
-    }
-
-private:
-    static void writeFile(const QString &name, const QByteArray &content)
-    {
-        QFile f(name);
-        QVERIFY(f.open(QIODevice::WriteOnly));
-        f.write(content);
     }
 };
 

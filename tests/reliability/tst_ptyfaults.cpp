@@ -19,9 +19,7 @@ private slots:
         UnitConfig config;
         config.vanishAfterBlock = lastBlock;
         PtyUnit unit(config);
-        QString error;
-        if (!unit.start(&error))
-            QSKIP(qPrintable(QStringLiteral("no pseudo-terminal: ") + error));
+        PTY_START_OR_SKIP(unit);
         Stack stack(unit);
         connect(&unit, &PtyUnit::vanished, this, [&] { stack.link.unitGone = true; });
         stack.protocol.setConfigImage(imageFor(1));
@@ -34,7 +32,7 @@ private slots:
         QVERIFY(stack.link.unitGone);
         // The block after the last acknowledged one fails, with the download's
         // own message and nothing after it.
-        QCOMPARE(stack.prompter.shown,
+        QCOMPARE(stack.messages(),
                  QStringList{QStringLiteral("Error!  %1 | No reply to download").arg(lastBlock + 1)});
         QVERIFY(!stack.progress.contains(QStringLiteral("100%")));
         QCOMPARE(stack.progress.last(), VellProtocol::progressText(lastBlock, 32));
@@ -50,7 +48,7 @@ private slots:
         PtyUnit again;
         QVERIFY(again.start());
         stack.link.setPortSlots(slotsFor(again));
-        stack.prompter.shown.clear();
+        stack.prompter.clear();
         stack.protocol.search_for_vell();
         const SearchSlot &slot = stack.protocol.searchSlots()[0];
         QCOMPARE(slot.text, QStringLiteral("Serial Tavo 1.0"));
@@ -58,7 +56,7 @@ private slots:
         stack.protocol.chooseSlot(0);
         stack.protocol.setConfigImage(imageFor(2));
         QCOMPARE(stack.protocol.programChosenSlot(), VellProtocol::ProgramResult::Finished);
-        QCOMPARE(stack.prompter.shown, QStringList{QStringLiteral("All sent ok | Program another tavo")});
+        QCOMPARE(stack.messages(), QStringList{QStringLiteral("All sent ok | Program another tavo")});
         QCOMPARE(bytesOf(again.unit().image()), bytesOf(imageFor(2)));
         QVERIFY(!stack.link.PortOpen());
     }

@@ -64,13 +64,10 @@ private slots:
         UnitConfig config;
         config.ackDelayMs = 0;
         PtyUnit unit(config);
-        QString error;
-        if (!unit.start(&error))
-            QSKIP(qPrintable(QStringLiteral("no pseudo-terminal: ") + error));
+        PTY_START_OR_SKIP(unit);
         Stack stack(unit);
         VellProtocol &protocol = stack.protocol;
 
-        stack.prompter.answer = [](const QString &, const QString &) { return Answer::No; };
         protocol.setConfigImage(imageFor(1));
         protocol.search_for_vell();
         protocol.chooseSlot(0);
@@ -92,7 +89,7 @@ private slots:
 
         QCOMPARE(failedRuns, QList<int>());
         QCOMPARE(unit.unit().imagesReceived(), Runs);
-        QCOMPARE(stack.prompter.shown, QStringList{QStringLiteral("All sent ok | Program another tavo")});
+        QCOMPARE(stack.messages(), QStringList{QStringLiteral("All sent ok | Program another tavo")});
         QCOMPARE(openDescriptors(), descriptors);
         // The address sanitizer holds freed memory back on purpose, so the
         // resident size only means something without it.

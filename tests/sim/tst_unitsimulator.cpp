@@ -198,29 +198,29 @@ private slots:
         config.image[10] = 1; // odd
         UnitSimulator unit(config);
         const SwitchLog log(unit);
-        const LineSettings own = setting(u"19200,o,8,1"_s);
+        // The outputs after bytes at a time (at the unit's own setting unless
+        // said), or once the time has come.
+        const auto sent = [&unit](const char *bytes, qint64 at, const QString &line = u"19200,o,8,1"_s) {
+            unit.feed(QByteArray(bytes), setting(line), at);
+            return unit.outputs();
+        };
+        const auto at = [&unit](qint64 time) {
+            unit.advanceTo(time);
+            return unit.outputs();
+        };
 
-        unit.feed(QByteArray("xA"), own, 0);
-        QCOMPARE(unit.outputs(), 0);
-        unit.feed(QByteArray("B"), setting(u"9600,o,8,1"_s), 1); // wrong setting: no match
-        QCOMPARE(unit.outputs(), 0);
-        unit.feed(QByteArray("AB"), own, 10);
-        QCOMPARE(unit.outputs(), 0x05);
-        unit.feed(QByteArray("Z"), own, 20);
-        QCOMPARE(unit.outputs(), 0x15);
-        unit.feed(QByteArray("XY"), own, 30);
-        QCOMPARE(unit.outputs(), 0x15);
+        QCOMPARE(sent("xA", 0), 0);
+        QCOMPARE(sent("B", 1, u"9600,o,8,1"_s), 0); // wrong setting: no match
+        QCOMPARE(sent("AB", 10), 0x05);
+        QCOMPARE(sent("Z", 20), 0x15);
+        QCOMPARE(sent("XY", 30), 0x15);
         QCOMPARE(unit.nextDeadline(), std::optional<qint64>(110));
         QCOMPARE(unit.pulseEnd(2), std::optional<qint64>(110));
         QCOMPARE(unit.pulseEnd(4), std::optional<qint64>(2020));
-        unit.advanceTo(110);
-        QCOMPARE(unit.outputs(), 0x11);
-        unit.feed(QByteArray("CD"), own, 200);
-        QCOMPARE(unit.outputs(), 0x10);
-        unit.advanceTo(2019);
-        QCOMPARE(unit.outputs(), 0x10);
-        unit.advanceTo(2020);
-        QCOMPARE(unit.outputs(), 0x00);
+        QCOMPARE(at(110), 0x11);
+        QCOMPARE(sent("CD", 200), 0x10);
+        QCOMPARE(at(2019), 0x10);
+        QCOMPARE(at(2020), 0x00);
         QVERIFY(!unit.nextDeadline());
         QCOMPARE(log.lines, (QStringList{u"on-code 1 on 4142 -> 05"_s, u"on-code 3 on 4142 for 100 -> 05"_s,
                                          u"on-code 5 on 5a for 2000 -> 15"_s, u"period 3 off -> 11"_s,
@@ -228,15 +228,13 @@ private slots:
 
         // Pulled out, the unit is dead: its outputs off, its pulses over,
         // deaf to its codes. Back in, it has kept its configuration.
-        unit.feed(QByteArray("ABZ"), own, 3000);
+        sent("ABZ", 3000);
         unit.unplug();
         QCOMPARE(unit.outputs(), 0x00);
         QVERIFY(!unit.nextDeadline() && !unit.present());
-        unit.feed(QByteArray("AB"), own, 3100);
-        QCOMPARE(unit.outputs(), 0x00);
+        QCOMPARE(sent("AB", 3100), 0x00);
         unit.plugIn();
-        unit.feed(QByteArray("AB"), own, 3200);
-        QCOMPARE(unit.outputs(), 0x05);
+        QCOMPARE(sent("AB", 3200), 0x05);
     }
 };
 

@@ -2,9 +2,9 @@
 
 #include "ConfigData.h"
 #include "Shell.h"
+#include "support/Files.h"
 #include "support/Messages.h"
 
-#include <QFile>
 #include <QStringList>
 
 // Configurations and file helpers shared by the configuration and window tests.
@@ -39,18 +39,6 @@ inline bool sameOutput(const ConfigData &a, const ConfigData &b, std::size_t n)
 {
     return a.OnMessages[n].IsTheSameAs(b.OnMessages[n]) && a.OffMessages[n].IsTheSameAs(b.OffMessages[n])
            && a.OnPeriods[n] == b.OnPeriods[n] && a.PulseModes[n] == b.PulseModes[n];
-}
-
-inline QByteArray readAll(const QString &path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-inline bool writeBytes(const QString &path, const QByteArray &bytes)
-{
-    QFile f(path);
-    return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
 }
 
 // `text` (CR LF lines) with line `number` (from 1) replaced by `content`.

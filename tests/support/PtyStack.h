@@ -3,33 +3,21 @@
 // The program's serial stack (QSerialPort, waits in the event loop) on the
 // pseudo-terminal of a simulated unit, as the pseudo-terminal tests drive it.
 #include "EventLoopWaiter.h"
-#include "Prompter.h"
 #include "PtyUnit.h"
 #include "QtSerialLink.h"
 #include "VellProtocol.h"
 #include "VellTypes.h"
+#include "support/VirtualLine.h"
 
 #include <QStringList>
 
-#include <functional>
+// Starts the simulated unit `unit`, or skips the test where the system has
+// no pseudo-terminals.
+#define PTY_START_OR_SKIP(unit)                                                                              \
+    if (QString error; !(unit).start(&error))                                                                \
+    QSKIP(qPrintable(QStringLiteral("no pseudo-terminal: ") + error))
 
 namespace ptytest {
-
-using Answer = Prompter::Answer;
-
-// Records what was shown and lets the test decide each answer.
-class HookedPrompter : public Prompter
-{
-public:
-    std::function<Answer(const QString &text, const QString &title)> answer;
-    QStringList shown;
-
-    Answer show(const QString &text, const QString &title, Icon, Buttons, Answer defaultAnswer) override
-    {
-        shown << title + QStringLiteral(" | ") + text;
-        return answer ? answer(text, title) : defaultAnswer;
-    }
-};
 
 // The real link, noting for every write after the unit vanished whether
 // it still went out.
@@ -63,10 +51,12 @@ inline PortSlots slotsFor(const PtyUnit &unit)
 struct Stack {
     WatchedLink link;
     EventLoopWaiter waiter;
-    HookedPrompter prompter;
+    ScriptedPrompter prompter;
     VellTypes types;
     VellProtocol protocol{link, waiter, prompter, types};
     QStringList progress;
+
+    QStringList messages() const { return samples::shownMessages(prompter); }
 
     explicit Stack(const PtyUnit &unit)
         : link(slotsFor(unit))

@@ -9,6 +9,15 @@
 
 namespace samples {
 
+// "title | text" of every message shown.
+inline QStringList shownMessages(const ScriptedPrompter &prompter)
+{
+    QStringList out;
+    for (const ScriptedPrompter::Shown &s : prompter.shown())
+        out << s.title + QStringLiteral(" | ") + s.text;
+    return out;
+}
+
 // A serial line in virtual time: four simulated ports (all missing until a
 // test puts something there), with every write, wait and message on
 // record. `Link` may be a SimulatedLink that misbehaves in its own way.
@@ -29,14 +38,7 @@ struct VirtualLine {
         return n;
     }
 
-    // "title | text" of every message shown.
-    QStringList messages() const
-    {
-        QStringList out;
-        for (const ScriptedPrompter::Shown &s : prompter.shown())
-            out << s.title + QStringLiteral(" | ") + s.text;
-        return out;
-    }
+    QStringList messages() const { return shownMessages(prompter); }
 };
 
 } // namespace samples

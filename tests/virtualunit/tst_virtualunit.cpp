@@ -2,29 +2,15 @@
 // of this process on a virtual clock: the editor's own dialogs program and
 // test it, the window's buttons talk to it, and its fault switches make it
 // fail while a dialog runs.
-#include "DeviceUnitServices.h"
+#include "Desk.h"
 #include "InProcessLink.h"
 #include "OutputControl.h"
-#include "RightHandToolbar.h"
 #include "SerialEditor.h"
-#include "SerialTavo.h"
-#include "SettingsKeyValueStore.h"
-#include "SimulatedUnit.h"
-#include "UnitLamps.h"
-#include "UnitLine.h"
-#include "VirtualUnitWindow.h"
-#include "device/DialogBench.h"
-#include "support/ConfigSamples.h"
-#include "support/ScriptedCommonDialog.h"
 
-#include <QApplication>
 #include <QComboBox>
-#include <QLabel>
-#include <QListWidget>
 #include <QPainter>
 #include <QPushButton>
 #include <QRadioButton>
-#include <QTimer>
 #include <QToolButton>
 
 using namespace Qt::StringLiterals;
@@ -35,76 +21,18 @@ const QString ProgramFailed =
     u"Error! | Program failed, Tavo will fail to operate correctly until reprogrammmed, "
     u"Try powering the tavo off/wait/on and reprogram again"_s;
 
-// The editor with examples/demo.OTS open (codes at 19200,e,8,1; output 2 in
-// pulse mode for 5 s) and the unit's window beside it.
-struct Desk {
+// The unit in port slot 1 of this process, on a virtual clock.
+struct InProcess {
     VirtualClock clock;
     VirtualWaiter waiter{clock};
-    ScriptedPrompter prompter;
-    ScriptedCommonDialog files;
-    samples::RecordingShell shell;
-    std::unique_ptr<KeyValueStore> store = SettingsKeyValueStore::inMemory();
     UnitLine line{UnitConfig{}, clock};
     InProcessLink link{line};
-    DeviceUnitServices units{link, waiter, prompter, *store};
-    SerialTavo window{SerialTavo::Services{&prompter, &files, &shell, &units}};
-    std::unique_ptr<VirtualUnitWindow> unit;
+};
 
-    Desk()
-    {
-        window.start({qEnvironmentVariable("TAVO_SOURCE_DIR") + u"/examples/demo.OTS"_s});
-        window.show();
-        unit = openVirtualUnit(line, u"in this program, port slot 1"_s, window, units);
-        unit->show();
-    }
-
-    // Runs a toolbar command whose dialog does `work` once its search is
-    // over; the modal dialog's own event loop runs it.
-    void command(const char *key, std::function<void(UnitDialog &)> work)
-    {
-        units.dialogOpened = [work = std::move(work)](UnitDialog &dialog) {
-            QObject::connect(
-                &dialog, &UnitDialog::searchFinished, &dialog,
-                [&dialog, work] { QTimer::singleShot(0, &dialog, [&dialog, work] { work(dialog); }); },
-                Qt::SingleShotConnection);
-        };
-        auto *button = window.RightHandToolbar1()->findChild<QToolButton *>(QString::fromLatin1(key));
-        QTest::mouseClick(button, Qt::LeftButton);
-    }
-    // DOWNLOAD to the unit in slot 1, with `meanwhile` done between the
-    // search and "Program Tavo".
-    void download(const std::function<void()> &meanwhile = {})
-    {
-        command("DOWNLOAD", [meanwhile](UnitDialog &dialog) {
-            if (meanwhile)
-                meanwhile();
-            click(dialog, u"Option1_0"_s);
-            click(dialog, u"ProgramVell"_s);
-        });
-    }
-
-    void clickUnit(const QString &name) { click(*unit, name); }
-    int lit() const
-    {
-        int mask = 0;
-        for (int n = 0; n < UnitLamps::Count; ++n)
-            mask |= child<Lamp>(*unit, u"Lamp%1"_s.arg(n + 1))->isLit() << n;
-        return mask;
-    }
-    QString label(const QString &name) const { return child<QLabel>(*unit, name)->text(); }
-    QStringList messages() const
-    {
-        QStringList out;
-        for (const ScriptedPrompter::Shown &shown : prompter.shown())
-            out << shown.title + u" | "_s + shown.text;
-        return out;
-    }
-    // The last line of the history without its time of day.
-    QString lastHistory() const
-    {
-        const auto *history = child<QListWidget>(*unit, u"History"_s);
-        return history->count() ? history->item(history->count() - 1)->text().mid(10) : QString();
-    }
+struct VirtualDesk : InProcess, Desk {
+    VirtualDesk()
+        : Desk(link, waiter, line, u"in this program, port slot 1"_s)
+    {}
 };
 
 } // namespace
@@ -150,7 +78,7 @@ private slots:
         QFETCH(QString, history);
         QFETCH(QString, at);
 
-        Desk desk;
+        VirtualDesk desk;
         QCOMPARE(desk.label(u"Holding"_s), u"Holds: nothing programmed yet"_s);
         desk.download();
         QCOMPARE(desk.prompter.shown().size(), 1);
@@ -209,7 +137,7 @@ private slots:
     // than the editor shows, and says so; the buttons send what is shown.
     void anEditLeavesTheUnitBehind()
     {
-        Desk desk;
+        VirtualDesk desk;
         const auto *note = child<QLabel>(*desk.unit, u"Note"_s);
         const auto *off = child<QPushButton>(*desk.unit, u"Off1"_s);
         QVERIFY(note->isVisible()); // nothing programmed yet
@@ -230,7 +158,7 @@ private slots:
     // again, with the unit it showed before.
     void aClosedWindowComesBack()
     {
-        Desk desk;
+        VirtualDesk desk;
         desk.download();
         QVERIFY(desk.unit->close());
         QVERIFY(!desk.unit->isVisible());
@@ -249,19 +177,18 @@ private slots:
         QTest::addColumn<QStringList>("messages");
 
         const QString notResponding = u"Error! | Tavo not responding"_s;
+        // clang-format off
         QTest::newRow("silent") << u"FaultSilent"_s << 0 << QStringList{notResponding};
         QTest::newRow("wrong check byte") << u"FaultCheckByte"_s << 0 << QStringList{notResponding};
-        QTest::newRow("blocks refused")
-            << u"FaultBlocks"_s << 1 << QStringList{u"Error!  0 | Reply to download failed"_s};
-        QTest::newRow("blocks unanswered")
-            << u"FaultBlocks"_s << 2 << QStringList{u"Error!  0 | No reply to download"_s};
+        QTest::newRow("blocks refused") << u"FaultBlocks"_s << 1 << QStringList{u"Error!  0 | Reply to download failed"_s};
+        QTest::newRow("blocks unanswered") << u"FaultBlocks"_s << 2 << QStringList{u"Error!  0 | No reply to download"_s};
         QTest::newRow("restart refused")
             << u"FaultRestart"_s << 1 << QStringList{u"Error! | Reply fail to restart"_s, ProgramFailed};
         QTest::newRow("restart unanswered")
             << u"FaultRestart"_s << 2 << QStringList{u"Error! | No reply to restart"_s, ProgramFailed};
-        QTest::newRow("unplugged after block 8")
-            << u"FaultVanish"_s << 0 << QStringList{u"Error!  9 | No reply to download"_s};
+        QTest::newRow("unplugged after block 8") << u"FaultVanish"_s << 0 << QStringList{u"Error!  9 | No reply to download"_s};
         QTest::newRow("unplugged by hand") << u"Plug"_s << 0 << QStringList{u"Error! | Port not open"_s};
+        // clang-format on
     }
 
     void faultSwitchesShowEveryFailure()
@@ -270,7 +197,7 @@ private slots:
         QFETCH(int, choice);
         QFETCH(QStringList, messages);
 
-        Desk desk;
+        VirtualDesk desk;
         desk.download([&] {
             if (auto *list = desk.unit->findChild<QComboBox *>(control)) {
                 for (int i = 0; i < choice; ++i)
