@@ -102,6 +102,31 @@ void missingCodes(const ConfigData &config, std::vector<ConfigFinding> &findings
     }
 }
 
+// A code longer than its record in the image (a damaged file read
+// leniently): the length byte would make the unit read the next record's
+// first byte as part of it.
+void tooLongCodes(const ConfigData &config, std::vector<ConfigFinding> &findings)
+{
+    for (int n = 0; n < ConfigData::OutputCount; ++n) {
+        const auto i = static_cast<std::size_t>(n);
+        for (const bool on : {true, false}) {
+            const SerialEditorData &message = on ? config.OnMessages[i] : config.OffMessages[i];
+            // A pulse output's Off record is not written from its code.
+            if (message.NumberOfBytesInMessage() <= SerialEditorData::MaxBytes
+                || (!on && config.PulseModes[i]))
+                continue;
+            const Code code{n, on, &message, SerialEditorData::MaxBytes};
+            findings.push_back(
+                finding(Severity::Error, "too-long", {&code},
+                        QStringLiteral("%1 has %2 bytes, more than the %3 a code can hold: the "
+                                       "unit would read the next code's first byte as its last")
+                            .arg(code.name())
+                            .arg(message.NumberOfBytesInMessage())
+                            .arg(SerialEditorData::MaxBytes)));
+        }
+    }
+}
+
 std::vector<Code> codesOf(const ConfigData &config)
 {
     std::vector<Code> codes;
@@ -150,6 +175,7 @@ std::vector<ConfigFinding> checkConfig(const ConfigData &config)
 {
     std::vector<ConfigFinding> findings;
     missingCodes(config, findings);
+    tooLongCodes(config, findings);
     std::vector<Code> codes = codesOf(config);
     // A code of Ignore bytes only is wrong on its own; compared with the
     // others it would be found inside every one of them as well.

@@ -28,8 +28,8 @@ struct ConfigFinding {
     enum class Severity { Warning, Error };
 
     Severity severity = Severity::Warning;
-    // "damaged", "on-equals-off", "matches-anything", "same-code", "inside",
-    // "no-off-code", "no-on-code".
+    // "damaged", "too-long", "on-equals-off", "matches-anything",
+    // "same-code", "inside", "no-off-code", "no-on-code".
     QString kind;
     // The file line of the first code involved (output n's On code is line
     // 4n + 2, its Off code 4n + 3, n from 0); for a missing code the line

@@ -74,6 +74,11 @@ private slots:
         row("Ignore bytes only", {u"1on=??"_s, u"1off=X?"_s}, {u"2 matches-anything: Output 1 On"_s});
         row("no Off code", {u"3on=A"_s}, {u"11 no-off-code: Output 3"_s});
         row("no On code", {u"3off=A"_s}, {u"10 no-on-code: Output 3"_s});
+        // Only a damaged file read leniently has one; a pulse output's Off
+        // code never reaches the unit.
+        row("a code of 15 bytes",
+            {u"2on=ABCDEFGHIJKLMNO"_s, u"2off=Z"_s, u"3on=Y"_s, u"3off=ABCDEFGHIJKLMNO"_s, u"3pulse"_s},
+            {u"6 too-long: Output 2 On"_s});
     }
 
     void findings()
@@ -87,7 +92,8 @@ private slots:
             // The message names every code involved.
             for (const QString &name : f.codes)
                 QVERIFY2(f.message.contains(name), qPrintable(f.message));
-            QCOMPARE(f.isError(), f.kind == u"on-equals-off"_s || f.kind == u"matches-anything"_s);
+            QCOMPARE(f.isError(), f.kind == u"on-equals-off"_s || f.kind == u"matches-anything"_s
+                                      || f.kind == u"too-long"_s);
         }
         QCOMPARE(found.join(u" | "_s), expected.join(u" | "_s));
     }
