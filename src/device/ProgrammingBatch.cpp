@@ -89,6 +89,7 @@ private:
     bool awaitNextUnit(VellProtocol &protocol);
     // Asks the open port until the search's answer is (or is not) there.
     bool pollUntil(VellProtocol &protocol, bool answering, const QString &what);
+    bool awaitPort(VellProtocol &protocol);
 
     int m_index;
     QString m_port;
@@ -165,8 +166,16 @@ bool BatchWorker::pollUntil(VellProtocol &protocol, bool answering, const QStrin
 {
     emit waiting(m_index, what);
     for (;;) {
-        if (aborted() || !m_line->link().PortOpen())
+        if (aborted())
             return false;
+        if (!m_line->link().PortOpen()) {
+            if (!awaitPort(protocol))
+                return false;
+            // The unit went with the port: whatever answers now is the next.
+            if (!answering)
+                return true;
+            emit waiting(m_index, what);
+        }
         const bool answered = protocol.Find_vell(false) != 0;
         // A search cut short by the user found nothing, which says nothing.
         if (aborted())
@@ -177,6 +186,22 @@ bool BatchWorker::pollUntil(VellProtocol &protocol, bool answering, const QStrin
         if (!m_line->waiter().wait(500ms))
             return false;
     }
+}
+
+// The adapter was pulled, or the port went away with the unit: a station
+// goes on once it is back, as it does for the next unit.
+bool BatchWorker::awaitPort(VellProtocol &protocol)
+{
+    qCInfo(lcSerial) << m_port << "is gone:" << m_line->link().lastError();
+    emit waiting(m_index, QStringLiteral("the port is gone; waiting for it to come back"));
+    while (!aborted()) {
+        if (!m_line->waiter().wait(500ms))
+            return false;
+        protocol.set_active_port();
+        if (m_line->link().PortOpen())
+            return true;
+    }
+    return false;
 }
 
 } // namespace

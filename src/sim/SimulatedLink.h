@@ -52,6 +52,9 @@ public:
     // Attaches a unit to the port (replacing any other) and returns it.
     UnitSimulator &attachUnit(int port, const UnitConfig &config = {});
     UnitSimulator *unit(int port);
+    // The adapter is pulled: an open port closes, and the port cannot be
+    // opened until a unit or an empty port is put there again.
+    void vanish(int port);
     void setPortName(int port, const QString &name);
     // The rates every port refuses from now on.
     void refuseRates(const QList<int> &bauds) { m_refusedRates = bauds; }
@@ -93,7 +96,6 @@ private:
     void record(Event::Kind kind, const QByteArray &bytes = {});
     // generation -1: whichever opening of the port is current.
     void deliver(int portNumber, int generation, const UnitSimulator::Reply &reply);
-    void vanish(int portNumber);
     void scheduleDeadline(int portNumber);
     // Why the current port cannot run at `settings`; empty when it can.
     QString refusal(const LineSettings &settings) const;

@@ -142,6 +142,31 @@ private slots:
         QCOMPARE(lines.byPort[u"A"_s]->simulated.unit(1)->imagesReceived(), 1); // the second unit's
         QVERIFY(!lines.byPort[u"A"_s]->simulated.PortOpen());
     }
+
+    // A pulled adapter ends no run with repeat: the worker waits for the
+    // port to come back and programs the unit on it.
+    void repeatWaitsForThePortToComeBack()
+    {
+        const VellTypes types;
+        Lines lines;
+        lines.prepare = [](SimLine &line) {
+            line.virtualWaiter.at(5000, [&line] { line.simulated.vanish(1); });
+            line.virtualWaiter.at(9000, [&line] { line.simulated.attachUnit(1); });
+            line.virtualWaiter.at(30000, [&line] { line.virtualWaiter.requestAbort(); });
+        };
+        ProgrammingBatch batch(types, sampleImage(), lines.factory({}));
+        batch.setRepeat(true);
+        QSignalSpy finished(&batch, &ProgrammingBatch::finished);
+        QSignalSpy runs(&batch, &ProgrammingBatch::runFinished);
+        QSignalSpy waiting(&batch, &ProgrammingBatch::waiting);
+        batch.start({u"A"_s});
+        QVERIFY(finished.wait(20000));
+
+        QCOMPARE(runs.size(), 2);
+        QVERIFY(runs.at(1).at(1).value<UnitRun>().programmed);
+        QCOMPARE(waiting.at(1).at(1).toString(), u"the port is gone; waiting for it to come back"_s);
+        QCOMPARE(lines.byPort[u"A"_s]->simulated.unit(1)->imagesReceived(), 1);
+    }
 };
 
 QTEST_GUILESS_MAIN(TestProgrammingBatch)
