@@ -269,11 +269,18 @@ private:
 
     QString quoted() const
     {
-        // Long or binary junk is cut to what identifies it.
-        QString text = QString::fromLatin1(m_line.left(24));
-        if (m_line.size() > 24)
-            text += QStringLiteral("...");
-        return QLatin1Char('"') + text + QLatin1Char('"');
+        // Long or binary junk is cut to what identifies it, and a byte that
+        // is not printable ASCII is shown as \xNN: a damaged file must not
+        // send escape sequences to the terminal the message goes to.
+        QString text = QStringLiteral("\"");
+        for (const char c : m_line.left(24)) {
+            const auto byte = static_cast<unsigned char>(c);
+            if (byte >= 0x20 && byte < 0x7F)
+                text += QLatin1Char(c);
+            else
+                text += QStringLiteral("\\x%1").arg(byte, 2, 16, QLatin1Char('0'));
+        }
+        return text + (m_line.size() > 24 ? QStringLiteral("...\"") : QStringLiteral("\""));
     }
 
     void code(const QString &name)

@@ -81,6 +81,8 @@ private slots:
             "On code of output 1: byte 1 is -5, which does not fit a byte");
         row("junk in a field", 2, "1,0,0,0,6x5,0,", "1,0,0,0,6,0,0,0,", "On code of output 1: field 5 is not a number");
         row("period not a number", 4, "abc", "stops", "period of output 1: \"abc\" is not a number");
+        row("period with escape sequences", 4, "\x1b]0;T\x07\xe9", "stops",
+            "period of output 1: \"\\x1b]0;T\\x07\\xe9\" is not a number");
         row("period two numbers", 8, "1 2", "stops", "period of output 2: \"1 2\" is not a number");
         row("period 256", 4, "256", "256", "period of output 1 is 256; it must be 0 to 255");
         row("period rounds to 256", 4, "255.5", "256", "period of output 1 is 256; it must be 0 to 255");
