@@ -91,6 +91,8 @@ std::optional<int> portsOf(CommandParser &cmd, const ProgramOptions &o, QStringL
     if (ports.isEmpty())
         return cmd.usageError(QStringLiteral("--port is required"));
     for (const QString &port : std::as_const(ports)) {
+        if (port.trimmed().isEmpty())
+            return cmd.usageError(QStringLiteral("--port needs the name of a port"));
         if (ports.count(port) > 1)
             return cmd.usageError(QStringLiteral("%1 is given twice").arg(port));
     }

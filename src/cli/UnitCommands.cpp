@@ -146,6 +146,9 @@ int runSearch(const QStringList &args)
     if (!only)
         return cmd.usageError(QStringLiteral("--baud takes one of %1").arg(searchRates().join(u", ")));
 
+    if (cmd->value(ports).count(QLatin1Char(',')) >= PortSlots::Count)
+        return cmd.usageError(
+            QStringLiteral("--ports names at most %1 ports, one per slot").arg(PortSlots::Count));
     UnitSession session(cmd->isSet(ports) ? PortSlots::fromList(cmd->value(ports))
                                           : PortSlots::fromEnvironment(),
                         cmd.traced());

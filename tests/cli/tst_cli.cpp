@@ -239,6 +239,8 @@ private slots:
         row("show without file", "show", 2, "missing argument");
         row("image with unknown option", "image SAMPLE --hex", 2, "Unknown option 'hex'");
         row("program without port", "program SAMPLE", 2, "--port is required");
+        row("program with an empty port name", "program SAMPLE --port=", 2, "--port needs the name of a port");
+        row("search more ports than slots", "search --ports a,b,c,d,e", 2, "--ports names at most 4 ports");
         row("send with two strings", "send --port /dev/null --map 1 --bit 2 --on", 2, "exactly one of");
         row("send map of output 9", "send --port /dev/null --map 1,9", 2, "outputs 1 to 8");
         row("send map with on", "send --port /dev/null --map 1 --on", 2, "do not apply");
