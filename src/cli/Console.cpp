@@ -277,13 +277,17 @@ bool loadConfigImage(const QString &path, ConfigData &config, Reading reading)
     return true;
 }
 
-int finishOutput(int code)
+bool outputFailed()
 {
     out().flush();
     // QTextStream notes a failed write; stdio keeps the error for a write
     // that failed before.
-    const bool failed = out().status() != QTextStream::Ok || std::fflush(stdout) != 0 || std::ferror(stdout);
-    if (!failed)
+    return out().status() != QTextStream::Ok || std::fflush(stdout) != 0 || std::ferror(stdout);
+}
+
+int finishOutput(int code)
+{
+    if (!outputFailed())
         return code;
     const QString why = out().device() ? out().device()->errorString() : QString();
     endProgress();

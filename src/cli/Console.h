@@ -136,6 +136,9 @@ void traceLine(const QString &line);
 // Loads a configuration and builds its image into config.ConfigImage.
 bool loadConfigImage(const QString &path, ConfigData &config, Reading reading);
 
+// Whether something printed so far has not reached the standard output.
+bool outputFailed();
+
 // The end of every command: everything printed must have reached the
 // standard output, else the command failed (a full disk, a closed pipe).
 // Returns the exit code to end with.

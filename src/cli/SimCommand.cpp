@@ -11,6 +11,7 @@
 #include "TracingLink.h"
 
 #include <QCoreApplication>
+#include <QFileInfo>
 
 #include <chrono>
 
@@ -226,6 +227,25 @@ std::optional<int> readUnit(CommandParser &cmd, const SimOptions &o, UnitConfig 
     return std::nullopt;
 }
 
+// Why no image could be written to `path` after a download, said before
+// the simulator starts rather than once a host has programmed it. The file
+// itself is not created yet: whoever waits for it to appear would take an
+// empty one for the image.
+QString imageTargetProblem(const QString &path)
+{
+    if (path.isEmpty() || path == FileWriter::StandardOutput)
+        return {};
+    const QFileInfo target(path);
+    if (target.isDir())
+        return QStringLiteral("Is a directory");
+    const QFileInfo folder(target.absolutePath());
+    if (!folder.isDir())
+        return QStringLiteral("No such file or directory");
+    if (target.exists() ? !target.isWritable() : !folder.isWritable())
+        return QStringLiteral("Permission denied");
+    return {};
+}
+
 // What the unit does, on stdout (and with --trace every byte on stderr).
 void reportUnit(PtyUnit &pty, const QString &imagePath, const QString &configPath, bool trace)
 {
@@ -281,6 +301,8 @@ int runSim(const QStringList &args)
     if (const auto stop = readUnit(cmd, o, unit))
         return *stop;
     const QString imagePath = cmd->value(o.imageOut);
+    if (const QString why = imageTargetProblem(imagePath); !why.isEmpty())
+        return fail(imagePath + QStringLiteral(": ") + why);
     const QString configPath = cmd->value(o.startConfig);
     if (cmd->isSet(o.startConfig)) {
         ConfigData config;
@@ -299,6 +321,11 @@ int runSim(const QStringList &args)
     if (!pty.start(&why))
         return fail(why);
     out() << pty.slavePath() << Qt::endl;
+    // A simulator whose terminal nobody learns is of no use to anyone.
+    if (outputFailed()) {
+        pty.stop();
+        return ExitFailed;
+    }
     reportUnit(pty, imagePath, configPath, cmd->isSet(o.trace));
 
     const int code = QCoreApplication::exec();

@@ -252,6 +252,9 @@ private slots:
         row("sim unknown fault", "sim --restart-fault loud", 2, "silent, wrong or single");
         row("sim version beyond a byte", "sim --version 1.256", 2, "--version");
         row("sim baud no port offers", "sim --baud 1234", 2, "not a rate");
+        // Said at once, not after the first download or never.
+        row("sim image into a folder", "sim --image-out DIR/", 1, "Is a directory");
+        row("sim whose terminal cannot be told", "sim >/dev/full", 1, "No space left on device");
         row("search at a rate it never tries", "search --baud 1200", 2,
             "--baud takes one of 9600, 38400, 28800, 19200, 14400, 4800, 2400");
 
