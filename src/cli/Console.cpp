@@ -196,7 +196,10 @@ bool readConfigBytes(const QString &path, QByteArray &bytes)
 {
     const tavo::ConfigReadResult opened = tavo::readConfigBytes(path, bytes);
     switch (opened.status) {
-    case tavo::ConfigReadResult::NotFound: fail(QStringLiteral("%1: no such file").arg(path)); return false;
+    case tavo::ConfigReadResult::NotFound:
+        fail(path.isEmpty() ? QStringLiteral("the file name is empty")
+                            : QStringLiteral("%1: no such file").arg(path));
+        return false;
     case tavo::ConfigReadResult::IsFolder: fail(QStringLiteral("%1: is a directory").arg(path)); return false;
     case tavo::ConfigReadResult::OpenFailed:
         fail(QStringLiteral("%1: cannot be read: %2").arg(path, opened.error));
@@ -258,7 +261,8 @@ bool passesCheck(const QString &path, const ConfigData &config, bool force)
     const int errors = tavo::errorCount(findings);
     if (errors == 0 || force)
         return true;
-    err() << "tavo: " << path << " has " << tavo::findingsSummary(findings)
+    err() << "tavo: " << path << " has "
+          << (errors == 1 ? QStringLiteral("1 error") : QStringLiteral("%1 errors").arg(errors))
           << " the unit cannot work with; nothing was done (--force goes on anyway)" << Qt::endl;
     return false;
 }

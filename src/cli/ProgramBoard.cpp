@@ -58,8 +58,11 @@ void ProgramBoard::say(int port, const QString &text)
 {
     if (m_terminal)
         redraw();
+    else if (const QString &name = m_rows[std::size_t(port)].port;
+             text.startsWith(name + QStringLiteral(": ")))
+        err() << text << Qt::endl; // the link's and the unit's words often name the port already
     else
-        err() << m_rows[std::size_t(port)].port << ": " << text << Qt::endl;
+        err() << name << ": " << text << Qt::endl;
 }
 
 void ProgramBoard::unitFound(int port, const QString &unit)

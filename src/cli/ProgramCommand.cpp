@@ -136,26 +136,28 @@ int report(const std::vector<UnitRun> &runs, const RunContext &context, const QS
            bool summary, const QStringList &ports)
 {
     int code = exitCodeOf(runs);
-    QJsonArray records;
+    // The log in the order the runs ended, as a log goes on.
     for (const UnitRun &run : runs) {
-        const QJsonObject record = runRecord(run, context);
-        records.append(record);
         if (log.isEmpty())
-            continue;
-        if (const QString why = appendToLog(log, record, context.config); !why.isEmpty()) {
+            break;
+        if (const QString why = appendToLog(log, runRecord(run, context), context.config); !why.isEmpty()) {
             fail(QStringLiteral("%1: the record of %2 could not be written: %3").arg(log, run.port, why));
             code = code == ExitOk ? int(ExitFailed) : code;
         }
     }
+    // What is printed in the order the ports were given; runs of one port
+    // as they came.
+    std::vector<UnitRun> ordered = runs;
+    std::stable_sort(ordered.begin(), ordered.end(), [&ports](const UnitRun &a, const UnitRun &b) {
+        return ports.indexOf(a.port) < ports.indexOf(b.port);
+    });
     if (json) {
+        QJsonArray records;
+        for (const UnitRun &run : ordered)
+            records.append(runRecord(run, context));
         out() << QJsonDocument(records).toJson(QJsonDocument::Indented);
     } else if (summary) {
-        // In the order the ports were given; runs of one port as they came.
-        std::vector<UnitRun> table = runs;
-        std::stable_sort(table.begin(), table.end(), [&ports](const UnitRun &a, const UnitRun &b) {
-            return ports.indexOf(a.port) < ports.indexOf(b.port);
-        });
-        out() << summaryTable(table);
+        out() << summaryTable(ordered);
         err() << tally(runs) << Qt::endl;
     } else if (runs.size() == 1 && runs.front().programmed) {
         out() << "All sent ok" << Qt::endl;
