@@ -292,6 +292,18 @@ private:
             report(name + QStringLiteral(": ") + why);
     }
 
+    // What may follow a code's bytes: nothing, or the pair the writer adds
+    // for the slot after the last byte.
+    static bool isExtraPair(std::string_view rest)
+    {
+        if (rest.empty())
+            return true;
+        const std::size_t first = rest.find(',');
+        return first != std::string_view::npos && rest.back() == ','
+               && rest.find(',', first + 1) == rest.size() - 1 && tavo::wholeNumber(rest.substr(0, first))
+               && tavo::wholeNumber(rest.substr(first + 1, rest.size() - first - 2));
+    }
+
     static QString codeDamage(const PackedReading &reading)
     {
         using Fault = PackedReading::Fault;
@@ -321,6 +333,8 @@ private:
             return QStringLiteral("a byte count of %1").arg(count);
         if (reading.looseField != 0)
             return QStringLiteral("field %1 is not a number").arg(reading.looseField);
+        if (!isExtraPair(reading.rest))
+            return QStringLiteral("text after the code");
         for (int k = 0; k < count; ++k) {
             const int value = m.ByteValue(k);
             if (value < 0 || value > 255)

@@ -47,6 +47,8 @@ public:
         return true;
     }
 
+    std::string_view rest() const { return m_text.substr(m_pos); }
+
     bool fail(PackedReading::Fault fault)
     {
         m_reading.fault = fault;
@@ -116,7 +118,7 @@ PackedReading readPackedText(std::string_view text)
         return reading;
     }
     FieldReader reader(text, reading);
-    if (readHead(reader, reading.message))
-        readBytes(reader, reading);
+    if (readHead(reader, reading.message) && readBytes(reader, reading))
+        reading.rest = reader.rest();
     return reading;
 }

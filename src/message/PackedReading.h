@@ -2,6 +2,7 @@
 
 #include "SerialEditorData.h"
 
+#include <string>
 #include <string_view>
 
 // A packed message text read field by field, with what stopped the reading
@@ -32,6 +33,9 @@ struct PackedReading {
     int looseField = 0;
     // What was read; complete only when fault is None.
     SerialEditorData message;
+    // The text after the bytes' fields: empty, or the extra pair the writer
+    // adds ("0,0,"); anything else is not part of a code.
+    std::string rest;
 
     bool ok() const { return fault == Fault::None; }
 };
