@@ -200,10 +200,7 @@ ConfigReadResult readConfigBytes(const QString &path, QByteArray &bytes)
     QFile file(path);
     if (const auto failed = openForReading(file))
         return *failed;
-    // A configuration is some two kilobytes; what is far larger is not one,
-    // and is not read into memory whole to find that out.
-    constexpr qint64 Plenty = 1 << 20;
-    bytes = file.read(Plenty);
+    bytes = file.read(ConfigFileMaxBytes + 1);
     return {ConfigReadResult::Loaded, 0, {}};
 }
 
@@ -397,6 +394,9 @@ private:
 
 std::vector<ConfigDamage> findConfigDamage(const QByteArray &fileText)
 {
+    if (fileText.size() > ConfigFileMaxBytes)
+        return {{1, QStringLiteral("more than %1 MB: not a configuration, which is some two kilobytes")
+                        .arg(ConfigFileMaxBytes >> 20)}};
     return DamageFinder(fileText).find();
 }
 

@@ -80,8 +80,13 @@ struct ConfigDamage {
 // puts bytes into it that nobody chose.
 std::vector<ConfigDamage> findConfigDamage(const QByteArray &fileText);
 
+// A configuration is some two kilobytes; a file beyond this is not one, and
+// is not read into memory whole to find that out.
+inline constexpr qsizetype ConfigFileMaxBytes = 1 << 20;
+
 // The file's bytes for findConfigDamage(), with the same statuses as
-// readConfigFile() for a file that cannot be read at all.
+// readConfigFile() for a file that cannot be read at all: at most
+// ConfigFileMaxBytes + 1 of them, so that a larger file shows as one.
 ConfigReadResult readConfigBytes(const QString &path, QByteArray &bytes);
 
 } // namespace tavo

@@ -172,6 +172,21 @@ private slots:
         QCOMPARE(found.join(QLatin1Char(' ')), u"2 34 35"_s);
     }
 
+    // A file far larger than any configuration is judged as a whole, not by
+    // its first megabyte (where its later lines would seem missing).
+    void aFileBeyondAMegabyteIsNoConfiguration()
+    {
+        QList<QByteArray> lines = tavo::configFileText(varied()).split('\n');
+        lines[1] = QByteArray(tavo::ConfigFileMaxBytes, '1') + ",0,0,0,\r";
+        QVERIFY(writeBytes(path("large.OTS"), lines.join('\n')));
+        QByteArray bytes;
+        QVERIFY(tavo::readConfigBytes(path("large.OTS"), bytes).ok());
+        const std::vector<tavo::ConfigDamage> damage = tavo::findConfigDamage(bytes);
+        QCOMPARE(damage.size(), std::size_t(1));
+        QCOMPARE(damage.front().line, 1);
+        QVERIFY2(damage.front().what.startsWith(u"more than 1 MB"_s), qPrintable(damage.front().what));
+    }
+
     void unreadableFilesChangeNothing()
     {
         QVERIFY(QDir(m_dir.path()).mkpath(u"folder.OTS"_s));
