@@ -214,8 +214,12 @@ void VirtualUnitWindow::switched(const UnitSwitch &change)
 void VirtualUnitWindow::imageReceived()
 {
     // A download runs inside the programming dialog, while the editor has
-    // the file open that it was started from.
-    m_programmedFrom = m_editor.fileName();
+    // the file open that it was started from; an image that is not the
+    // editor's came from some other program on the line.
+    if (holds(m_editor.shownConfig()))
+        m_programmedFrom = m_editor.fileName();
+    else
+        m_programmedFrom.reset();
     m_programmedAt = QTime::currentTime();
     addEvent(QStringLiteral("configuration received"));
     showHolding();
@@ -277,9 +281,12 @@ void VirtualUnitWindow::showHolding()
     const UnitSimulator &unit = m_line.unit();
     if (unit.imagesReceived() == 0) {
         m_holding->setText(QStringLiteral("Holds: nothing programmed yet"));
+    } else if (!m_programmedFrom) {
+        m_holding->setText(QStringLiteral("Holds: programmed by another program at %1")
+                               .arg(m_programmedAt.toString(QStringLiteral("HH:mm"))));
     } else {
-        const QString from = m_programmedFrom.isEmpty() ? QStringLiteral("an untitled configuration")
-                                                        : QFileInfo(m_programmedFrom).fileName();
+        const QString from = m_programmedFrom->isEmpty() ? QStringLiteral("an untitled configuration")
+                                                         : QFileInfo(*m_programmedFrom).fileName();
         m_holding->setText(QStringLiteral("Holds: programmed from %1 at %2")
                                .arg(from, m_programmedAt.toString(QStringLiteral("HH:mm"))));
     }
@@ -287,26 +294,34 @@ void VirtualUnitWindow::showHolding()
                              .arg(UnitSimulator::configuredSettings(unit.image()).toString()));
 }
 
+bool VirtualUnitWindow::holds(const ConfigData &config) const
+{
+    const UnitSimulator &unit = m_line.unit();
+    ConfigData built = config;
+    // Bytes the image leaves alone keep the unit's values, so only what
+    // the unit reads can differ.
+    built.ConfigImage = unit.image();
+    try {
+        tavo::BuildConfigImage(built);
+        return built.ConfigImage == unit.image();
+    } catch (const std::exception &e) {
+        qCInfo(lcUi) << "the editor's configuration makes no image:" << e.what();
+        return false;
+    }
+}
+
 void VirtualUnitWindow::editorChanged()
 {
     m_shown = m_editor.shownConfig();
     const UnitSimulator &unit = m_line.unit();
-    ConfigData built = m_shown;
-    // Bytes the image leaves alone keep the unit's values, so only what
-    // the unit reads can differ.
-    built.ConfigImage = unit.image();
-    bool differs = false;
-    try {
-        tavo::BuildConfigImage(built);
-        differs = built.ConfigImage != unit.image();
-    } catch (const std::exception &e) {
-        qCInfo(lcUi) << "the editor's configuration makes no image:" << e.what();
-        differs = true;
-    }
+    const bool differs = !holds(m_shown);
     if (unit.imagesReceived() == 0)
         m_note->setText(
             QStringLiteral("Nothing programmed yet: use DOWNLOAD to put the editor's configuration "
                            "into the unit, then try its codes."));
+    else if (differs && !m_programmedFrom)
+        m_note->setText(QStringLiteral("The unit holds a configuration from another program: use "
+                                       "DOWNLOAD to try the codes the editor shows."));
     else if (differs)
         m_note->setText(QStringLiteral("The unit holds an older configuration than the editor shows: use "
                                        "DOWNLOAD again to try the codes as they are now."));

@@ -9,6 +9,7 @@
 
 #include <array>
 #include <functional>
+#include <optional>
 
 class QLabel;
 class QListWidget;
@@ -59,6 +60,8 @@ protected:
     void changeEvent(QEvent *event) override;
 
 private:
+    // Whether the unit holds the image `config` makes.
+    bool holds(const ConfigData &config) const;
     QWidget *makeStatus();
     QWidget *makeTalk();
     QWidget *makeCodeButtons();
@@ -97,7 +100,9 @@ private:
     qint64 m_lastHeardMs = 0;
     int m_recognised = 0;
     QStringList m_recognisedAs;
-    // Where the unit's configuration came from.
-    QString m_programmedFrom;
+    // Where the unit's configuration came from: the editor's file (empty
+    // when untitled), or nothing when it was not what the editor showed,
+    // as from `tavo program` on the unit's pseudo-terminal.
+    std::optional<QString> m_programmedFrom;
     QTime m_programmedAt;
 };

@@ -2,6 +2,7 @@
 // of this process on a virtual clock: the editor's own dialogs program and
 // test it, the window's buttons talk to it, and its fault switches make it
 // fail while a dialog runs.
+#include "ConfigImage.h"
 #include "Desk.h"
 #include "InProcessLink.h"
 #include "OutputControl.h"
@@ -152,6 +153,26 @@ private slots:
         QVERIFY(!off->isEnabled()); // pulse mode: no Off code
         desk.download();
         QVERIFY(!note->isVisible());
+    }
+
+    // A download the editor did not make (tavo program on the unit's
+    // terminal) is named as another program's, not as the open file's.
+    void aDownloadFromAnotherProgram()
+    {
+        VirtualDesk desk;
+        ScriptedPrompter prompter;
+        const VellTypes types;
+        VellProtocol other(desk.link, desk.waiter, prompter, types);
+        ConfigData empty;
+        tavo::BuildConfigImage(empty);
+        other.setConfigImage(empty.ConfigImage);
+        other.chooseSlot(0);
+        QCOMPARE(other.programChosenSlot(), VellProtocol::ProgramResult::Finished);
+
+        QVERIFY(desk.label(u"Holding"_s).startsWith(u"Holds: programmed by another program at "_s));
+        QVERIFY(desk.label(u"Note"_s).startsWith(u"The unit holds a configuration from another program"_s));
+        desk.download();
+        QVERIFY(desk.label(u"Holding"_s).startsWith(u"Holds: programmed from demo.OTS at "_s));
     }
 
     // Closed, the window is only hidden; the status bar button shows it
