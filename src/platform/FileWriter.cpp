@@ -78,9 +78,17 @@ Result toStandardOutput(const QByteArray &bytes)
 // The old file stays as it was whatever fails: QSaveFile writes a new file
 // beside it and renames it into place only once it is complete. (It also
 // follows a symbolic link to the file it points at, and keeps the old
-// file's permissions.)
+// file's permissions, adding the owner's write permission it needs for
+// itself; that one is taken back below.)
 Result replaceRegularFile(const QString &path, const QByteArray &bytes)
 {
+    const QFileInfo old(path);
+    const bool existed = old.exists();
+    // The mode bits only: the "User" flags say what this process may do,
+    // and would give the owner write permission back when set.
+    const QFileDevice::Permissions kept =
+        existed ? old.permissions() & ~(QFileDevice::ReadUser | QFileDevice::WriteUser | QFileDevice::ExeUser)
+                : QFileDevice::Permissions();
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return failed(path, file.errorString());
@@ -101,6 +109,8 @@ Result replaceRegularFile(const QString &path, const QByteArray &bytes)
 #endif
     if (!file.commit())
         return failed(path, file.errorString());
+    if (existed && !(kept & QFileDevice::WriteOwner) && !QFile::setPermissions(path, kept))
+        qCWarning(lcFile) << path << "is written, but its permissions could not be set back";
     return {};
 }
 

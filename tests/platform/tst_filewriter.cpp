@@ -145,6 +145,25 @@ private slots:
         }
     }
 
+    // A replaced file keeps its mode, read-only included; only the
+    // administrator gets that far with one, anybody else is refused.
+    void replacingKeepsTheMode()
+    {
+        for (const mode_t mode : {0600, 0664, 0444}) {
+            const QString name = path(u"mode.OTS"_s);
+            QVERIFY(writeBytes(name, OldBytes));
+            QCOMPARE(::chmod(name.toLocal8Bit().constData(), mode), 0);
+            const FileWriter::Result result = FileWriter::write(name, NewBytes);
+            struct stat st {
+            };
+            QCOMPARE(::stat(name.toLocal8Bit().constData(), &st), 0);
+            QCOMPARE(st.st_mode & 07777, mode);
+            QCOMPARE(readAll(name), result.ok() ? NewBytes : OldBytes);
+            QVERIFY(result.ok() || (mode == 0444 && ::geteuid() != 0));
+            QVERIFY(QFile::remove(name));
+        }
+    }
+
     // Failures that need conditions of their own: each runs in a child,
     // which replaces old.OTS and reports what is left.
     void failuresLeaveTheOldFile_data()
