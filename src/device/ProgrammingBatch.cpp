@@ -98,6 +98,8 @@ private:
     BatchLineFactory m_factory;
     bool m_repeat;
     bool m_aborted = false;
+    // The port has been open in this worker.
+    bool m_portWorked = false;
     std::shared_ptr<BatchLine> m_line;
 };
 
@@ -145,6 +147,7 @@ UnitRun BatchWorker::programOnce(VellProtocol &protocol, ScriptedPrompter &promp
     } catch (const std::exception &e) {
         qCWarning(lcSerial) << "programming" << m_port << "abandoned:" << e.what();
     }
+    m_portWorked = m_portWorked || result != VellProtocol::ProgramResult::PortNotOpen;
     UnitRun run =
         UnitRun::describe(m_port, result, protocol, prompter, m_line->link().lastError(), aborted());
     run.started = started;
@@ -169,13 +172,16 @@ bool BatchWorker::pollUntil(VellProtocol &protocol, bool answering, const QStrin
         if (aborted())
             return false;
         if (!m_line->link().PortOpen()) {
-            if (!awaitPort(protocol))
+            // A port that never opened (a wrong name, no permission) does
+            // not heal by waiting; one that worked and went was pulled out.
+            // A unit that answers once it is back may be the one that was
+            // programmed, still on its cable: it has to go away as before.
+            if (!m_portWorked || !awaitPort(protocol))
                 return false;
-            // The unit went with the port: whatever answers now is the next.
-            if (!answering)
-                return true;
             emit waiting(m_index, what);
+            continue;
         }
+        m_portWorked = true;
         const bool answered = protocol.Find_vell(false) != 0;
         // A search cut short by the user found nothing, which says nothing.
         if (aborted())

@@ -143,29 +143,59 @@ private slots:
         QVERIFY(!lines.byPort[u"A"_s]->simulated.PortOpen());
     }
 
-    // A pulled adapter ends no run with repeat: the worker waits for the
-    // port to come back and programs the unit on it.
-    void repeatWaitsForThePortToComeBack()
+    // With repeat, a pulled adapter is waited for; the unit that answers
+    // once it is back may be the one programmed, so it has to go away
+    // first. A port that never opened ends the worker instead.
+    void repeatAndAPortThatGoes_data()
     {
+        QTest::addColumn<bool>("everOpen");
+        QTest::addColumn<int>("runs");
+        QTest::addColumn<QStringList>("said"); // what the worker waited for, in order
+
+        const QString away = u"waiting for the unit to go away"_s;
+        QTest::newRow("pulled and put back")
+            << true << 2
+            << QStringList{away, u"the port is gone; waiting for it to come back"_s, away,
+                           u"waiting for the next unit"_s, away};
+        QTest::newRow("never there") << false << 1 << QStringList{away};
+    }
+
+    void repeatAndAPortThatGoes()
+    {
+        QFETCH(bool, everOpen);
+        QFETCH(int, runs);
+        QFETCH(QStringList, said);
+
         const VellTypes types;
         Lines lines;
-        lines.prepare = [](SimLine &line) {
+        lines.prepare = [everOpen](SimLine &line) {
+            if (!everOpen) {
+                line.simulated.vanish(1);
+                return;
+            }
+            // Pulled at 5 s and put back at 9 s with the unit on it; that
+            // unit is taken off at 12 s and the next one plugged in at 15 s.
             line.virtualWaiter.at(5000, [&line] { line.simulated.vanish(1); });
             line.virtualWaiter.at(9000, [&line] { line.simulated.attachUnit(1); });
+            line.virtualWaiter.at(12000,
+                                  [&line] { line.simulated.setPortKind(1, SimulatedLink::PortKind::Empty); });
+            line.virtualWaiter.at(15000, [&line] { line.simulated.attachUnit(1); });
             line.virtualWaiter.at(30000, [&line] { line.virtualWaiter.requestAbort(); });
         };
         ProgrammingBatch batch(types, sampleImage(), lines.factory({}));
         batch.setRepeat(true);
         QSignalSpy finished(&batch, &ProgrammingBatch::finished);
-        QSignalSpy runs(&batch, &ProgrammingBatch::runFinished);
+        QSignalSpy ran(&batch, &ProgrammingBatch::runFinished);
         QSignalSpy waiting(&batch, &ProgrammingBatch::waiting);
         batch.start({u"A"_s});
         QVERIFY(finished.wait(20000));
 
-        QCOMPARE(runs.size(), 2);
-        QVERIFY(runs.at(1).at(1).value<UnitRun>().programmed);
-        QCOMPARE(waiting.at(1).at(1).toString(), u"the port is gone; waiting for it to come back"_s);
-        QCOMPARE(lines.byPort[u"A"_s]->simulated.unit(1)->imagesReceived(), 1);
+        QCOMPARE(ran.size(), runs);
+        QCOMPARE(ran.constLast().at(1).value<UnitRun>().programmed, everOpen);
+        QStringList waited;
+        for (const QList<QVariant> &args : std::as_const(waiting))
+            waited << args.at(1).toString();
+        QCOMPARE(waited, said);
     }
 };
 
