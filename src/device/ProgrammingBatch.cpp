@@ -157,6 +157,8 @@ UnitRun BatchWorker::programOnce(VellProtocol &protocol, ScriptedPrompter &promp
 
 bool BatchWorker::awaitNextUnit(VellProtocol &protocol)
 {
+    if (!m_portWorked)
+        return false;
     protocol.set_active_port();
     const bool next = pollUntil(protocol, false, QStringLiteral("waiting for the unit to go away"))
                       && pollUntil(protocol, true, QStringLiteral("waiting for the next unit"));
