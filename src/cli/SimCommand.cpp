@@ -11,7 +11,6 @@
 #include "TracingLink.h"
 
 #include <QCoreApplication>
-#include <QFileInfo>
 
 #include <chrono>
 
@@ -227,25 +226,6 @@ std::optional<int> readUnit(CommandParser &cmd, const SimOptions &o, UnitConfig 
     return std::nullopt;
 }
 
-// Why no image could be written to `path` after a download, said before
-// the simulator starts rather than once a host has programmed it. The file
-// itself is not created yet: whoever waits for it to appear would take an
-// empty one for the image.
-QString imageTargetProblem(const QString &path)
-{
-    if (path.isEmpty() || path == FileWriter::StandardOutput)
-        return {};
-    const QFileInfo target(path);
-    if (target.isDir())
-        return QStringLiteral("Is a directory");
-    const QFileInfo folder(target.absolutePath());
-    if (!folder.isDir())
-        return QStringLiteral("No such file or directory");
-    if (target.exists() ? !target.isWritable() : !folder.isWritable())
-        return QStringLiteral("Permission denied");
-    return {};
-}
-
 // What the unit does, on stdout (and with --trace every byte on stderr).
 void reportUnit(PtyUnit &pty, const QString &imagePath, const QString &configPath, bool trace)
 {
@@ -301,9 +281,12 @@ int runSim(const QStringList &args)
     if (const auto stop = readUnit(cmd, o, unit))
         return *stop;
     const QString imagePath = cmd->value(o.imageOut);
-    if (const QString why = imageTargetProblem(imagePath); !why.isEmpty())
-        return fail(imagePath + QStringLiteral(": ") + why);
     const QString configPath = cmd->value(o.startConfig);
+    // Said now rather than once a host has programmed the unit. The file is
+    // not made yet: whoever waits for it would take an empty one for the
+    // image.
+    if (const auto target = FileWriter::check(imagePath, configPath); !imagePath.isEmpty() && !target.ok())
+        return fail(imagePath + QStringLiteral(": ") + target.error);
     if (cmd->isSet(o.startConfig)) {
         ConfigData config;
         if (!loadConfigImage(configPath, config, cmd.reading()))

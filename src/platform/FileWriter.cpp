@@ -199,6 +199,20 @@ Result intoSpecialFile(const QString &path, const QByteArray &bytes)
 
 } // namespace
 
+Result check(const QString &path, const QString &source)
+{
+    if (path == StandardOutput)
+        return {};
+    bool special = false;
+    if (const auto why = refusal(path, source, special))
+        return {*why};
+    // A new file needs a folder that takes one.
+    const QFileInfo info(path);
+    if (!special && !info.exists() && !QFileInfo(info.absolutePath()).isWritable())
+        return {QStringLiteral("Permission denied")};
+    return {};
+}
+
 Result write(const QString &path, const QByteArray &bytes, const QString &source)
 {
     if (path == StandardOutput)

@@ -34,6 +34,11 @@ struct Result {
 // The name that stands for standard output.
 inline const QString StandardOutput = QStringLiteral("-");
 
+// Why write() would refuse `path` now, with the same words, without
+// touching it: for a program that writes there later and should say so
+// before it starts.
+Result check(const QString &path, const QString &source = {});
+
 // Makes `bytes` the whole content of `path`.
 Result write(const QString &path, const QByteArray &bytes, const QString &source = {});
 

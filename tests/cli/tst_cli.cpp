@@ -254,6 +254,9 @@ private slots:
         row("sim baud no port offers", "sim --baud 1234", 2, "not a rate");
         // Said at once, not after the first download or never.
         row("sim image into a folder", "sim --image-out DIR/", 1, "Is a directory");
+        row("sim image into a missing folder", "sim --image-out DIR/missing/image.bin", 1, "No such file or directory");
+        row("sim image over its own configuration", "sim --config SAMPLE --image-out SAMPLE", 1,
+            "is the file being read; nothing was written");
         row("sim whose terminal cannot be told", "sim >/dev/full", 1, "No space left on device");
         row("search at a rate it never tries", "search --baud 1200", 2,
             "--baud takes one of 9600, 38400, 28800, 19200, 14400, 4800, 2400");
