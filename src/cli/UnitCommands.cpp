@@ -23,6 +23,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <algorithm>
 #include <exception>
 #include <optional>
 
@@ -112,6 +113,25 @@ std::optional<QString> searchSettingAt(const QString &rate)
     return VellProtocol::searchSettings().at(i);
 }
 
+// Whether a --ports list names a port beyond the last slot; empty items
+// after it (a trailing comma) name none.
+bool namesMoreThanSlots(const QString &list)
+{
+    const QStringList names = list.split(QLatin1Char(','));
+    return std::any_of(names.begin() + std::min<qsizetype>(names.size(), PortSlots::Count), names.end(),
+                       [](const QString &name) { return !name.trimmed().isEmpty(); });
+}
+
+QJsonObject slotRecord(int slot, const SearchSlot &found)
+{
+    return QJsonObject{
+        {QStringLiteral("slot"), slot + 1},
+        {QStringLiteral("port"), found.portName.isEmpty() ? QJsonValue() : QJsonValue(found.portName)},
+        {QStringLiteral("text"), found.text},
+        {QStringLiteral("found"), found.found != 0},
+        {QStringLiteral("programmable"), found.optionEnabled}};
+}
+
 } // namespace
 
 int runSearch(const QStringList &args)
@@ -146,7 +166,7 @@ int runSearch(const QStringList &args)
     if (!only)
         return cmd.usageError(QStringLiteral("--baud takes one of %1").arg(searchRates().join(u", ")));
 
-    if (cmd->value(ports).count(QLatin1Char(',')) >= PortSlots::Count)
+    if (namesMoreThanSlots(cmd->value(ports)))
         return cmd.usageError(
             QStringLiteral("--ports names at most %1 ports, one per slot").arg(PortSlots::Count));
     UnitSession session(cmd->isSet(ports) ? PortSlots::fromList(cmd->value(ports))
@@ -164,12 +184,7 @@ int runSearch(const QStringList &args)
         if (!found.openError.isEmpty())
             err() << "tavo: " << found.openError << Qt::endl;
         if (json)
-            slots_.append(QJsonObject{{QStringLiteral("slot"), slot + 1},
-                                      {QStringLiteral("port"),
-                                       found.portName.isEmpty() ? QJsonValue() : QJsonValue(found.portName)},
-                                      {QStringLiteral("text"), found.text},
-                                      {QStringLiteral("found"), found.found != 0},
-                                      {QStringLiteral("programmable"), found.optionEnabled}});
+            slots_.append(slotRecord(slot, found));
         else
             out() << "slot " << slot + 1 << " (" << portLabel(found.portName) << "): " << found.text
                   << Qt::endl;
