@@ -75,20 +75,26 @@ Result toStandardOutput(const QByteArray &bytes)
     return {};
 }
 
+#ifdef Q_OS_UNIX
+// The mode of a file its owner may not write, which only the administrator
+// gets past (everybody else is refused before it is replaced); nothing for
+// any other file.
+std::optional<QFileDevice::Permissions> readOnlyMode(const QString &path)
+{
+    const QFileInfo old(path);
+    if (::geteuid() != 0 || !old.exists() || old.permissions().testFlag(QFileDevice::WriteOwner))
+        return std::nullopt;
+    // The mode bits only: the "User" flags say what this process may do.
+    return old.permissions() & ~(QFileDevice::ReadUser | QFileDevice::WriteUser | QFileDevice::ExeUser);
+}
+#endif
+
 // The old file stays as it was whatever fails: QSaveFile writes a new file
 // beside it and renames it into place only once it is complete. (It also
 // follows a symbolic link to the file it points at, and keeps the old
-// file's permissions, adding the owner's write permission it needs for
-// itself; that one is taken back below.)
+// file's permissions.)
 Result replaceRegularFile(const QString &path, const QByteArray &bytes)
 {
-    const QFileInfo old(path);
-    const bool existed = old.exists();
-    // The mode bits only: the "User" flags say what this process may do,
-    // and would give the owner write permission back when set.
-    const QFileDevice::Permissions kept =
-        existed ? old.permissions() & ~(QFileDevice::ReadUser | QFileDevice::WriteUser | QFileDevice::ExeUser)
-                : QFileDevice::Permissions();
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
         return failed(path, file.errorString());
@@ -100,6 +106,13 @@ Result replaceRegularFile(const QString &path, const QByteArray &bytes)
         file.cancelWriting();
         return failed(path, systemError(error));
     }
+    // QSaveFile adds the owner's write permission, which it needs itself;
+    // a read-only file stays read-only.
+    if (const auto mode = readOnlyMode(path); mode && !file.setPermissions(*mode)) {
+        const QString why = file.errorString();
+        file.cancelWriting();
+        return failed(path, why);
+    }
 #else
     if (file.write(bytes) != bytes.size() || !file.flush()) {
         const QString why = file.errorString();
@@ -109,8 +122,6 @@ Result replaceRegularFile(const QString &path, const QByteArray &bytes)
 #endif
     if (!file.commit())
         return failed(path, file.errorString());
-    if (existed && !(kept & QFileDevice::WriteOwner) && !QFile::setPermissions(path, kept))
-        qCWarning(lcFile) << path << "is written, but its permissions could not be set back";
     return {};
 }
 
