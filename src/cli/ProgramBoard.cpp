@@ -1,6 +1,7 @@
 #include "ProgramBoard.h"
 
 #include "Console.h"
+#include "ProgramReport.h"
 
 namespace cli {
 
@@ -58,11 +59,8 @@ void ProgramBoard::say(int port, const QString &text)
 {
     if (m_terminal)
         redraw();
-    else if (const QString &name = m_rows[std::size_t(port)].port;
-             text.startsWith(name + QStringLiteral(": ")))
-        err() << text << Qt::endl; // the link's and the unit's words often name the port already
     else
-        err() << name << ": " << text << Qt::endl;
+        err() << m_rows[std::size_t(port)].port << ": " << text << Qt::endl;
 }
 
 void ProgramBoard::unitFound(int port, const QString &unit)
@@ -96,7 +94,7 @@ void ProgramBoard::runFinished(int port, const UnitRun &run)
     Row &row = m_rows[std::size_t(port)];
     row.permille = -1;
     row.unit = run.unit;
-    row.state = QStringLiteral("%1 (%2 s)").arg(run.message).arg(run.seconds, 0, 'f', 1);
+    row.state = QStringLiteral("%1 (%2 s)").arg(resultBesidePort(run)).arg(run.seconds, 0, 'f', 1);
     say(port, row.state);
 }
 

@@ -22,6 +22,7 @@
 #include <QJsonDocument>
 
 #include <algorithm>
+#include <numeric>
 
 namespace cli {
 
@@ -137,26 +138,32 @@ int report(const std::vector<UnitRun> &runs, const RunContext &context, const QS
 {
     int code = exitCodeOf(runs);
     // The log in the order the runs ended, as a log goes on.
+    std::vector<QJsonObject> records;
     for (const UnitRun &run : runs) {
+        records.push_back(runRecord(run, context));
         if (log.isEmpty())
-            break;
-        if (const QString why = appendToLog(log, runRecord(run, context), context.config); !why.isEmpty()) {
+            continue;
+        if (const QString why = appendToLog(log, records.back(), context.config); !why.isEmpty()) {
             fail(QStringLiteral("%1: the record of %2 could not be written: %3").arg(log, run.port, why));
             code = code == ExitOk ? int(ExitFailed) : code;
         }
     }
     // What is printed in the order the ports were given; runs of one port
     // as they came.
-    std::vector<UnitRun> ordered = runs;
-    std::stable_sort(ordered.begin(), ordered.end(), [&ports](const UnitRun &a, const UnitRun &b) {
-        return ports.indexOf(a.port) < ports.indexOf(b.port);
+    std::vector<std::size_t> order(runs.size());
+    std::iota(order.begin(), order.end(), std::size_t(0));
+    std::stable_sort(order.begin(), order.end(), [&](std::size_t a, std::size_t b) {
+        return ports.indexOf(runs[a].port) < ports.indexOf(runs[b].port);
     });
     if (json) {
-        QJsonArray records;
-        for (const UnitRun &run : ordered)
-            records.append(runRecord(run, context));
-        out() << QJsonDocument(records).toJson(QJsonDocument::Indented);
+        QJsonArray array;
+        for (const std::size_t i : order)
+            array.append(records[i]);
+        out() << QJsonDocument(array).toJson(QJsonDocument::Indented);
     } else if (summary) {
+        std::vector<UnitRun> ordered;
+        for (const std::size_t i : order)
+            ordered.push_back(runs[i]);
         out() << summaryTable(ordered);
         err() << tally(runs) << Qt::endl;
     } else if (runs.size() == 1 && runs.front().programmed) {

@@ -73,13 +73,19 @@ int exitCodeOf(const std::vector<UnitRun> &runs)
     return ExitNoTavo;
 }
 
+QString resultBesidePort(const UnitRun &run)
+{
+    const QString named = run.port + QStringLiteral(": ");
+    return run.message.startsWith(named) ? run.message.mid(named.size()) : run.message;
+}
+
 QString summaryTable(const std::vector<UnitRun> &runs)
 {
     const QStringList header{QStringLiteral("port"), QStringLiteral("unit"), QStringLiteral("result"),
                              QStringLiteral("seconds")};
     std::vector<QStringList> rows{header};
     for (const UnitRun &run : runs)
-        rows.push_back({run.port, run.unit.isEmpty() ? QStringLiteral("-") : run.unit, run.message,
+        rows.push_back({run.port, run.unit.isEmpty() ? QStringLiteral("-") : run.unit, resultBesidePort(run),
                         QString::number(run.seconds, 'f', 2)});
     std::array<qsizetype, 3> widths{};
     for (const QStringList &row : rows) {

@@ -35,6 +35,11 @@ QString checkLog(const QString &log, const QString &config);
 // Tavo).
 int exitCodeOf(const std::vector<UnitRun> &runs);
 
+// The run's result on a line that names its port already: the message
+// without the port's name in front, where the link's or the unit's words
+// begin with it.
+QString resultBesidePort(const UnitRun &run);
+
 // port, unit, result, seconds: one line per run, columns aligned.
 QString summaryTable(const std::vector<UnitRun> &runs);
 // "3 units programmed, 1 failed (on /dev/ttyUSB1)".

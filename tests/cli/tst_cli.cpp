@@ -286,7 +286,8 @@ private slots:
         row("export onto a folder", "export SAMPLE DIR/", 1, "Is a directory");
         row("program refuses an error", "program DIR/twice.OTS --port DIR/ttyNone", 1,
             "twice.OTS:2: error: Output 1 On and Output 1 Off are the same code");
-        row("export refuses an error", "export DIR/twice.OTS DIR/twice.BDX", 1, "(--force goes on anyway)");
+        row("export refuses an error", "export DIR/twice.OTS DIR/twice.BDX", 1,
+            "has 1 error the unit cannot work with; nothing was done (--force goes on anyway)");
         row("export with --force", "export DIR/twice.OTS - --force", 0, "");
         row("export onto its own configuration", "export SAMPLE SAMPLE", 1, "is the file being read; nothing was written");
         row("program a port that does not exist", "program SAMPLE --port DIR/ttyNone", 3, "there is no port");
@@ -453,7 +454,9 @@ private slots:
         QCOMPARE(table.size(), 4);
         QVERIFY(table.at(0).startsWith(u"port"_s));
         QVERIFY(table.at(1).startsWith(a->pty) && table.at(1).contains(u"Serial Tavo 1.0  ok"_s));
-        QVERIFY(table.at(2).contains(u"is not a Serial Tavo; nothing was sent"_s));
+        QVERIFY(table.at(2).contains(u" 1.0\" is not a Serial Tavo; nothing was sent"_s));
+        QVERIFY2(!table.at(2).contains(b->pty + u": "_s), qPrintable(table.at(2)));  // the port named once
+        QVERIFY2(!run.err.contains(b->pty + u": "_s + b->pty), qPrintable(run.err)); // the port named once
         QVERIFY(table.at(3).contains(u"Error!  3: Reply to download failed"_s));
         QVERIFY2(run.err.contains(u"1 unit programmed, 2 failed"_s), qPrintable(run.err));
 
@@ -476,6 +479,14 @@ private slots:
             results << record.value(u"port"_s).toString() + u' ' + record.value(u"result"_s).toString();
         }
         QVERIFY(results.contains(a->pty + u" ok"_s));
+
+        // As JSON, in the order given too (the runs end in another).
+        const Run json = tavo({u"program"_s, path(u"sample.OTS"_s), u"--ports"_s,
+                               a->pty + u',' + b->pty + u',' + c->pty, u"--json"_s});
+        QStringList order;
+        for (const QJsonValue &record : QJsonDocument::fromJson(json.bytes).array())
+            order << record.toObject().value(u"port"_s).toString();
+        QCOMPARE(order, QStringList({a->pty, b->pty, c->pty}));
     }
 
     void exportWithoutATargetGoesBesideTheFile()
