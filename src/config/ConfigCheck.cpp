@@ -103,8 +103,7 @@ void missingCodes(const ConfigData &config, std::vector<ConfigFinding> &findings
 }
 
 // A code longer than its record in the image (a damaged file read
-// leniently): the length byte would make the unit read the next record's
-// first byte as part of it.
+// leniently): its length byte would make the unit read one byte past it.
 void tooLongCodes(const ConfigData &config, std::vector<ConfigFinding> &findings)
 {
     for (int n = 0; n < ConfigData::OutputCount; ++n) {
@@ -119,7 +118,7 @@ void tooLongCodes(const ConfigData &config, std::vector<ConfigFinding> &findings
             findings.push_back(
                 finding(Severity::Error, "too-long", {&code},
                         QStringLiteral("%1 has %2 bytes, more than the %3 a code can hold: the "
-                                       "unit would read the next code's first byte as its last")
+                                       "unit would read one byte past it")
                             .arg(code.name())
                             .arg(message.NumberOfBytesInMessage())
                             .arg(SerialEditorData::MaxBytes)));

@@ -275,7 +275,7 @@ private:
             if (byte >= 0x20 && byte < 0x7F)
                 text += QLatin1Char(c);
             else
-                text += QStringLiteral("\\x%1").arg(byte, 2, 16, QLatin1Char('0'));
+                text += QStringLiteral("\\x%1").arg(uint(byte), 2, 16, QLatin1Char('0'));
         }
         return text + (m_line.size() > 24 ? QStringLiteral("...\"") : QStringLiteral("\""));
     }
@@ -290,15 +290,19 @@ private:
     }
 
     // What may follow a code's bytes: nothing, or the pair the writer adds
-    // for the slot after the last byte.
+    // for the slot after the last byte, then perhaps blanks.
     static bool isExtraPair(std::string_view rest)
     {
+        while (!rest.empty() && (rest.back() == ' ' || rest.back() == '\t'))
+            rest.remove_suffix(1);
         if (rest.empty())
             return true;
         const std::size_t first = rest.find(',');
-        return first != std::string_view::npos && rest.back() == ','
-               && rest.find(',', first + 1) == rest.size() - 1 && tavo::wholeNumber(rest.substr(0, first))
-               && tavo::wholeNumber(rest.substr(first + 1, rest.size() - first - 2));
+        if (first == std::string_view::npos || rest.find(',', first + 1) != rest.size() - 1)
+            return false;
+        const std::string_view value = rest.substr(0, first);
+        const std::string_view type = rest.substr(first + 1, rest.size() - first - 2);
+        return tavo::wholeNumber(value) && tavo::wholeNumber(type);
     }
 
     static QString codeDamage(const PackedReading &reading)

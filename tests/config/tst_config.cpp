@@ -81,6 +81,7 @@ private slots:
             "On code of output 1: byte 1 is -5, which does not fit a byte");
         row("text after the code", 2, "1,0,0,0,65,0,0,0,GARBAGE,99,hello", "1,0,0,0,65,0,0,0,",
             "On code of output 1: text after the code");
+        row("blanks after the code", 2, "1,0,0,0,65,0,0,0, \t", "1,0,0,0,65,0,0,0,", "");
         row("junk in a field", 2, "1,0,0,0,6x5,0,", "1,0,0,0,6,0,0,0,", "On code of output 1: field 5 is not a number");
         row("period not a number", 4, "abc", "stops", "period of output 1: \"abc\" is not a number");
         row("period with escape sequences", 4, "\x1b]0;T\x07\xe9", "stops",
@@ -185,6 +186,9 @@ private slots:
         QCOMPARE(damage.size(), std::size_t(1));
         QCOMPARE(damage.front().line, 1);
         QVERIFY2(damage.front().what.startsWith(u"more than 1 MB"_s), qPrintable(damage.front().what));
+        // One byte less is read line by line.
+        bytes.chop(1);
+        QVERIFY(!tavo::findConfigDamage(bytes).front().what.startsWith(u"more than"_s));
     }
 
     void unreadableFilesChangeNothing()

@@ -14,8 +14,10 @@
 // Starts the simulated unit `unit`, or skips the test where the system has
 // no pseudo-terminals.
 #define PTY_START_OR_SKIP(unit)                                                                              \
-    if (QString error; !(unit).start(&error))                                                                \
-    QSKIP(qPrintable(QStringLiteral("no pseudo-terminal: ") + error))
+    do {                                                                                                     \
+        if (QString error; !(unit).start(&error))                                                            \
+            QSKIP(qPrintable(QStringLiteral("no pseudo-terminal: ") + error));                               \
+    } while (false)
 
 namespace ptytest {
 

@@ -19,6 +19,9 @@
 #include <QListWidget>
 #include <QTimer>
 
+#include <functional>
+#include <memory>
+
 struct Desk {
     ScriptedPrompter prompter;
     ScriptedCommonDialog files;
