@@ -215,7 +215,8 @@ void VirtualUnitWindow::imageReceived()
 {
     // A download runs inside the programming dialog, while the editor has
     // the file open that it was started from; an image that is not the
-    // editor's came from some other program on the line.
+    // editor's came from some other program on the line. (One equal to
+    // what the editor shows counts as the editor's, whoever sent it.)
     if (holds(m_editor.shownConfig()))
         m_programmedFrom = m_editor.fileName();
     else
