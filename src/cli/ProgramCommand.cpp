@@ -162,6 +162,7 @@ int report(const std::vector<UnitRun> &runs, const RunContext &context, const QS
         out() << QJsonDocument(array).toJson(QJsonDocument::Indented);
     } else if (summary) {
         std::vector<UnitRun> ordered;
+        ordered.reserve(order.size());
         for (const std::size_t i : order)
             ordered.push_back(runs[i]);
         out() << summaryTable(ordered);

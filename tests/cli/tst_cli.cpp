@@ -484,7 +484,8 @@ private slots:
         const Run json = tavo({u"program"_s, path(u"sample.OTS"_s), u"--ports"_s,
                                a->pty + u',' + b->pty + u',' + c->pty, u"--json"_s});
         QStringList order;
-        for (const QJsonValue &record : QJsonDocument::fromJson(json.bytes).array())
+        const QJsonArray records = QJsonDocument::fromJson(json.bytes).array();
+        for (const auto &record : records)
             order << record.toObject().value(u"port"_s).toString();
         QCOMPARE(order, QStringList({a->pty, b->pty, c->pty}));
     }
