@@ -110,76 +110,51 @@ private slots:
     }
 
     // With repeat, a worker waits for its unit to go and the next one to
-    // come, and programs that one; abort ends the wait.
-    void repeatProgramsTheNextUnit()
+    // come, and programs that one; abort (at 30 s) ends the wait. A pulled
+    // adapter is waited for, and the unit that answers once it is back may
+    // be the one programmed, so it has to go away first. A port that never
+    // opened ends the worker instead.
+    void repeat_data()
     {
-        const VellTypes types;
-        Lines lines;
-        lines.prepare = [](SimLine &line) {
-            // The first unit is unplugged at 5 s, the next plugged in at
-            // 9 s, and the operator stops at 30 s.
-            line.virtualWaiter.at(5000,
-                                  [&line] { line.simulated.setPortKind(1, SimulatedLink::PortKind::Empty); });
-            line.virtualWaiter.at(9000, [&line] { line.simulated.attachUnit(1); });
-            line.virtualWaiter.at(30000, [&line] { line.virtualWaiter.requestAbort(); });
-        };
-        ProgrammingBatch batch(types, sampleImage(), lines.factory({}));
-        batch.setRepeat(true);
-        QSignalSpy finished(&batch, &ProgrammingBatch::finished);
-        QSignalSpy runs(&batch, &ProgrammingBatch::runFinished);
-        QSignalSpy waiting(&batch, &ProgrammingBatch::waiting);
-        batch.start({u"A"_s});
-        QVERIFY(finished.wait(20000));
-
-        QCOMPARE(runs.size(), 2);
-        for (const QList<QVariant> &args : std::as_const(runs))
-            QVERIFY(args.at(1).value<UnitRun>().programmed);
-        QStringList said;
-        for (const QList<QVariant> &args : std::as_const(waiting))
-            said << args.at(1).toString();
-        QCOMPARE(said, QStringList({u"waiting for the unit to go away"_s, u"waiting for the next unit"_s,
-                                    u"waiting for the unit to go away"_s}));
-        QCOMPARE(lines.byPort[u"A"_s]->simulated.unit(1)->imagesReceived(), 1); // the second unit's
-        QVERIFY(!lines.byPort[u"A"_s]->simulated.PortOpen());
-    }
-
-    // With repeat, a pulled adapter is waited for; the unit that answers
-    // once it is back may be the one programmed, so it has to go away
-    // first. A port that never opened ends the worker instead.
-    void repeatAndAPortThatGoes_data()
-    {
-        QTest::addColumn<bool>("everOpen");
+        QTest::addColumn<QStringList>("events"); // "MS what": at MS, the port is pulled, empty or has a unit
         QTest::addColumn<int>("runs");
+        QTest::addColumn<bool>("lastProgrammed");
         QTest::addColumn<QStringList>("said"); // what the worker waited for, in order
 
-        const QString away = u"waiting for the unit to go away"_s;
+        const QString away = u"waiting for the unit to go away"_s, next = u"waiting for the next unit"_s;
+        QTest::newRow("the next unit")
+            << QStringList{u"5000 empty"_s, u"9000 unit"_s} << 2 << true << QStringList{away, next, away};
         QTest::newRow("pulled and put back")
-            << true << 2
-            << QStringList{away, u"the port is gone; waiting for it to come back"_s, away,
-                           u"waiting for the next unit"_s, away};
-        QTest::newRow("never there") << false << 1 << QStringList();
+            << QStringList{u"5000 pulled"_s, u"9000 unit"_s, u"12000 empty"_s, u"15000 unit"_s} << 2 << true
+            << QStringList{away, u"the port is gone; waiting for it to come back"_s, away, next, away};
+        QTest::newRow("never there") << QStringList{u"0 pulled"_s} << 1 << false << QStringList();
     }
 
-    void repeatAndAPortThatGoes()
+    void repeat()
     {
-        QFETCH(bool, everOpen);
+        QFETCH(QStringList, events);
         QFETCH(int, runs);
+        QFETCH(bool, lastProgrammed);
         QFETCH(QStringList, said);
 
         const VellTypes types;
         Lines lines;
-        lines.prepare = [everOpen](SimLine &line) {
-            if (!everOpen) {
-                line.simulated.vanish(1);
-                return;
+        lines.prepare = [&events](SimLine &line) {
+            for (const QString &event : std::as_const(events)) {
+                const QString what = event.section(u' ', 1);
+                const auto happen = [&line, what] {
+                    if (what == u"pulled"_s)
+                        line.simulated.vanish(1);
+                    else if (what == u"empty"_s)
+                        line.simulated.setPortKind(1, SimulatedLink::PortKind::Empty);
+                    else
+                        line.simulated.attachUnit(1);
+                };
+                if (const int ms = event.section(u' ', 0, 0).toInt(); ms == 0)
+                    happen();
+                else
+                    line.virtualWaiter.at(ms, happen);
             }
-            // Pulled at 5 s and put back at 9 s with the unit on it; that
-            // unit is taken off at 12 s and the next one plugged in at 15 s.
-            line.virtualWaiter.at(5000, [&line] { line.simulated.vanish(1); });
-            line.virtualWaiter.at(9000, [&line] { line.simulated.attachUnit(1); });
-            line.virtualWaiter.at(12000,
-                                  [&line] { line.simulated.setPortKind(1, SimulatedLink::PortKind::Empty); });
-            line.virtualWaiter.at(15000, [&line] { line.simulated.attachUnit(1); });
             line.virtualWaiter.at(30000, [&line] { line.virtualWaiter.requestAbort(); });
         };
         ProgrammingBatch batch(types, sampleImage(), lines.factory({}));
@@ -191,11 +166,15 @@ private slots:
         QVERIFY(finished.wait(20000));
 
         QCOMPARE(ran.size(), runs);
-        QCOMPARE(ran.constLast().at(1).value<UnitRun>().programmed, everOpen);
+        for (const QList<QVariant> &args : std::as_const(ran))
+            QCOMPARE(args.at(1).value<UnitRun>().programmed, lastProgrammed);
         QStringList waited;
         for (const QList<QVariant> &args : std::as_const(waiting))
             waited << args.at(1).toString();
         QCOMPARE(waited, said);
+        SimLine &line = *lines.byPort[u"A"_s];
+        QCOMPARE(line.simulated.unit(1)->imagesReceived(), lastProgrammed ? 1 : 0); // the last unit's
+        QVERIFY(!line.simulated.PortOpen());
     }
 };
 
