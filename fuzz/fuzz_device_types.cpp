@@ -13,8 +13,9 @@
 #include "SettingsKeyValueStore.h"
 #include "VellTypes.h"
 
-#include <QByteArray>
 #include <QString>
+#include <QStringTokenizer>
+#include <QStringView>
 #include <QVariant>
 
 #include <array>
@@ -49,13 +50,13 @@ void checkRows(const VellTypes &types)
 // A value as QSettings reads it from an INI line: in double quotes, a text
 // as it stands; otherwise trimmed, and split into a list at commas (which
 // the store takes for damage).
-QVariant iniValue(const QString &text)
+QVariant iniValue(QStringView text)
 {
     if (text.size() >= 2 && text.startsWith(u'"') && text.endsWith(u'"'))
-        return text.mid(1, text.size() - 2);
+        return text.mid(1, text.size() - 2).toString();
     if (text.contains(u','))
-        return text.split(u',');
-    return text;
+        return text.toString().split(u',');
+    return text.toString();
 }
 
 // The values of an INI text, for the lines that matter to the store:
@@ -63,29 +64,35 @@ QVariant iniValue(const QString &text)
 // value in it, and a backslash in a key or a section separates subkeys.
 // Escapes and QSettings' "@" forms are left out: reading the file is Qt's
 // part, and what is fuzzed here is what the store and the table make of
-// the values. Reading them into memory, not through a file, keeps every
-// input at a fraction of a millisecond.
+// the values. Reading them into memory, not through a file, and looking at
+// each line through views keeps every input at a fraction of a
+// millisecond.
 SettingsKeyValueStore::Values iniValues(const std::uint8_t *data, std::size_t size)
 {
-    const QByteArray text(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
+    const QString text =
+        QString::fromUtf8(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
     SettingsKeyValueStore::Values values;
     QString section;
-    for (const QByteArray &bytes : text.split('\n')) {
-        const QString line = QString::fromUtf8(bytes).trimmed();
-        if (line.isEmpty() || line.startsWith(u';') || line.startsWith(u'#'))
+    for (const QStringView line : QStringTokenizer(text, u'\n')) {
+        const QStringView trimmed = line.trimmed();
+        if (trimmed.isEmpty() || trimmed.startsWith(u';') || trimmed.startsWith(u'#'))
             continue;
-        if (line.startsWith(u'[')) {
-            const qsizetype end = line.indexOf(u']');
-            section = line.mid(1, end < 0 ? -1 : end - 1).replace(u'\\', u'/');
+        if (trimmed.startsWith(u'[')) {
+            const qsizetype end = trimmed.indexOf(u']');
+            section = trimmed.mid(1, end < 0 ? -1 : end - 1).toString().replace(u'\\', u'/');
             if (section == u"General")
                 section.clear();
             continue;
         }
-        const qsizetype equals = line.indexOf(u'=');
+        const qsizetype equals = trimmed.indexOf(u'=');
         if (equals <= 0)
             continue;
-        const QString key = line.left(equals).trimmed().replace(u'\\', u'/');
-        values.insert(section + u'/' + key, iniValue(line.mid(equals + 1).trimmed()));
+        const QStringView name = trimmed.left(equals).trimmed();
+        QString key;
+        key.reserve(section.size() + 1 + name.size());
+        // The section has no backslashes left.
+        key.append(section).append(u'/').append(name);
+        values.insert(key.replace(u'\\', u'/'), iniValue(trimmed.mid(equals + 1).trimmed()));
     }
     return values;
 }

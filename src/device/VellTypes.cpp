@@ -4,18 +4,23 @@
 #include "Logging.h"
 #include "NumericText.h"
 
+#include <QByteArray>
+
 #include <stdexcept>
+#include <string_view>
 
 namespace {
 
 constexpr int TextBufferSize = 255;
 constexpr int NumberBufferSize = 4;
 
-const QLatin1String VersionValue("Version");
-const QLatin1String TypeValue("Type");
-const QLatin1String ReplyValue("Reply");
-const QLatin1String NameValue("Name");
-const QLatin1String BootNameValue("BootName");
+// QString, not QLatin1String: the table is read value by value, four per
+// row at every start, and a literal QString is never copied to the heap.
+const QString VersionValue = QStringLiteral("Version");
+const QString TypeValue = QStringLiteral("Type");
+const QString ReplyValue = QStringLiteral("Reply");
+const QString NameValue = QStringLiteral("Name");
+const QString BootNameValue = QStringLiteral("BootName");
 
 bool answered(const KeyValueStore::Value &v)
 {
@@ -77,22 +82,27 @@ int VellTypes::indexOfReply(int code) const
 
 void VellTypes::BuildVellTypes()
 {
-    // Reply codes of the rows after the first fourteen (which answer with
-    // 0x11, 0x22, ... 0xEE).
-    static constexpr std::uint8_t LaterReplies[] = {30, 29, 28, 32, 33, 35, 36, 37, 21, 22};
-
-    m_rows.assign(BuiltInCount, VellType{});
-    for (int i = 0; i < BuiltInCount; ++i) {
-        VellType &row = m_rows[static_cast<std::size_t>(i)];
-        // Type 11 was never given to a unit.
-        row.Type = static_cast<std::uint8_t>(i <= 10 ? i : i + 1);
-        row.Reply = static_cast<std::uint8_t>(i <= 13 ? 17 * (i + 1) : LaterReplies[i - 14]);
-        row.Name = QStringLiteral("Unit type %1 ").arg(row.Type);
-        row.BootName = QStringLiteral("Unit type %1 boot").arg(row.Type);
-    }
-    VellType &tavo = m_rows[BuiltInCount - 1];
-    tavo.Name = QStringLiteral("Serial Tavo ");
-    tavo.BootName = QStringLiteral("Serial Tavo boot");
+    // Built once: every start-up, and every table written, begins with the
+    // same rows.
+    static const std::vector<VellType> builtIn = [] {
+        // Reply codes of the rows after the first fourteen (which answer
+        // with 0x11, 0x22, ... 0xEE).
+        static constexpr std::uint8_t LaterReplies[] = {30, 29, 28, 32, 33, 35, 36, 37, 21, 22};
+        std::vector<VellType> rows(BuiltInCount);
+        for (int i = 0; i < BuiltInCount; ++i) {
+            VellType &row = rows[static_cast<std::size_t>(i)];
+            // Type 11 was never given to a unit.
+            row.Type = static_cast<std::uint8_t>(i <= 10 ? i : i + 1);
+            row.Reply = static_cast<std::uint8_t>(i <= 13 ? 17 * (i + 1) : LaterReplies[i - 14]);
+            row.Name = QStringLiteral("Unit type %1 ").arg(row.Type);
+            row.BootName = QStringLiteral("Unit type %1 boot").arg(row.Type);
+        }
+        VellType &tavo = rows[BuiltInCount - 1];
+        tavo.Name = QStringLiteral("Serial Tavo ");
+        tavo.BootName = QStringLiteral("Serial Tavo boot");
+        return rows;
+    }();
+    m_rows = builtIn;
 }
 
 void VellTypes::CheckVellTypes(KeyValueStore &store)
@@ -157,7 +167,8 @@ std::int16_t VellTypes::LoadVellType(KeyValueStore &store, const QString &name)
     try {
         // Subkey names are read the way numbers in the files are: the
         // number the name starts with ("x" is 0, "7b" is 7).
-        const int index = tavo::leadingInt16(name.toLatin1().toStdString());
+        const QByteArray latin = name.toLatin1();
+        const int index = tavo::leadingInt16(std::string_view(latin.constData(), latin.size()));
         const QString rowKey = keyPath() + QLatin1Char('\\') + name;
         if (!store.openKey(rowKey))
             return RowKeyMissing;

@@ -171,11 +171,14 @@ bool SettingsKeyValueStore::hasKeysUnder(const QString &group) const
         m_settings->endGroup();
         return any;
     }
-    const QString prefix = normalizedKey(group);
-    if (prefix.isEmpty())
+    const QString normal = normalizedKey(group);
+    if (normal.isEmpty())
         return !m_memory.isEmpty();
-    const auto next = m_memory.lowerBound(prefix + QLatin1Char('/'));
-    return next != m_memory.end() && next.key().startsWith(prefix + QLatin1Char('/'));
+    // The first key at or after "group/" is under the group if any is.
+    m_keyBuffer.resize(0);
+    m_keyBuffer.append(normal).append(QLatin1Char('/'));
+    const auto next = m_memory.lowerBound(m_keyBuffer);
+    return next != m_memory.end() && next.key().startsWith(m_keyBuffer);
 }
 
 QStringList SettingsKeyValueStore::childGroups(const QString &group) const
@@ -209,7 +212,7 @@ std::optional<QVariant> SettingsKeyValueStore::rawValue(const QString &group, co
         m_settings->endGroup();
         return present ? std::optional(raw) : std::nullopt;
     }
-    const auto it = m_memory.constFind(keyIn(group, name));
+    const auto it = m_memory.constFind(memoryKey(group, name));
     return it == m_memory.cend() ? std::nullopt : std::optional(it.value());
 }
 
@@ -220,15 +223,32 @@ bool SettingsKeyValueStore::writable() const
 
 std::optional<QString> SettingsKeyValueStore::group(const QString &path) const
 {
+    // The table is read by opening a row's key and asking for its four
+    // values, all under the same path.
+    if (m_lastGroup && m_lastGroup->first == path)
+        return m_lastGroup->second;
     const QString root = rootPath();
-    if (path.compare(root, Qt::CaseInsensitive) == 0)
-        return QString();
-    if (path.size() <= root.size() + 1 || !path.startsWith(root, Qt::CaseInsensitive)
-        || path.at(root.size()) != QLatin1Char('\\'))
-        return std::nullopt;
-    QString rest = path.mid(root.size() + 1);
-    rest.replace(QLatin1Char('\\'), QLatin1Char('/'));
-    return rest;
+    std::optional<QString> found;
+    if (path.compare(root, Qt::CaseInsensitive) == 0) {
+        found.emplace();
+    } else if (path.size() > root.size() + 1 && path.startsWith(root, Qt::CaseInsensitive)
+               && path.at(root.size()) == QLatin1Char('\\')) {
+        found = path.mid(root.size() + 1);
+        found->replace(QLatin1Char('\\'), QLatin1Char('/'));
+    }
+    m_lastGroup.emplace(path, found);
+    return found;
+}
+
+const QString &SettingsKeyValueStore::memoryKey(const QString &group, const QString &name) const
+{
+    // Built in place: looking a value up should not cost an allocation.
+    m_keyBuffer.resize(0);
+    if (!group.isEmpty())
+        m_keyBuffer.append(group).append(QLatin1Char('/'));
+    m_keyBuffer.append(name);
+    m_keyBuffer = normalizedKey(m_keyBuffer);
+    return m_keyBuffer;
 }
 
 bool SettingsKeyValueStore::openKey(const QString &path)

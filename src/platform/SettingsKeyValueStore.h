@@ -62,6 +62,8 @@ public:
 
 private:
     std::optional<QString> group(const QString &path) const;
+    // The key of a value in memory; valid until the next call.
+    const QString &memoryKey(const QString &group, const QString &name) const;
     bool setRaw(const QString &path, const QString &name, const QVariant &value);
 
     // What the store holds under a group ("Types/23"; empty for the root),
@@ -77,4 +79,8 @@ private:
     // The key EnumKey listed last and its subkeys in order, kept until the
     // store changes: the table is read by asking for subkey 0, 1, 2, ...
     std::optional<std::pair<QString, QStringList>> m_listed;
+    // The path group() was asked for last and its answer.
+    mutable std::optional<std::pair<QString, std::optional<QString>>> m_lastGroup;
+    // Where memoryKey() builds its keys.
+    mutable QString m_keyBuffer;
 };
