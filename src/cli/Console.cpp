@@ -7,6 +7,7 @@
 
 #include <QIODevice>
 
+#include <array>
 #include <cstdio>
 #include <exception>
 
@@ -215,7 +216,19 @@ ConfigData readAsTheEditorDoes(const QString &path)
     // reading, which keeps what it read before a line it cannot use.
     ConfigData config;
     config.OnPeriods.fill(1);
-    (void)tavo::readConfigFile(path, config);
+    const ConfigData fresh = config;
+    std::array<bool, ConfigData::OutputCount> shown{};
+    (void)tavo::readConfigFile(path, config,
+                               [&shown](int n) { shown.at(static_cast<std::size_t>(n)) = true; });
+    // The editor shows an output once all its lines are read, and programs
+    // and exports the codes its panels show: the codes of an output the
+    // file breaks off in never reach a unit from the editor, nor from here.
+    for (std::size_t n = 0; n < shown.size(); ++n) {
+        if (!shown[n]) {
+            config.OnMessages[n] = fresh.OnMessages[n];
+            config.OffMessages[n] = fresh.OffMessages[n];
+        }
+    }
     return config;
 }
 

@@ -193,6 +193,9 @@ private slots:
         QVERIFY(samples::writeBytes(path(u"sample.OTS"_s), good));
         QVERIFY(samples::writeBytes(path(u"cut.OTS"_s),
                                     good.left(good.lastIndexOf("\r\n", good.size() - 3) + 2)));
+        // Output 1's On and Off codes, and no more.
+        QVERIFY(samples::writeBytes(path(u"cutinone.OTS"_s),
+                                    good.left(good.indexOf("\r\n", good.indexOf("\r\n") + 1) + 2)));
         QVERIFY(samples::writeBytes(path(u"badmode.OTS"_s),
                                     QByteArray(good).replace("\r\n-1\r\n", "\r\nmaybe\r\n")));
         ConfigData twice = sampleConfig(); // output 1's Off code the same as its On code
@@ -342,6 +345,12 @@ private slots:
         QCOMPARE(lines.at(12), u"  Period: 5"_s);
         QCOMPARE(lines.at(37), u"  Period: 255"_s);
         QCOMPARE(lines.at(40), u"Settings: 19200, baud, Even parity, 8 Bit data, 1 Stop bit"_s);
+
+        // The editor never shows an output the file breaks off in, nor
+        // programs its codes.
+        const Run cut = tavo({u"show"_s, path(u"cutinone.OTS"_s), u"--lenient"_s});
+        QCOMPARE(cut.code, 0);
+        QCOMPARE(cut.out.section(u'\n', 3, 4), u"  On:\n  Off:"_s);
     }
 
     void imageAndExportCarryTheBuiltImage()
