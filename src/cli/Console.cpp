@@ -190,6 +190,10 @@ std::optional<int> CommandParser::parse(const QStringList &args, int fewest, int
     if (given > most)
         return usageError(
             QStringLiteral("unexpected argument '%1'").arg(m_parser.positionalArguments().at(most)));
+    // Every argument of ours names a file; an empty one is a slip of the
+    // shell (an unset variable), not a file that is missing.
+    if (m_parser.positionalArguments().contains(QString()))
+        return usageError(QStringLiteral("a file name is empty"));
     return std::nullopt;
 }
 

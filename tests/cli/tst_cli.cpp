@@ -217,8 +217,8 @@ private slots:
         QTest::addColumn<QString>("out"); // in stdout; none: a failure prints nothing there
 
         // Words separated by blanks; SAMPLE is a good configuration, MISSING
-        // a file that is not there, DIR/ the test's own folder, SRC/ the
-        // source tree.
+        // a file that is not there, EMPTY an empty word, DIR/ the test's own
+        // folder, SRC/ the source tree.
         const auto row = [this](const char *name, const char *line, int code, const char *err,
                                 const char *out = "") {
             const auto fill = [this](QString text) {
@@ -227,8 +227,10 @@ private slots:
                     .replace(u"DIR/"_s, m_dir.path() + u'/')
                     .replace(u"SRC/"_s, qEnvironmentVariable("TAVO_SOURCE_DIR") + u'/');
             };
-            QTest::newRow(name) << fill(QString::fromLatin1(line)).split(u' ', Qt::SkipEmptyParts) << code
-                                << fill(QString::fromLatin1(err)) << fill(QString::fromLatin1(out));
+            QStringList args = fill(QString::fromLatin1(line)).split(u' ', Qt::SkipEmptyParts);
+            args.replaceInStrings(QRegularExpression(u"^EMPTY$"_s), QString());
+            QTest::newRow(name) << args << code << fill(QString::fromLatin1(err))
+                                << fill(QString::fromLatin1(out));
         };
         // clang-format off
         row("no command", "", 2, "Commands:");
@@ -240,6 +242,8 @@ private slots:
                 << u"Usage: tavo %1"_s.arg(QLatin1String(command));
         }
         row("show without file", "show", 2, "missing argument");
+        row("show an empty file name", "show EMPTY", 2, "a file name is empty");
+        row("export to an empty file name", "export SAMPLE EMPTY", 2, "a file name is empty");
         row("image with unknown option", "image SAMPLE --hex", 2, "Unknown option 'hex'");
         row("program without port", "program SAMPLE", 2, "--port is required");
         row("program with an empty port name", "program SAMPLE --port=", 2, "--port needs the name of a port");
