@@ -184,6 +184,12 @@ std::optional<int> CommandParser::parse(const QStringList &args, int fewest, int
         out() << helpText() << Qt::flush;
         return ExitOk;
     }
+    // "--baud --ports X" gives --baud the value "--ports" and leaves X over;
+    // name the option that lacks its value instead.
+    for (const QString &name : m_parser.optionNames()) {
+        if (m_parser.value(name).startsWith(QLatin1String("--")))
+            return usageError(QStringLiteral("--%1 needs a value").arg(name));
+    }
     const qsizetype given = m_parser.positionalArguments().size();
     if (given < fewest)
         return usageError(QStringLiteral("missing argument"));

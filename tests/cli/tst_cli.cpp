@@ -265,6 +265,7 @@ private slots:
         row("sim image over its own configuration", "sim --config SAMPLE --image-out SAMPLE", 1,
             "is the file being read; nothing was written");
         row("sim whose terminal cannot be told", "sim >/dev/full", 1, "No space left on device");
+        row("an option without its value", "search --baud --ports /dev/null", 2, "--baud needs a value");
         row("search at a rate it never tries", "search --baud 1200", 2,
             "--baud takes one of 9600, 38400, 28800, 19200, 14400, 4800, 2400");
 
