@@ -29,6 +29,8 @@ class QSettings;
 // Without a QSettings object the store keeps its values in memory, in the
 // form an INI file holds them, and writes them nowhere: the same store
 // where the file would only cost time (the tests, the fuzz targets).
+//
+// One thread at a time: even reading reuses the store's own buffers.
 class SettingsKeyValueStore : public KeyValueStore
 {
 public:
