@@ -23,6 +23,7 @@ void EditorModel::UseThisMessage(const SerialEditorData &message, bool allowEdit
     m_message.SetCurrentMode(Type::Ascii);
     m_forcedDisplayMode.reset();
     m_selectFlag = true;
+    m_lastEdited = m_message;
     redraw();
     m_history.reset(m_message);
 }
@@ -51,6 +52,16 @@ void EditorModel::beginEdit()
 void EditorModel::recordStep()
 {
     m_history.record(m_message, m_editStartCopy);
+}
+
+void EditorModel::redraw()
+{
+    emit redrawNeeded();
+    // Every edit ends by redrawing.
+    if (!m_message.IsTheSameAs(m_lastEdited)) {
+        m_lastEdited = m_message;
+        emit messageEdited();
+    }
 }
 
 void EditorModel::restoreFrom(const SerialEditorData &entry)

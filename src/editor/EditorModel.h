@@ -127,6 +127,12 @@ signals:
     void Cancelled();
     // Anything shown has changed: message, cursor, selection or display.
     void redrawNeeded();
+    // The bytes differ from what they were after the last edit or
+    // UseThisMessage, whichever route the edit took: typing, the clipboard,
+    // the undo history or the menu. Changed is only raised for some of
+    // those, as users of the original tool know it; this is for the program's
+    // own views that must follow every edit.
+    void messageEdited();
     // Choosing an entry mode restarts the cursor's flashing.
     void flashRequested();
 
@@ -143,7 +149,7 @@ private:
     void beginEdit();
     void recordStep();
     void restoreFrom(const SerialEditorData &entry);
-    void redraw() { emit redrawNeeded(); }
+    void redraw();
 
     bool applyType(SerialEditorData::Type type);
     bool removeRange(const std::optional<Range> &range);
@@ -173,5 +179,6 @@ private:
     bool m_leadingZeros = false;
     SerialEditorData m_message;
     SerialEditorData m_editStartCopy;
+    SerialEditorData m_lastEdited; // the bytes messageEdited() last told of
     UndoHistory m_history;
 };

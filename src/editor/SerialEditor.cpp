@@ -181,6 +181,7 @@ SerialEditor::SerialEditor(QWidget *parent)
 
     connect(m_model, &EditorModel::Changed, this, &SerialEditor::Changed);
     connect(m_model, &EditorModel::Cancelled, this, &SerialEditor::Cancelled);
+    connect(m_model, &EditorModel::messageEdited, this, &SerialEditor::messageEdited);
     connect(m_model, &EditorModel::redrawNeeded, this, &SerialEditor::Display);
     connect(m_model, &EditorModel::flashRequested, this, &SerialEditor::restartFlash);
 

@@ -55,6 +55,8 @@ public:
 signals:
     void Changed();
     void Cancelled();
+    // Any edit of the bytes, also those that raise no Changed (EditorModel).
+    void messageEdited();
 
 protected:
     void resizeEvent(QResizeEvent *event) override;

@@ -124,6 +124,13 @@ QGridLayout *SerialTavo::newOutputGrid(QWidget *central)
         auto *output = new OutputControl(m_config, central);
         output->setObjectName(QStringLiteral("OutputControl1_%1").arg(n));
         connect(output, &OutputControl::Click, this, &SerialTavo::outputClicked);
+        // A paste, cut, undo or menu command marks nothing modified, as in
+        // the original tool, but the check and the Virtual unit's senders
+        // follow what the panels show.
+        connect(output, &OutputControl::codesEdited, this, [this] {
+            m_check->check();
+            emit configurationChanged();
+        });
         grid->addWidget(output, n % 4, n / 4);
         m_outputs[static_cast<std::size_t>(n)] = output;
     }

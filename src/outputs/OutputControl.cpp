@@ -60,6 +60,8 @@ OutputControl::OutputControl(ConfigData &config, QWidget *parent)
     m_serialEditorOff->SetToolTipText(QStringLiteral("Seial code to turn output Off"));
     connect(m_serialEditorOn, &SerialEditor::Changed, this, &OutputControl::messageChanged);
     connect(m_serialEditorOff, &SerialEditor::Changed, this, &OutputControl::messageChanged);
+    connect(m_serialEditorOn, &SerialEditor::messageEdited, this, &OutputControl::codesEdited);
+    connect(m_serialEditorOff, &SerialEditor::messageEdited, this, &OutputControl::codesEdited);
     // In the corner of the frame, where the title leaves room.
     place(m_findingsMark, QStringLiteral("FindingsMark"), twipsRect(MarkLeft, 0, 300, 300));
     m_findingsMark->setVisible(false);

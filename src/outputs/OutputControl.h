@@ -59,6 +59,8 @@ public:
 
 signals:
     void Click();
+    // Either code's bytes were edited in any way, also without a Click.
+    void codesEdited();
 
 protected:
     void resizeEvent(QResizeEvent *event) override;

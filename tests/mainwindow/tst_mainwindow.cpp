@@ -440,6 +440,11 @@ private slots:
         w.click("DOWNLOAD");
         QCOMPARE(w.units.programmed.size(), 2);
         QCOMPARE(w.prompter.shown().size(), asked);
+
+        // Undo raises no Changed; the check follows it all the same.
+        QTest::keyClick(w.editor(0, "SerialEditorOff")->findChild<QWidget *>(u"DisplayImage"_s), Qt::Key_Z,
+                        Qt::ControlModifier);
+        QCOMPARE(count->text(), u"1 error"_s);
     }
 
     void shortcutsRunTheCommands_data()
