@@ -21,12 +21,22 @@ namespace {
 std::vector<tavo::ConfigFinding> findingsOf(const QString &path, const QByteArray &bytes)
 {
     std::vector<tavo::ConfigFinding> findings;
-    for (const tavo::ConfigDamage &d : tavo::findConfigDamage(bytes))
+    std::vector<int> damagedLines;
+    for (const tavo::ConfigDamage &d : tavo::findConfigDamage(bytes)) {
         findings.push_back(
             {tavo::ConfigFinding::Severity::Error, QStringLiteral("damaged"), d.line, {}, d.what, {}});
-    // What could be read is checked too, as the editor would load it.
-    for (tavo::ConfigFinding &f : tavo::checkConfig(readAsTheEditorDoes(path)))
-        findings.push_back(std::move(f));
+        damagedLines.push_back(d.line);
+    }
+    // What could be read is checked too, as the editor would load it;
+    // without saying twice what the damage already says of a line.
+    const auto restatesDamage = [&damagedLines](const tavo::ConfigFinding &f) {
+        return (f.kind == u"too-long" || f.kind == u"not-a-byte")
+               && std::find(damagedLines.begin(), damagedLines.end(), f.line) != damagedLines.end();
+    };
+    for (tavo::ConfigFinding &f : tavo::checkConfig(readAsTheEditorDoes(path))) {
+        if (!restatesDamage(f))
+            findings.push_back(std::move(f));
+    }
     std::stable_sort(
         findings.begin(), findings.end(),
         [](const tavo::ConfigFinding &a, const tavo::ConfigFinding &b) { return a.line < b.line; });
@@ -57,7 +67,8 @@ int runCheck(const QStringList &args)
         QStringLiteral("Checks a configuration for codes the unit cannot tell apart and for damaged lines, "
                        "one finding a line as compilers write them: FILE:LINE: error: MESSAGE or FILE:LINE: "
                        "warning: MESSAGE.\n\n"
-                       "Errors: a damaged line (damaged); an On/Off output whose On and Off codes are the "
+                       "Errors: a damaged line (damaged); a code of more than 14 bytes (too-long); a byte "
+                       "beyond 0 to 255 (not-a-byte); an On/Off output whose On and Off codes are the "
                        "same (on-equals-off); a code of Ignore bytes only (matches-anything). Warnings: two "
                        "outputs with the same code (same-code); a code inside a longer one, so that sending "
                        "the longer one switches both (inside); an On/Off output with only one of its codes "

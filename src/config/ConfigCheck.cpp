@@ -140,6 +140,25 @@ std::vector<Code> codesOf(const ConfigData &config)
     return codes;
 }
 
+// A byte beyond 0 to 255, which only a paste of clipboard text made
+// elsewhere or a damaged file read leniently can give: the unit would get
+// its low eight bits, a byte nobody chose.
+void bytesThatDoNotFit(const std::vector<Code> &codes, std::vector<ConfigFinding> &findings)
+{
+    for (const Code &code : codes) {
+        for (int i = 0; i < code.length; ++i) {
+            if (code.isIgnore(i) || (code.value(i) >= 0 && code.value(i) <= 0xFF))
+                continue;
+            findings.push_back(finding(Severity::Error, "not-a-byte", {&code},
+                                       QStringLiteral("%1: byte %2 is %3, which does not fit a byte")
+                                           .arg(code.name())
+                                           .arg(i + 1)
+                                           .arg(code.value(i))));
+            break;
+        }
+    }
+}
+
 // Two codes of one length: the same code if either covers the other.
 void sameLength(const Code &a, const Code &b, std::vector<ConfigFinding> &findings)
 {
@@ -176,6 +195,7 @@ std::vector<ConfigFinding> checkConfig(const ConfigData &config)
     missingCodes(config, findings);
     tooLongCodes(config, findings);
     std::vector<Code> codes = codesOf(config);
+    bytesThatDoNotFit(codes, findings);
     // A code of Ignore bytes only is wrong on its own; compared with the
     // others it would be found inside every one of them as well.
     for (const Code &code : codes) {

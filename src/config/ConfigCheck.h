@@ -28,7 +28,7 @@ struct ConfigFinding {
     enum class Severity { Warning, Error };
 
     Severity severity = Severity::Warning;
-    // "damaged", "too-long", "on-equals-off", "matches-anything",
+    // "damaged", "too-long", "not-a-byte", "on-equals-off", "matches-anything",
     // "same-code", "inside", "no-off-code", "no-on-code".
     QString kind;
     // The file line of the first code involved (output n's On code is line

@@ -196,6 +196,8 @@ private slots:
         // Output 1's On and Off codes, and no more.
         QVERIFY(samples::writeBytes(path(u"cutinone.OTS"_s),
                                     good.left(good.indexOf("\r\n", good.indexOf("\r\n") + 1) + 2)));
+        QVERIFY(samples::writeBytes(path(u"bigbyte.OTS"_s),
+                                    QByteArray(good).replace("\r\n7,0,0,1,72,", "\r\n7,0,0,1,300,")));
         QVERIFY(samples::writeBytes(path(u"badmode.OTS"_s),
                                     QByteArray(good).replace("\r\n-1\r\n", "\r\nmaybe\r\n")));
         ConfigData twice = sampleConfig(); // output 1's Off code the same as its On code
@@ -635,6 +637,11 @@ private slots:
         QCOMPARE(f.value(u"kind"_s).toString(), u"on-equals-off"_s);
         QCOMPARE(f.value(u"line"_s).toInt(), 2);
         QCOMPARE(f.value(u"codes"_s).toArray(), QJsonArray({u"Output 1 On"_s, u"Output 1 Off"_s}));
+
+        // A byte the file cannot hold is said once, as damage, and not again
+        // by the check of what the editor would read.
+        const Run big = tavo({u"check"_s, path(u"bigbyte.OTS"_s)});
+        QCOMPARE(big.err, path(u"bigbyte.OTS"_s) + u": 1 error, 1 warning\n"_s);
     }
 
     void interruptedProgrammingClosesThePortAndEndsBySignal()

@@ -12,12 +12,19 @@ namespace {
 
 using Type = SerialEditorData::Type;
 
-// "2on=GO" puts GO into output 2's On code ('?' is an Ignore byte);
-// "3pulse" makes output 3 a pulse output.
+// "2on=GO" puts GO into output 2's On code ('?' is an Ignore byte, '#' a
+// value of 256, '~' one of -1); "3pulse" makes output 3 a pulse output.
 ConfigData configuration(const QStringList &items)
 {
     ConfigData config;
-    const auto code = [](const QString &text) { return samples::code(text.toLatin1(), Type::Ascii, '?'); };
+    const auto code = [](const QString &text) {
+        SerialEditorData m = samples::code(text.toLatin1(), Type::Ascii, '?');
+        for (int i = 0; i < text.size(); ++i) {
+            if (text.at(i) == u'#' || text.at(i) == u'~')
+                m.SetByteValue(i, text.at(i) == u'#' ? 256 : -1);
+        }
+        return m;
+    };
     for (const QString &item : items) {
         const auto n = static_cast<std::size_t>(item.at(0).digitValue() - 1);
         if (item.mid(1) == u"pulse"_s)
@@ -79,6 +86,10 @@ private slots:
         row("a code of 15 bytes",
             {u"2on=ABCDEFGHIJKLMNO"_s, u"2off=Z"_s, u"3on=Y"_s, u"3off=ABCDEFGHIJKLMNO"_s, u"3pulse"_s},
             {u"6 too-long: Output 2 On"_s});
+        // Only a paste of text made elsewhere can give them; one finding a
+        // code, and none for a pulse output's Off code.
+        row("bytes that do not fit", {u"1on=A#~"_s, u"1off=B~"_s, u"2on=Z"_s, u"2off=#"_s, u"2pulse"_s},
+            {u"2 not-a-byte: Output 1 On"_s, u"3 not-a-byte: Output 1 Off"_s});
     }
 
     void findings()
@@ -93,7 +104,7 @@ private slots:
             for (const QString &name : f.codes)
                 QVERIFY2(f.message.contains(name), qPrintable(f.message));
             QCOMPARE(f.isError(), f.kind == u"on-equals-off"_s || f.kind == u"matches-anything"_s
-                                      || f.kind == u"too-long"_s);
+                                      || f.kind == u"too-long"_s || f.kind == u"not-a-byte"_s);
         }
         QCOMPARE(found.join(u" | "_s), expected.join(u" | "_s));
     }

@@ -292,10 +292,11 @@ private slots:
         QTest::addColumn<QString>("command");
         QTest::addColumn<int>("line");
         QTest::addColumn<QByteArray>("content");
-        QTest::newRow("settings, baud 9") << u"SETTINGS"_s << 34 << QByteArray("9");
-        QTest::newRow("settings, parity -1") << u"SETTINGS"_s << 35 << QByteArray("-1");
-        QTest::newRow("export, a byte 300") << u"EXPORT"_s << 2 << QByteArray("1,0,0,0,300,1,");
-        QTest::newRow("download, period 256") << u"DOWNLOAD"_s << 4 << QByteArray("256");
+        QTest::addColumn<bool>("checked"); // the check finds an error and asks first
+        QTest::newRow("settings, baud 9") << u"SETTINGS"_s << 34 << QByteArray("9") << false;
+        QTest::newRow("settings, parity -1") << u"SETTINGS"_s << 35 << QByteArray("-1") << false;
+        QTest::newRow("export, a byte 300") << u"EXPORT"_s << 2 << QByteArray("1,0,0,0,300,1,") << true;
+        QTest::newRow("download, period 256") << u"DOWNLOAD"_s << 4 << QByteArray("256") << false;
     }
 
     void failuresInACommandMakeTheConfigurationUntitled()
@@ -303,14 +304,16 @@ private slots:
         QFETCH(QString, command);
         QFETCH(int, line);
         QFETCH(QByteArray, content);
+        QFETCH(bool, checked);
         Window w;
         w.open(sample("odd.OTS", withLine(tavo::configFileText(varied()), line, content)));
         QCOMPARE(w.title(), u"odd"_s); // it loads
         const auto dialogs = w.dialog.shown().size();
-        w.window.runCommand(command); // and the command fails without a word
+        w.prompter.setNextAnswer(Answer::Yes);
+        w.window.runCommand(command); // and, asked to go on, the command fails without a word
         QCOMPARE(w.title(), Untitled);
         QCOMPARE(w.panel("FILENAME"), QString());
-        QVERIFY(w.prompter.shown().isEmpty());
+        QCOMPARE(w.prompter.shown().size(), checked ? 1 : 0);
         QCOMPARE(w.dialog.shown().size(), dialogs);
         QVERIFY(w.units.programmed.isEmpty());
     }
