@@ -29,7 +29,9 @@ QToolButton *RightHandToolbar::newButton(bool push, int index)
     b->setObjectName(push ? QStringLiteral("Command1") : QStringLiteral("Check1"));
     b->setCheckable(!push);
     b->setAutoRaise(false);
-    b->setFocusPolicy(Qt::NoFocus);
+    // Reached with Ctrl+Tab from the panels, like every other control,
+    // so that no command needs the mouse; a click does not take the focus.
+    b->setFocusPolicy(Qt::TabFocus);
     b->setIconSize(QSize(16, 16));
     b->setGeometry(0, twipsToPixels(ButtonTop), twipsToPixels(ButtonWidth), twipsToPixels(ButtonHeight));
     b->setProperty("controlIndex", index);

@@ -86,11 +86,13 @@ SerialTavo::SerialTavo(const Services &services, QWidget *parent)
     auto *layout = new QVBoxLayout(central);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(4);
-    m_toolbar->setObjectName(QStringLiteral("RightHandToolbar1"));
-    layout->addWidget(m_toolbar);
-    connect(m_toolbar, &RightHandToolbar::ButtonClicked, this, &SerialTavo::runCommand);
     layout->addLayout(newOutputGrid(central));
     layout->addStretch();
+    // Above the panels, but after them in the keyboard's order: the focus
+    // starts in output 1's On code, and Tab reaches the toolbar last.
+    m_toolbar->setObjectName(QStringLiteral("RightHandToolbar1"));
+    layout->insertWidget(0, m_toolbar);
+    connect(m_toolbar, &RightHandToolbar::ButtonClicked, this, &SerialTavo::runCommand);
     setCentralWidget(central);
 
     fillStatusBar();

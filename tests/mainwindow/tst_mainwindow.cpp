@@ -493,6 +493,38 @@ private slots:
         QTest::newRow("no page") << int(Shell::FileNotFound) << u"File not found!"_s << false;
         QTest::newRow("association broken") << 27 << u"Incomplete or invalid file association!"_s << false;
     }
+    // Ctrl+Tab leaves a code editor, Tab goes on through the other controls,
+    // and every toolbar command that can run is on the way.
+    void everyCommandIsReachedFromTheKeyboard()
+    {
+        Window w;
+        QVERIFY(QTest::qWaitForWindowActive(&w.window));
+        QWidget *start = QApplication::focusWidget();
+        QVERIFY(start);
+        QCOMPARE(start->objectName(), u"DisplayImage"_s); // where the focus has always started
+        QStringList reached;
+        do {
+            QWidget *at = QApplication::focusWidget();
+            const bool inEditor = at->objectName() == u"DisplayImage"_s;
+            QTest::keyClick(at, Qt::Key_Tab, inEditor ? Qt::ControlModifier : Qt::NoModifier);
+            QVERIFY(QApplication::focusWidget() != at);
+            if (QApplication::focusWidget()->parent() == w.window.RightHandToolbar1())
+                reached << QApplication::focusWidget()->objectName();
+        } while (QApplication::focusWidget() != start && reached.size() < 100);
+        QStringList runnable;
+        for (const auto *b : w.window.RightHandToolbar1()->findChildren<QToolButton *>())
+            if (b->isVisible() && b->isEnabled())
+                runnable << b->objectName();
+        reached.sort();
+        runnable.sort();
+        QCOMPARE(reached, runnable);
+
+        // Space on a button is its click.
+        w.button("EXPORT")->setFocus();
+        QTest::keyClick(w.button("EXPORT"), Qt::Key_Space);
+        QCOMPARE(w.dialog.shown().size(), 1);
+    }
+
     void helpOpensInOurOwnWindowWhereTheDesktopCannot()
     {
         QFETCH(int, code);
