@@ -190,6 +190,8 @@ void SerialTestForm::makeOutputFrames(QWidget *frame1)
         const QString caption = QString::number(i < OutputCount - 1 ? i + 1 : 1);
         auto *option =
             named<QRadioButton>(QStringLiteral("WhichOption%1").arg(i), caption, m_outputOptionFrame);
+        // A screen reader says which output it is, the eighth included.
+        option->setAccessibleName(QStringLiteral("Output %1").arg(i + 1));
         connect(option, &QRadioButton::clicked, this, [this, i] { WhichOption_Click(i); });
         m_whichOption[n] = option;
         whichLayout->addWidget(option, i / 4, i % 4);

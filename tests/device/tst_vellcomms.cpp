@@ -500,6 +500,8 @@ private slots:
         // Captions kept as units' owners know them: the eighth output's
         // button reads "1", the frame has two blanks.
         QCOMPARE(child<QRadioButton>(b.form, u"WhichOption7"_s)->text(), u"1"_s);
+        // A screen reader, which cannot see where it stands, says which it is.
+        QCOMPARE(child<QRadioButton>(b.form, u"WhichOption7"_s)->accessibleName(), u"Output 8"_s);
         QCOMPARE(child<QGroupBox>(b.form, u"OnOffFrame"_s)->title(), u"Switch  Output"_s);
     }
 
