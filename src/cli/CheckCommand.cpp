@@ -21,17 +21,21 @@ namespace {
 std::vector<tavo::ConfigFinding> findingsOf(const QString &path, const QByteArray &bytes)
 {
     std::vector<tavo::ConfigFinding> findings;
-    std::vector<int> damagedLines;
-    for (const tavo::ConfigDamage &d : tavo::findConfigDamage(bytes)) {
+    const std::vector<tavo::ConfigDamage> damage = tavo::findConfigDamage(bytes);
+    findings.reserve(damage.size());
+    for (const tavo::ConfigDamage &d : damage)
         findings.push_back(
             {tavo::ConfigFinding::Severity::Error, QStringLiteral("damaged"), d.line, {}, d.what, {}});
-        damagedLines.push_back(d.line);
-    }
     // What could be read is checked too, as the editor would load it;
-    // without saying twice what the damage already says of a line.
-    const auto restatesDamage = [&damagedLines](const tavo::ConfigFinding &f) {
-        return (f.kind == u"too-long" || f.kind == u"not-a-byte")
-               && std::find(damagedLines.begin(), damagedLines.end(), f.line) != damagedLines.end();
+    // without saying twice what the damage already says of a line (which
+    // names only the first fault of each).
+    const auto restatesDamage = [&damage](const tavo::ConfigFinding &f) {
+        const QString said = f.kind == u"too-long"     ? QStringLiteral("a code can hold")
+                             : f.kind == u"not-a-byte" ? QStringLiteral("does not fit a byte")
+                                                       : QString();
+        return !said.isEmpty() && std::any_of(damage.begin(), damage.end(), [&](const tavo::ConfigDamage &d) {
+            return d.line == f.line && d.what.contains(said);
+        });
     };
     for (tavo::ConfigFinding &f : tavo::checkConfig(readAsTheEditorDoes(path))) {
         if (!restatesDamage(f))

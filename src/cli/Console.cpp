@@ -7,6 +7,7 @@
 
 #include <QIODevice>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <exception>
@@ -187,7 +188,9 @@ std::optional<int> CommandParser::parse(const QStringList &args, int fewest, int
     // "--baud --ports X" gives --baud the value "--ports" and leaves X over;
     // name the option that lacks its value instead.
     for (const QString &name : m_parser.optionNames()) {
-        if (m_parser.value(name).startsWith(QLatin1String("--")))
+        const QStringList values = m_parser.values(name);
+        if (std::any_of(values.begin(), values.end(),
+                        [](const QString &v) { return v.startsWith(QLatin1String("--")); }))
             return usageError(QStringLiteral("--%1 needs a value").arg(name));
     }
     const qsizetype given = m_parser.positionalArguments().size();

@@ -140,21 +140,34 @@ std::vector<Code> codesOf(const ConfigData &config)
     return codes;
 }
 
-// A byte beyond 0 to 255, which only a paste of clipboard text made
-// elsewhere or a damaged file read leniently can give: the unit would get
-// its low eight bits, a byte nobody chose.
-void bytesThatDoNotFit(const std::vector<Code> &codes, std::vector<ConfigFinding> &findings)
+// A value beyond 0 to 255 in any of a code's 14 slots: stepped up past 255,
+// pasted from clipboard text made elsewhere, or left in a slot from a byte
+// since deleted (the image carries every slot). The image cannot be built,
+// so DOWNLOAD and EXPORT fail; the check says why before they are tried.
+void bytesThatDoNotFit(const ConfigData &config, std::vector<ConfigFinding> &findings)
 {
-    for (const Code &code : codes) {
-        for (int i = 0; i < code.length; ++i) {
-            if (code.isIgnore(i) || (code.value(i) >= 0 && code.value(i) <= 0xFF))
+    for (int n = 0; n < ConfigData::OutputCount; ++n) {
+        const auto o = static_cast<std::size_t>(n);
+        for (const bool on : {true, false}) {
+            // A pulse output's Off record is not written from its code.
+            if (!on && config.PulseModes[o])
                 continue;
-            findings.push_back(finding(Severity::Error, "not-a-byte", {&code},
-                                       QStringLiteral("%1: byte %2 is %3, which does not fit a byte")
-                                           .arg(code.name())
-                                           .arg(i + 1)
-                                           .arg(code.value(i))));
-            break;
+            const SerialEditorData &message = on ? config.OnMessages[o] : config.OffMessages[o];
+            const Code code{n, on, &message, lengthOf(message)};
+            for (int i = 0; i < SerialEditorData::MaxBytes; ++i) {
+                const int value = code.value(i);
+                if (value >= 0 && value <= 0xFF)
+                    continue;
+                const QString where =
+                    i < code.length
+                        ? QStringLiteral("byte %1 is %2").arg(i + 1).arg(value)
+                        : QStringLiteral("slot %1 still holds %2 from a deleted byte").arg(i + 1).arg(value);
+                findings.push_back(finding(Severity::Error, "not-a-byte", {&code},
+                                           QStringLiteral("%1: %2, which does not fit a byte: the "
+                                                          "configuration cannot be downloaded or exported")
+                                               .arg(code.name(), where)));
+                break;
+            }
         }
     }
 }
@@ -194,8 +207,8 @@ std::vector<ConfigFinding> checkConfig(const ConfigData &config)
     std::vector<ConfigFinding> findings;
     missingCodes(config, findings);
     tooLongCodes(config, findings);
+    bytesThatDoNotFit(config, findings);
     std::vector<Code> codes = codesOf(config);
-    bytesThatDoNotFit(codes, findings);
     // A code of Ignore bytes only is wrong on its own; compared with the
     // others it would be found inside every one of them as well.
     for (const Code &code : codes) {

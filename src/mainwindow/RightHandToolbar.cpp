@@ -29,7 +29,7 @@ QToolButton *RightHandToolbar::newButton(bool push, int index)
     b->setObjectName(push ? QStringLiteral("Command1") : QStringLiteral("Check1"));
     b->setCheckable(!push);
     b->setAutoRaise(false);
-    // Reached with Ctrl+Tab from the panels, like every other control,
+    // Reached with Tab after the panels (Ctrl+Tab leaves a code editor),
     // so that no command needs the mouse; a click does not take the focus.
     b->setFocusPolicy(Qt::TabFocus);
     b->setIconSize(QSize(16, 16));

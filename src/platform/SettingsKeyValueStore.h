@@ -64,7 +64,8 @@ public:
 
 private:
     std::optional<QString> group(const QString &path) const;
-    // The key of a value in memory; valid until the next call.
+    // The key of a value in memory, built in a buffer that this and
+    // hasKeysUnder() reuse: valid until either is called again.
     const QString &memoryKey(const QString &group, const QString &name) const;
     bool setRaw(const QString &path, const QString &name, const QVariant &value);
 

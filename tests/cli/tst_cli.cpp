@@ -196,8 +196,11 @@ private slots:
         // Output 1's On and Off codes, and no more.
         QVERIFY(samples::writeBytes(path(u"cutinone.OTS"_s),
                                     good.left(good.indexOf("\r\n", good.indexOf("\r\n") + 1) + 2)));
-        QVERIFY(samples::writeBytes(path(u"bigbyte.OTS"_s),
-                                    QByteArray(good).replace("\r\n7,0,0,1,72,", "\r\n7,0,0,1,300,")));
+        const QByteArray bigByte = QByteArray(good).replace("\r\n7,0,0,1,72,", "\r\n7,0,0,1,300,");
+        QVERIFY(samples::writeBytes(path(u"bigbyte.OTS"_s), bigByte));
+        // The same line with text after the code, the fault its damage names.
+        QVERIFY(samples::writeBytes(path(u"bigjunk.OTS"_s),
+                                    QByteArray(bigByte).insert(bigByte.indexOf("\r\n", 20), " junk")));
         QVERIFY(samples::writeBytes(path(u"badmode.OTS"_s),
                                     QByteArray(good).replace("\r\n-1\r\n", "\r\nmaybe\r\n")));
         ConfigData twice = sampleConfig(); // output 1's Off code the same as its On code
@@ -268,6 +271,8 @@ private slots:
             "is the file being read; nothing was written");
         row("sim whose terminal cannot be told", "sim >/dev/full", 1, "No space left on device");
         row("an option without its value", "search --baud --ports /dev/null", 2, "--baud needs a value");
+        row("a repeated option without its value", "send --port --map --port /dev/null", 2,
+            "--port needs a value");
         row("search at a rate it never tries", "search --baud 1200", 2,
             "--baud takes one of 9600, 38400, 28800, 19200, 14400, 4800, 2400");
 
@@ -642,6 +647,8 @@ private slots:
         // by the check of what the editor would read.
         const Run big = tavo({u"check"_s, path(u"bigbyte.OTS"_s)});
         QCOMPARE(big.err, path(u"bigbyte.OTS"_s) + u": 1 error, 1 warning\n"_s);
+        const Run junk = tavo({u"check"_s, path(u"bigjunk.OTS"_s)});
+        QVERIFY2(junk.out.contains(u":2: error: Output 1 On: byte 1 is 300"_s), qPrintable(junk.out));
     }
 
     void interruptedProgrammingClosesThePortAndEndsBySignal()

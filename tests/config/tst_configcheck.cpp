@@ -13,7 +13,8 @@ namespace {
 using Type = SerialEditorData::Type;
 
 // "2on=GO" puts GO into output 2's On code ('?' is an Ignore byte, '#' a
-// value of 256, '~' one of -1); "3pulse" makes output 3 a pulse output.
+// value of 256, '~' one of -1, a final '.' deletes the byte before it but
+// leaves its value in the slot); "3pulse" makes output 3 a pulse output.
 ConfigData configuration(const QStringList &items)
 {
     ConfigData config;
@@ -23,6 +24,8 @@ ConfigData configuration(const QStringList &items)
             if (text.at(i) == u'#' || text.at(i) == u'~')
                 m.SetByteValue(i, text.at(i) == u'#' ? 256 : -1);
         }
+        if (text.endsWith(u'.'))
+            m.SetNumberOfBytesInMessage(std::int16_t(text.size() - 2));
         return m;
     };
     for (const QString &item : items) {
@@ -86,10 +89,13 @@ private slots:
         row("a code of 15 bytes",
             {u"2on=ABCDEFGHIJKLMNO"_s, u"2off=Z"_s, u"3on=Y"_s, u"3off=ABCDEFGHIJKLMNO"_s, u"3pulse"_s},
             {u"6 too-long: Output 2 On"_s});
-        // Only a paste of text made elsewhere can give them; one finding a
-        // code, and none for a pulse output's Off code.
-        row("bytes that do not fit", {u"1on=A#~"_s, u"1off=B~"_s, u"2on=Z"_s, u"2off=#"_s, u"2pulse"_s},
-            {u"2 not-a-byte: Output 1 On"_s, u"3 not-a-byte: Output 1 Off"_s});
+        // Up on 255, or a paste of text made elsewhere, gives them; so does a
+        // slot the code no longer uses, which the image carries all the same.
+        // One finding a code, and none for a pulse output's Off code.
+        row("bytes that do not fit",
+            {u"1on=A#~"_s, u"1off=B~"_s, u"2on=Z"_s, u"2off=#"_s, u"2pulse"_s, u"3on=C#."_s, u"3off=D"_s},
+            {u"2 not-a-byte: Output 1 On"_s, u"3 not-a-byte: Output 1 Off"_s,
+             u"10 not-a-byte: Output 3 On"_s});
     }
 
     void findings()
